@@ -1,0 +1,29 @@
+# What every target is built with: warnings as errors, hardening in release, sanitizers on request.
+add_library(hearthix_options INTERFACE)
+target_compile_options(hearthix_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+  -fno-omit-frame-pointer)
+# The stack that an unhandled exception prints has names only for symbols that the program exports.
+target_link_options(hearthix_options INTERFACE -rdynamic)
+
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+include(CheckPIESupported)
+check_pie_supported()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_definitions(hearthix_options INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_options(hearthix_options INTERFACE
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong -ffunction-sections -fdata-sections)
+  target_link_options(hearthix_options INTERFACE -Wl,-z,relro,-z,now -Wl,--gc-sections -Wl,--as-needed)
+endif()
+
+if(HEARTHIX_SANITIZE)
+  target_compile_options(hearthix_options INTERFACE
+    -fsanitize=${HEARTHIX_SANITIZE} -fno-sanitize-recover=all)
+  target_link_options(hearthix_options INTERFACE -fsanitize=${HEARTHIX_SANITIZE})
+endif()
+
+if(HEARTHIX_COVERAGE)
+  target_compile_options(hearthix_options INTERFACE --coverage)
+  target_link_options(hearthix_options INTERFACE --coverage)
+endif()

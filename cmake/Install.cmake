@@ -1,0 +1,2 @@
+include(GNUInstallDirs)
+install(TARGETS hearthix-mysensors RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

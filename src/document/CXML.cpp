@@ -1,0 +1,78 @@
+#include "document/CXML.hpp"
+
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/StringFunctions.hpp"
+
+#include <utility>
+
+namespace hearthix {
+
+CXML::CXML() : Values(Ref<Dictionary>::make()) {
+    Containers.Resize(0);
+    ValueBuffer.Resize(0);
+}
+
+// Takes the tree apart from the top, so that no destructor runs inside another one's.
+CXML::~CXML() {
+    if (Containers.Ubound() < 1)
+        return;
+    std::vector<Ref<CXML>> orphans;
+    const auto collect = [&orphans](Array<Ref<CXML>>& children) {
+        for (Ref<CXML>& child : children)
+            if (child)
+                orphans.push_back(std::exchange(child, nullptr));
+    };
+    collect(Containers);
+    while (!orphans.empty()) {
+        const Ref<CXML> node = std::move(orphans.back());
+        orphans.pop_back();
+        if (node->referenceCount() == 1)
+            collect(node->Containers);
+    }
+}
+
+void CXML::Release() {
+    std::vector<Ref<CXML>> waiting{Ref<CXML>(this)};
+    while (!waiting.empty()) {
+        const Ref<CXML> node = std::move(waiting.back());
+        waiting.pop_back();
+        for (Ref<CXML>& child : node->Containers) {
+            if (child)
+                waiting.push_back(std::exchange(child, nullptr));
+            RuntimeBackgroundTask();
+        }
+    }
+}
+
+Ref<CXML> CXML::Clone() const {
+    struct Pair {
+        const CXML* source;
+        CXML* copy;
+    };
+    const auto root = Ref<CXML>::make();
+    std::vector<Pair> waiting{{this, root.get()}};
+    while (!waiting.empty()) {
+        const auto [source, copy] = waiting.back();
+        waiting.pop_back();
+        copy->Name = source->Name;
+        copy->ValueBuffer.Resize(source->ValueBuffer.Ubound());
+        for (std::int64_t i = 1; i <= source->ValueBuffer.Ubound(); ++i)
+            copy->ValueBuffer[i] = source->ValueBuffer[i];
+        const Integer count = source->Values->Count();
+        copy->Values = Ref<Dictionary>::make(static_cast<std::size_t>(count));
+        for (Integer i = 0; i < count; ++i) {
+            copy->Values->SetValue(source->Values->Key(i), source->Values->ValueAt(i));
+            RuntimeBackgroundTask();
+        }
+        copy->Containers.Resize(source->Containers.Ubound());
+        for (std::int64_t i = 1; i <= source->Containers.Ubound(); ++i) {
+            const CXML& child = *source->Containers[i];
+            copy->Containers[i] = Ref<CXML>::make();
+            waiting.push_back({&child, copy->Containers[i].get()});
+            RuntimeBackgroundTask();
+        }
+    }
+    return root;
+}
+
+} // namespace hearthix

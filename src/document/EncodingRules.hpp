@@ -1,0 +1,22 @@
+// How keys and values come to UTF-8.
+#pragma once
+
+#include "runtime/Encoding.hpp"
+#include "runtime/String.hpp"
+
+namespace hearthix {
+
+// For a key used to look up: converts all that isn't UTF-8. Untagged text is compared as it stands by bytes
+// when it is plain ASCII, which nearly every key is.
+inline String keyForReading(const String& key) {
+    return key.encoding() == Encodings::UTF8 ? key : ConvertEncoding(key, Encodings::UTF8);
+}
+
+// For a key or value about to be stored: untagged bytes are taken to be UTF-8 already.
+inline String textForStoring(const String& text) {
+    if (text.encoding() == TextEncoding::none)
+        return DefineEncoding(text, Encodings::UTF8);
+    return keyForReading(text);
+}
+
+} // namespace hearthix

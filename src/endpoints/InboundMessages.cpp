@@ -1,0 +1,79 @@
+// From the mesh to the host: what a message means for its endpoint.
+#include "endpoints/cMSEndpoint.hpp"
+#include "hostlink/cHearthixDeviceSocket.hpp"
+#include "mysensors/Vocabulary.hpp"
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/Numbers.hpp"
+#include "shell/Globals.hpp"
+#include "shell/Logging.hpp"
+
+namespace hearthix {
+
+using HearthixSupport::WriteLog;
+
+namespace {
+
+constexpr Integer kBatteryReport = 0;
+
+// The form of a value. Hosts take 0 for on here; commands to a node have it the other way round.
+void setValue(cHearthixCommand& message, const cMSCommand& command) {
+    if (!IsNumeric(command.PayLoad)) {
+        message.SetMulti("mcmd", "SetDesc");
+        message.SetMulti("DATA", command.PayLoad);
+    } else if (mySensors::isVarTypeDimmable(command.SubType)) {
+        message.SetMulti("mcmd", "SetValue");
+        message.SetMulti("Valu", command.PayLoad);
+    } else {
+        message.SetMulti("mcmd", Val(command.PayLoad) == 0 ? "ON" : "OFF");
+    }
+}
+
+} // namespace
+
+void cMSEndpoint::HandleReceivedMSCommand(const cMSCommand& command) {
+    if (command.childID == mySensors::kNodeLevelChild)
+        handleNodeLevel(command);
+    else if (command.messageType == mySensors::kSet)
+        handleChildLevel(command);
+}
+
+void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
+    const String node = Globals::formatHexOfLowByte(nodeID);
+    if (command.messageType != mySensors::kInternal) {
+        WriteLog(concat("node ", node, " received a node level message that wasn't an internal command: ",
+                        command.RawCommand));
+        return;
+    }
+    if (command.SubType != kBatteryReport) {
+        WriteLog(concat("node ", node, " recevied a node level internal message that wasn't a batteryLevel: ",
+                        command.RawCommand));
+        return;
+    }
+    const Integer level = ValInteger(command.PayLoad);
+    if (level == batteryLevel)
+        return;
+    batteryLevel = level;
+    for (Integer i = 0; i < subUnits->Count(); ++i) {
+        if (auto* child = subUnits->ValueAt(i).objectAs<cMSEndpoint>())
+            child->SendOnlyBatteryLevel(batteryLevel);
+        RuntimeBackgroundTask();
+    }
+}
+
+void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
+    if (subUnits->find(command.SubType) == nullptr) {
+        WriteLog(String("creating Hearthix Unit for ") + command.HearthixAddressWithSubtype);
+        CreateHearthixUnitForVariableType(command.SubType);
+        String first = command.PayLoad;
+        first.compact();
+        subUnits->SetValue(command.SubType, first);
+    }
+    cHearthixCommand message;
+    message.SetMulti("addr", command.HearthixAddressWithSubtype);
+    setValue(message, command);
+    if (getBatteryLevelFromNode())
+        message.SetMulti("Batt", Str(batteryLevel));
+    HearthixSupport::HearthixSocket->SendCommand(message);
+}
+
+} // namespace hearthix

@@ -1,0 +1,106 @@
+// The switchboard of the gateway side: what becomes of each line.
+#include "gateway/cMySensors.hpp"
+#include "hostlink/UnitRequest.hpp"
+#include "mysensors/AddressIndex.hpp"
+#include "mysensors/Vocabulary.hpp"
+#include "shell/Globals.hpp"
+#include "shell/Logging.hpp"
+
+namespace hearthix {
+
+using HearthixSupport::WriteLog;
+
+namespace {
+
+// Internal message types of the MySensors serial API that the driver acts on.
+enum InternalType : Integer {
+    kBatteryLevel = 0,
+    kTime = 1,
+    kVersion = 2,
+    kIdRequest = 3,
+    kConfig = 6,
+    kLogMessage = 9,
+    kSketchName = 11,
+    kSketchVersion = 12,
+    kGatewayReady = 14
+};
+
+constexpr Integer kGatewayNode = 0;
+constexpr Integer kNoDeviceType = -1;
+
+} // namespace
+
+void cMySensors::HandleMSCommand(const String& line) {
+    const auto command = Ref<cMSCommand>::make(line);
+    if (!command->good) {
+        Globals::writelog(concat("failed to parse Command: (", line, ")"), 4);
+        return;
+    }
+    switch (command->messageType) {
+    case mySensors::kPresentation:
+        WriteLog(
+            concat("presentation packet from node: ", command->rootAddress, " (", command->PayLoad, ")"));
+        break;
+    case mySensors::kSet: handleSet(*command); break;
+    case mySensors::kInternal: handleInternal(command, line); break;
+    default:
+        if (Globals::DebugMode)
+            WriteLog(concat("unhandled command (", line, ")"));
+    }
+}
+
+void cMySensors::handleInternal(const Ref<cMSCommand>& command, const String& line) {
+    const String node = Globals::formatHexOfLowByte(command->nodeID);
+    const String& payload = command->PayLoad;
+    switch (command->SubType) {
+    case kBatteryLevel: handleBattery(*command); break;
+    case kTime: sendTimeToNode(command->nodeID); break;
+    case kVersion: handleVersion(*command); break;
+    case kIdRequest:
+        waitingForID = command;
+        CommandSupportModule::GetUnitsFromHearthix();
+        break;
+    case kConfig: sendConfigToNode(command->nodeID, command->childID, "I"); break;
+    case kLogMessage:
+        WriteLog(command->nodeID == kGatewayNode ? concat("Gateway Message: ", payload)
+                                                 : concat("Node Message: (", node, ") ", payload));
+        break;
+    case kSketchName: WriteLog(concat("node (", node, ") sketch name: ", payload)); break;
+    case kSketchVersion: WriteLog(concat("node (", node, ") sketch version: ", payload)); break;
+    case kGatewayReady:
+        WriteLog(command->nodeID == kGatewayNode ? concat("Gateway Ready: ", payload)
+                                                 : concat("Node: (", node, ") ", payload));
+        break;
+    default:
+        if (Globals::DebugMode)
+            WriteLog(String("unhandled command: ") + line);
+    }
+}
+
+void cMySensors::handleVersion(const cMSCommand& command) {
+    if (outstandingPing)
+        outstandingPing = false;
+    else
+        WriteLog(String("mySensors gateway reports version: ") + command.PayLoad);
+}
+
+void cMySensors::handleSet(const cMSCommand& command) {
+    // Held here: a host command that runs in a log line may put another endpoint into the index.
+    Ref<cMSEndpoint> endpoint = cMSEndpoint::find(command.rootAddress);
+    if (endpoint.isNil()) {
+        if (cMSEndpoint::find(Globals::formatHexOfLowByte(command.nodeID) + "FF").isNil())
+            cMSEndpoint::create(command.nodeID, mySensors::kNodeLevelChild, kNoDeviceType);
+        endpoint = cMSEndpoint::create(command.nodeID, command.childID, command.SubType);
+    }
+    endpoint->HandleReceivedMSCommand(command);
+}
+
+// No step for the node's own endpoint here: a battery report usually comes from the node as a whole.
+void cMySensors::handleBattery(const cMSCommand& command) {
+    Ref<cMSEndpoint> endpoint = cMSEndpoint::find(command.rootAddress);
+    if (endpoint.isNil())
+        endpoint = cMSEndpoint::create(command.nodeID, command.childID, kNoDeviceType);
+    endpoint->HandleReceivedMSCommand(command);
+}
+
+} // namespace hearthix

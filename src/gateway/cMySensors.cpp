@@ -1,0 +1,59 @@
+// The receive path: from the port's bytes to lines.
+#include "gateway/cMySensors.hpp"
+
+#include "gateway/cPingTimer.hpp"
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
+#include "shell/Globals.hpp"
+#include "shell/Logging.hpp"
+
+namespace hearthix {
+
+namespace {
+
+constexpr double kStaleSeconds = 5.0;
+const String kLineFeed = "\n";
+
+} // namespace
+
+Ref<cMySensors> Globals::gMySensors;
+
+void cMySensors::PortDataAvailable(const String& data) {
+    if (Globals::DebugMode)
+        HearthixSupport::WriteLog(concat("read from port: (", Trim(data), ")"));
+    mySensors::gatewayIsAlive();
+    dropStaleBytes();
+
+    // What was held has no line feed, so the search begins behind it.
+    const Integer held = LenB(buffer);
+    buffer += data;
+    Integer lineEnd = InStrB(held + 1, buffer, kLineFeed);
+    while (lineEnd > 0) {
+        const String line = LeftB(buffer, lineEnd);
+        buffer = RightB(buffer, LenB(buffer) - lineEnd);
+        lineEnd = InStrB(1, buffer, kLineFeed);
+        HandleMSCommand(Trim(line));
+        RuntimeBackgroundTask();
+    }
+}
+
+// The clock of the rule is the silence between two arrivals, and not the age of what is held.
+void cMySensors::dropStaleBytes() {
+    const Date now;
+    if (LastDataRead && !buffer.empty() &&
+        now.TotalSeconds() - LastDataRead->TotalSeconds() > kStaleSeconds) {
+        Globals::writelog(concat("stale data in buffer. Throwing away ", Str(LenB(buffer)),
+                                 " bytes: ", Globals::Hexify(buffer)),
+                          4);
+        buffer = String();
+    }
+    LastDataRead = now;
+}
+
+void cMySensors::PortError(const String& message, Integer code) {
+    Globals::writelog(concat("mySensors communication error: ", Str(code), " - ", message), 4);
+    Globals::DoQuit = true;
+}
+
+} // namespace hearthix

@@ -1,0 +1,44 @@
+#include "hostlink/HearthixConnection.hpp"
+
+#include "hostlink/cHearthixDeviceSocket.hpp"
+#include "hostlink/CommandDispatch.hpp"
+#include "runtime/Clock.hpp"
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/StringFunctions.hpp"
+
+namespace hearthix {
+
+namespace {
+
+constexpr Integer kTicksOfSecond = 60;
+
+} // namespace
+
+String CommandSupportModule::cr;
+
+void HearthixSupport::OpenHearthixConnection(const String& address, Integer port,
+                                             const String& connectionID) {
+    if (HearthixSocket) {
+        if (HearthixSocket->IsConnected())
+            HearthixSocket->Close();
+        HearthixSocket = nullptr;
+    }
+    HearthixSocket = Ref<cHearthixDeviceSocket>::make(&CommandSupportModule::HandleIncomingCommand);
+    CommandSupportModule::cr = Chr(13);
+    HearthixSocket->Address = address.empty() ? String("127.0.0.1") : address;
+    HearthixSocket->Port = port == 0 ? 20300 : port;
+    HearthixSocket->ConnectionID = connectionID;
+    HearthixSocket->Connect();
+}
+
+bool HearthixSupport::WaitForHearthixConnection(Integer seconds) {
+    const Integer start = Ticks();
+    while (!HearthixSocket->IsConnected() && Ticks() - start < seconds * kTicksOfSecond) {
+        ConsoleApplication::DoEvents(10);
+        HearthixSocket->Poll();
+        RuntimeBackgroundTask();
+    }
+    return HearthixSocket->IsConnected();
+}
+
+} // namespace hearthix

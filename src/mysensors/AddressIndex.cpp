@@ -1,0 +1,7 @@
+#include "mysensors/AddressIndex.hpp"
+
+namespace hearthix {
+
+Ref<Dictionary> mySensors::AddressIndex;
+
+} // namespace hearthix

@@ -1,0 +1,32 @@
+// The numbers of the MySensors serial API, as names for people and as properties of host units.
+#pragma once
+
+#include "runtime/String.hpp"
+
+namespace hearthix::mySensors {
+
+// The message types that the driver acts on.
+constexpr Integer kPresentation = 0;
+constexpr Integer kSet = 1;
+constexpr Integer kRequest = 2;
+constexpr Integer kInternal = 3;
+constexpr Integer kStream = 4;
+// The child that stands for the node as a whole.
+constexpr Integer kNodeLevelChild = 255;
+
+String describeMessageType(Integer messageType);
+String describeAck(Integer ack);
+String DescribePresentationSubType(Integer subType);
+String DescribeInteralMessageType(Integer subType);
+
+// The suffix of a variable type; "UNKN" and the number for one that the table lacks.
+String varTypeToSuffix(Integer variableType);
+// The variable type of a suffix in any case; -1 when there is none.
+Integer SuffixToVarType(const String& suffix);
+
+// Whether a unit for this variable carries a level, and whether it can't be commanded. An unknown type counts
+// as both, and is logged.
+bool isVarTypeDimmable(Integer variableType);
+bool isVarTypeReadOnly(Integer variableType);
+
+} // namespace hearthix::mySensors

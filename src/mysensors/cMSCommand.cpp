@@ -1,0 +1,79 @@
+#include "mysensors/cMSCommand.hpp"
+
+#include "mysensors/Vocabulary.hpp"
+#include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
+#include "shell/Globals.hpp"
+#include "shell/Logging.hpp"
+
+#include <array>
+
+namespace hearthix {
+
+namespace {
+
+constexpr std::size_t kFields = 6;
+
+// The first six fields of a line, as parts of it. False when it has fewer.
+bool splitLine(std::string_view line, std::array<std::string_view, kFields>& fields) {
+    for (std::size_t i = 0; i < kFields; ++i) {
+        const std::size_t end = line.find(';');
+        fields[i] = line.substr(0, end);
+        if (end == std::string_view::npos)
+            return i == kFields - 1;
+        line.remove_prefix(end + 1);
+    }
+    return true;
+}
+
+} // namespace
+
+cMSCommand::cMSCommand(const String& line) {
+    if (!line.empty())
+        good = cMSCommand::parseCommand(line);
+}
+
+bool cMSCommand::parseCommand(const String& line) {
+    if (Globals::DebugMode)
+        HearthixSupport::WriteLog(concat("mySensors packet received (", line, ")"));
+    std::array<std::string_view, kFields> fields;
+    if (!splitLine(line.view(), fields)) {
+        HearthixSupport::WriteLog(concat("malformed mySensors packet: (", line, ")"));
+        return false;
+    }
+    nodeID = ValInteger(fields[0]);
+    childID = ValInteger(fields[1]);
+    messageType = ValInteger(fields[2]);
+    ack = ValInteger(fields[3]);
+    SubType = ValInteger(fields[4]);
+    PayLoad = line.cut(static_cast<std::size_t>(fields[5].data() - line.data()), fields[5].size());
+    if (Globals::DebugMode)
+        logFields();
+    rootAddress = Globals::formatHexOfLowByte(nodeID) + Globals::formatHexOfLowByte(childID);
+    if (messageType == mySensors::kSet)
+        HearthixAddressWithSubtype = concat(rootAddress, ".", mySensors::varTypeToSuffix(SubType));
+    return true;
+}
+
+void cMSCommand::logFields() const {
+    HearthixSupport::WriteLog(
+        concat("nodeID=", Str(nodeID), "(", Globals::formatHexOfLowByte(nodeID), ") childID=", Str(childID),
+               "(", Globals::formatHexOfLowByte(childID), ") messageType=", Str(messageType), "(",
+               mySensors::describeMessageType(messageType), ") ack=", Str(ack), "(",
+               mySensors::describeAck(ack), ") SubType=", Str(SubType), "(", describeSubType(),
+               ") PayLoad=", PayLoad, " (", Globals::Hexify(PayLoad), ")"));
+}
+
+String cMSCommand::describeSubType() const {
+    switch (messageType) {
+    case mySensors::kPresentation:
+        return String("presenting: ") + mySensors::DescribePresentationSubType(SubType);
+    case mySensors::kSet: return String("setting variable type: ") + mySensors::varTypeToSuffix(SubType);
+    case mySensors::kRequest: return String("getting variable type: ") + mySensors::varTypeToSuffix(SubType);
+    case mySensors::kInternal: return mySensors::DescribeInteralMessageType(SubType);
+    case mySensors::kStream: return "stream packet";
+    default: return "unknown";
+    }
+}
+
+} // namespace hearthix

@@ -1,0 +1,38 @@
+// cMSCommand: one MySensors message, as a line of the serial API taken apart.
+//
+//   node-id ; child-sensor-id ; command ; ack ; type ; payload
+//
+// Five decimal numbers and a text, separated by ";"; the line end is gone by now. Junk in a number reads as
+// 0, no range is checked, and what follows a seventh ";" is dropped.
+#pragma once
+
+#include "runtime/Object.hpp"
+#include "runtime/String.hpp"
+
+namespace hearthix {
+
+class cMSCommand : public Object {
+public:
+    // Parses the line; good tells whether it was one.
+    explicit cMSCommand(const String& line);
+
+    String RawCommand; // quoted at the end of some log lines, and empty all its life
+    Integer nodeID = 0;
+    Integer childID = 0;
+    Integer messageType = 0;
+    Integer ack = 0;
+    Integer SubType = 0;
+    String PayLoad;
+    String rootAddress; // two hexadecimal digits of the node, two of the child
+    bool good = false;
+    String HearthixAddressWithSubtype; // the unit's address; of a set message only
+
+    // Fills in the properties. False, and everything as it was, for a line of fewer than six fields.
+    virtual bool parseCommand(const String& line);
+
+private:
+    void logFields() const;
+    String describeSubType() const;
+};
+
+} // namespace hearthix

@@ -1,0 +1,78 @@
+#include "ports/cIPStreamAbstractor.hpp"
+
+#include "hostlink/cHearthixDeviceSocket.hpp"
+#include "runtime/Clock.hpp"
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
+#include "shell/Globals.hpp"
+#include "shell/Logging.hpp"
+
+namespace hearthix {
+
+namespace {
+
+constexpr Integer kOpeningTicks = 600;
+
+} // namespace
+
+cIPStreamAbstractor::cIPStreamAbstractor(const String& address, Integer port, ConnectedHandler onConnected)
+    : onConnected_(onConnected) {
+    Address = address;
+    Port = port;
+    if (cIPStreamAbstractor::PortOpen()) {
+        Flush();
+        return;
+    }
+    HearthixSupport::HearthixSocket->SendLog(concat("IP Open  to ", Address, ":", Str(Port), " failed."), 2);
+    Globals::DoQuit = true;
+}
+
+bool cIPStreamAbstractor::PortOpen() {
+    if (Globals::DebugMode)
+        Globals::writelog("mySensors opening IP connection, polling and waiting...", 4);
+    Connect();
+    const Integer start = Ticks();
+    while (Ticks() - start < kOpeningTicks && !IsConnected()) {
+        Poll();
+        ConsoleApplication::DoEvents(250);
+        RuntimeBackgroundTask();
+    }
+    if (Globals::DebugMode) {
+        const String ticks = Str(Ticks() - start);
+        Globals::writelog(concat(IsConnected() ? "mySensors Connection is open after "
+                                               : "mySensors Connection failed to open after ",
+                                 ticks, " ticks."),
+                          4);
+    }
+    return IsConnected();
+}
+
+void cIPStreamAbstractor::Event_Connected() {
+    if (Globals::DebugMode)
+        Globals::writelog("mySensors Device connection event. ", 4);
+    InitialFlush = true;
+    onConnected_();
+}
+
+void cIPStreamAbstractor::Event_DataAvailable() {
+    Parent->PortDataAvailable(ReadAll());
+}
+
+void cIPStreamAbstractor::Event_Error(const RuntimeException&) {
+    Parent->PortError(String(), LastErrorCode());
+}
+
+void cIPStreamAbstractor::PortClear() {
+    Close();
+    Parent = nullptr;
+}
+
+void cIPStreamAbstractor::PortFlush() {
+    const String dropped = ReadAll();
+    if (Globals::DebugMode)
+        HearthixSupport::HearthixSocket->SendLog(concat("port flush reads ", Str(LenB(dropped)), " bytes."),
+                                                 4);
+}
+
+} // namespace hearthix

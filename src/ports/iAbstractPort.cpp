@@ -1,0 +1,7 @@
+#include "ports/iAbstractPort.hpp"
+
+namespace hearthix {
+
+Ref<iAbstractPort> Globals::gAbstractedPort;
+
+} // namespace hearthix

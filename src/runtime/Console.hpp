@@ -1,0 +1,16 @@
+// Standard output and standard error. A reader that has gone away is no fault: what is printed is lost then.
+#pragma once
+
+#include "runtime/String.hpp"
+
+namespace hearthix {
+
+// The platform's line end.
+inline const String EndOfLine = "\n";
+
+// The text and a line end to standard output.
+void Print(const String& text);
+// The same to standard error.
+void PrintError(const String& text);
+
+} // namespace hearthix

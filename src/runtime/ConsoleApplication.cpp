@@ -1,0 +1,41 @@
+#include "runtime/ConsoleApplication.hpp"
+
+#include "runtime/Console.hpp"
+#include "runtime/EventLoop.hpp"
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+
+namespace hearthix {
+
+void ConsoleApplication::DoEvents(Integer milliseconds) {
+    EventLoop::instance().run(milliseconds);
+}
+
+int ConsoleApplication::execute(int count, const char* const* values) {
+    std::signal(SIGPIPE, SIG_IGN);
+    Array<String> arguments;
+    for (int i = 0; i < count; ++i)
+        arguments.Append(values[i]);
+    const int status = runGuarded(arguments);
+    // What was written before the end still leaves, as far as the peers take it.
+    EventLoop::instance().flushAll();
+    return status;
+}
+
+int ConsoleApplication::runGuarded(const Array<String>& arguments) {
+    try {
+        return static_cast<int>(Event_Run(arguments));
+    } catch (const RuntimeException& error) {
+        if (Event_UnhandledException(error))
+            return EXIT_SUCCESS;
+        const String detail = error.Message.empty() ? String() : String(" (") + error.Message + ")";
+        PrintError(concat("ended by an unhandled ", error.name(), detail));
+    } catch (const std::exception& error) {
+        PrintError(concat("ended by an unhandled exception: ", error.what()));
+    }
+    return EXIT_FAILURE;
+}
+
+} // namespace hearthix

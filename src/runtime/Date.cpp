@@ -1,0 +1,137 @@
+#include "runtime/Date.hpp"
+
+#include "runtime/Clock.hpp"
+#include "runtime/Numbers.hpp"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+namespace hearthix {
+
+namespace {
+
+constexpr Integer kSecondsOfDay = 86400;
+constexpr Integer kDaysFrom1904To1970 = 24107;
+// Far beyond any date that a peer could mean, and far from any overflow.
+constexpr Integer kLargestField = 400'000'000;
+
+Integer floorDivide(Integer value, Integer by) {
+    return value / by - (value % by < 0 ? 1 : 0);
+}
+
+// Days from 1970-01-01 of a date in the proleptic Gregorian calendar.
+Integer daysFromCivil(Integer year, Integer month, Integer day) {
+    year -= month <= 2 ? 1 : 0;
+    const Integer era = floorDivide(year, 400);
+    const Integer yearOfEra = year - era * 400;
+    const Integer dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
+}
+
+Integer clampField(Integer value) {
+    return std::clamp(value, -kLargestField, kLargestField);
+}
+
+} // namespace
+
+Date::Date() : moment_(clocks::wall()) {
+}
+
+void Date::resolve() const {
+    if (resolved_)
+        return;
+    constexpr std::int64_t kNanoseconds = 1'000'000'000;
+    const std::int64_t seconds = floorDivide(moment_, kNanoseconds);
+    const auto time = static_cast<time_t>(seconds);
+    std::tm local{};
+    localtime_r(&time, &local);
+    localDay_ = daysFromCivil(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+    secondsOfDay_ =
+        std::min<Integer>(local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, kSecondsOfDay - 1);
+    fraction_ = static_cast<double>(moment_ - seconds * kNanoseconds) / static_cast<double>(kNanoseconds);
+    resolved_ = true;
+}
+
+Date::Civil Date::civil() const {
+    resolve();
+    const Integer days = localDay_ + 719468;
+    const Integer era = floorDivide(days, 146097);
+    const Integer dayOfEra = days - era * 146097;
+    const Integer yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const Integer dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const Integer shifted = (5 * dayOfYear + 2) / 153;
+    const Integer month = shifted + (shifted < 10 ? 3 : -9);
+    return {yearOfEra + era * 400 + (month <= 2 ? 1 : 0), month, dayOfYear - (153 * shifted + 2) / 5 + 1};
+}
+
+Integer Date::localSeconds() const {
+    resolve();
+    return secondsOfDay_;
+}
+
+void Date::set(const Civil& date, Integer secondsOfDay) {
+    resolve();
+    const Integer monthIndex = clampField(date.month) - 1;
+    const Integer year = clampField(date.year) + floorDivide(monthIndex, 12);
+    const Integer month = monthIndex - floorDivide(monthIndex, 12) * 12 + 1;
+    const Integer dayCarry = floorDivide(secondsOfDay, kSecondsOfDay);
+    localDay_ = daysFromCivil(year, month, 1) + clampField(date.day) - 1 + dayCarry;
+    secondsOfDay_ = secondsOfDay - dayCarry * kSecondsOfDay;
+}
+
+void Date::setYear(Integer year) {
+    const Civil now = civil();
+    set({year, now.month, now.day}, localSeconds());
+}
+
+void Date::setMonth(Integer month) {
+    const Civil now = civil();
+    set({now.year, month, now.day}, localSeconds());
+}
+
+void Date::setDay(Integer day) {
+    const Civil now = civil();
+    set({now.year, now.month, day}, localSeconds());
+}
+
+void Date::setHour(Integer hour) {
+    set(civil(), clampField(hour) * 3600 + localSeconds() % 3600);
+}
+
+void Date::setMinute(Integer minute) {
+    set(civil(), Hour() * 3600 + clampField(minute) * 60 + Second());
+}
+
+void Date::setSecond(Integer second) {
+    const Integer whole = localSeconds() - Second() + clampField(second);
+    set(civil(), whole);
+    fraction_ = 0;
+}
+
+double Date::TotalSeconds() const {
+    resolve();
+    return static_cast<double>((localDay_ + kDaysFrom1904To1970) * kSecondsOfDay + secondsOfDay_) + fraction_;
+}
+
+String Date::LongTime() const {
+    static constexpr std::array kDays{"Thursday", "Friday",  "Saturday", "Sunday",
+                                      "Monday",   "Tuesday", "Wednesday"};
+    static constexpr std::array kMonths{"January",   "February", "March",    "April",
+                                        "May",       "June",     "July",     "August",
+                                        "September", "October",  "November", "December"};
+    const Civil date = civil();
+    const Integer weekday = localDay_ - floorDivide(localDay_, 7) * 7;
+    return concat(kDays[static_cast<std::size_t>(weekday)], ", ",
+                  kMonths[static_cast<std::size_t>(date.month - 1)], " ", Str(date.day), ", ", Str(date.year),
+                  " ", Str(Hour()), ":", Format(static_cast<double>(Minute()), "00"), ":",
+                  Format(static_cast<double>(Second()), "00"));
+}
+
+String Date::ShortDate() const {
+    const Civil date = civil();
+    return concat(Str(date.year), "-", Format(static_cast<double>(date.month), "00"), "-",
+                  Format(static_cast<double>(date.day), "00"));
+}
+
+} // namespace hearthix

@@ -1,0 +1,71 @@
+// A table of keys and values of any type, enumerated in order of insertion.
+//
+// String keys ignore case, and a string key never equals an integer key. Up to eight entries are searched one
+// by one; larger tables have an index, so that look-ups cost the same at any size. Replacing a value keeps
+// the key's place and its first spelling. References into the table hold until the next change of it.
+#pragma once
+
+#include "runtime/Array.hpp"
+#include "runtime/Object.hpp"
+#include "runtime/Variant.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace hearthix {
+
+class Dictionary : public Object {
+public:
+    Dictionary() = default;
+    // Makes room for a known number of entries.
+    explicit Dictionary(std::size_t expected) { entries_.reserve(expected); }
+
+    Integer Count() const noexcept { return static_cast<Integer>(entries_.size() - removed_); }
+    bool HasKey(const Variant& key) const { return find(key) != nullptr; }
+    // Raises KeyNotFoundException when the key is missing.
+    const Variant& Value(const Variant& key) const;
+    // Adds or replaces.
+    void SetValue(const Variant& key, Variant value);
+    // Drops a key; raises KeyNotFoundException when it is missing.
+    void Remove(const Variant& key);
+    // The key at a position from 0; raises OutOfBoundsException when there is none.
+    const Variant& Key(Integer index) const;
+    // The value that belongs to Key(index).
+    const Variant& ValueAt(Integer index) const;
+    Array<Variant> Keys() const;
+
+    // The value under a key, or null. The one-step form of HasKey and Value.
+    const Variant* find(const Variant& key) const;
+    const Variant* find(std::string_view key) const;
+    const Variant* find(Integer key) const;
+
+private:
+    struct Entry {
+        Variant key;
+        Variant value;
+        std::uint32_t hash;
+        bool removed;
+    };
+    struct Slot {
+        std::uint32_t hash;
+        std::uint32_t entry; // number of the entry plus one; 0 for a free slot
+    };
+    static constexpr std::size_t kUnindexed = 8;
+
+    template <class Matches>
+    std::size_t search(std::uint32_t hash, const Matches& matches) const;
+    std::size_t locate(const Variant& key) const;
+    void enterSlot(std::uint32_t hash, std::size_t entry) const;
+    void rebuildIndex() const;
+    void compact() const;
+    const Entry& entryAt(Integer index) const;
+
+    // Removing leaves a gap that the next enumeration or growth closes; nobody outside sees the difference.
+    mutable std::vector<Entry> entries_;
+    mutable std::vector<Slot> slots_;
+    mutable std::size_t removed_ = 0;
+};
+
+} // namespace hearthix

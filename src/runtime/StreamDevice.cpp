@@ -1,0 +1,178 @@
+#include "runtime/StreamDevice.hpp"
+
+#include "runtime/EventLoop.hpp"
+
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+#include <unistd.h>
+
+namespace hearthix {
+
+namespace {
+
+// Counts a level of nesting for as long as a call is under way, however it ends.
+class Nesting {
+public:
+    explicit Nesting(int& level) : level_(level) { ++level_; }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+    ~Nesting() { --level_; }
+
+private:
+    int& level_;
+};
+
+constexpr std::size_t kReadSize = 256 * 1024;
+
+// Reads go through one buffer for the whole process, and only the bytes that came are kept.
+char* readBuffer() {
+    static const std::unique_ptr<char[]> buffer(new char[kReadSize]);
+    return buffer.get();
+}
+
+bool isTemporary(int error) {
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+} // namespace
+
+StreamDevice::~StreamDevice() {
+    dropDescriptor();
+}
+
+void StreamDevice::attach(int descriptor) {
+    dropDescriptor();
+    descriptor_ = descriptor;
+    failure_ = 0;
+    received_ = String();
+    EventLoop::instance().add(*this);
+}
+
+void StreamDevice::dropDescriptor() {
+    if (descriptor_ < 0)
+        return;
+    EventLoop::instance().remove(*this);
+    ::close(std::exchange(descriptor_, -1));
+    output_.clear();
+    blocked_ = false;
+    sendAgainAt_ = kSendMark;
+}
+
+void StreamDevice::Close() {
+    flushOutput();
+    dropDescriptor();
+    failure_ = 0;
+}
+
+void StreamDevice::fail(int error) {
+    if (failure_ == 0)
+        failure_ = error;
+    output_.clear();
+    blocked_ = false;
+}
+
+void StreamDevice::Write(std::string_view bytes) {
+    if (!isOpen() || failure_ != 0)
+        return;
+    if (output_.size() + bytes.size() > kSendCeiling) {
+        fail(ENOBUFS);
+        return;
+    }
+    output_.append(bytes);
+    if (output_.size() >= sendAgainAt_ && !isOpening()) {
+        flushOutput();
+        sendAgainAt_ = output_.size() + kSendMark;
+    }
+}
+
+String StreamDevice::ReadAll(TextEncoding encoding) {
+    String all = std::exchange(received_, String());
+    all.setEncoding(encoding);
+    return all;
+}
+
+void StreamDevice::flushOutput() {
+    if (!isOpen() || isOpening())
+        return;
+    blocked_ = false;
+    while (!output_.empty()) {
+        const std::string_view waiting = output_.front();
+        const ssize_t sent = transmit(waiting.data(), waiting.size());
+        if (sent > 0) {
+            output_.consume(static_cast<std::size_t>(sent));
+            continue;
+        }
+        if (sent < 0 && errno == EINTR)
+            continue;
+        if (sent == 0 || isTemporary(errno))
+            blocked_ = true;
+        else
+            fail(errno);
+        break;
+    }
+    sendAgainAt_ = output_.size() + kSendMark;
+}
+
+void StreamDevice::readInput() {
+    char* buffer = readBuffer();
+    while (isOpen()) {
+        const ssize_t got = receive(buffer, kReadSize);
+        if (got > 0) {
+            received_.append(std::string_view(buffer, static_cast<std::size_t>(got)));
+            if (shortReadDrains() && static_cast<std::size_t>(got) < kReadSize)
+                return;
+            continue;
+        }
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got == 0)
+            fail(ENOTCONN);
+        else if (!isTemporary(errno))
+            fail(errno);
+        return;
+    }
+}
+
+void StreamDevice::tellNews() {
+    const Nesting level(nested_);
+    if (!received_.empty())
+        dataArrived();
+    if (failure_ == 0 || !isOpen())
+        return;
+    lastError_ = std::exchange(failure_, 0);
+    dropDescriptor();
+    failed();
+}
+
+void StreamDevice::serve(bool readable, bool writable) {
+    if (isOpening()) {
+        if (readable || writable || failure_ != 0)
+            serveOpening();
+        return;
+    }
+    if (writable)
+        flushOutput();
+    if (readable || failure_ != 0)
+        readInput();
+    tellNews();
+}
+
+void StreamDevice::Poll() {
+    const Ref<StreamDevice> keep(this);
+    if (!isOpen())
+        return;
+    if (isOpening()) {
+        serveOpening();
+        return;
+    }
+    flushOutput();
+    if (nested_ >= kMostNested)
+        return;
+    readInput();
+    tellNews();
+}
+
+} // namespace hearthix

@@ -1,0 +1,95 @@
+// What a TCP connection and a serial line have in common: bytes in, bytes out, and their events.
+//
+// Write only buffers. What is buffered leaves with the next pass of the event loop, the next Poll or Flush,
+// or as soon as the buffer passes a mark. The buffer has a ceiling: past it the line counts as failed and
+// what is written is dropped, so that a peer that never reads costs bounded memory.
+//
+// A read takes all that has arrived, until the system has no more: no size of ours cuts the stream where the
+// peer did not. Data that came ahead of a failure are delivered ahead of it. After a failure the device is
+// closed, and its error event has run once.
+//
+// Poll inside an event of the same device may run that event again. Past kMostNested such levels it only
+// writes, so that no stream, however long, exhausts the stack; what has arrived is read further up.
+#pragma once
+
+#include "runtime/EventSource.hpp"
+#include "runtime/SendBuffer.hpp"
+#include "runtime/String.hpp"
+
+#include <cstddef>
+#include <string_view>
+
+#include <sys/types.h>
+
+namespace hearthix {
+
+class StreamDevice : public EventSource {
+public:
+    static constexpr std::size_t kSendMark = 256 * 1024;
+    static constexpr std::size_t kSendCeiling = 64 * 1024 * 1024;
+    static constexpr int kMostNested = 64;
+
+    ~StreamDevice() override;
+
+    // Dropped when the device is not open.
+    void Write(std::string_view bytes);
+    // Everything received so far and not yet taken.
+    String ReadAll(TextEncoding encoding = TextEncoding::none);
+    // Sends what stands in the write buffer, as far as the system takes it now. Runs no events.
+    void Flush() { flushOutput(); }
+    // Serves this device now; its events run inside.
+    void Poll();
+    // What is still buffered is sent as far as the system takes it at once. Closing what is closed is no
+    // fault.
+    virtual void Close();
+    // The system's error number of the latest failure; ENOTCONN when the peer closed in good order.
+    Integer LastErrorCode() const noexcept { return lastError_; }
+
+    std::size_t unsentBytes() const noexcept { return output_.size(); }
+
+protected:
+    bool isOpen() const noexcept { return descriptor_ >= 0; }
+    // Takes over an open, non-blocking descriptor.
+    void attach(int descriptor);
+    // Notes a failure, to be told by the next serve or Poll.
+    void fail(int error);
+    // For what fails ahead of any event.
+    void setLastError(int error) noexcept { lastError_ = error; }
+    bool hasFailed() const noexcept { return failure_ != 0; }
+    // Runs the events for what has been read and for a failure, in this order.
+    void tellNews();
+
+    // As read(2) and write(2).
+    virtual ssize_t receive(char* bytes, std::size_t count) = 0;
+    virtual ssize_t transmit(const char* bytes, std::size_t count) = 0;
+    // Whether a read that brought less than it could have means that nothing is left.
+    virtual bool shortReadDrains() const noexcept = 0;
+    // False while the device isn't ready for data; serveOpening then gets the loop's attention.
+    virtual bool isOpening() const noexcept { return false; }
+    virtual void serveOpening() {}
+    virtual void dataArrived() = 0;
+    virtual void failed() = 0;
+
+    // The event loop's view.
+    int descriptor() const noexcept override { return descriptor_; }
+    bool wantsRead() const noexcept override { return !isOpening(); }
+    bool wantsWrite() const noexcept override { return isOpening() || blocked_; }
+    bool hasNews() const noexcept override { return failure_ != 0; }
+    void serve(bool readable, bool writable) override;
+    void flushOutput() override;
+
+private:
+    void readInput();
+    void dropDescriptor();
+
+    int descriptor_ = -1;
+    int lastError_ = 0;
+    int failure_ = 0;      // error number of a failure that is still to be told
+    int nested_ = 0;       // events of this device under way
+    bool blocked_ = false; // the system took less than there was
+    std::size_t sendAgainAt_ = kSendMark;
+    String received_;
+    SendBuffer output_;
+};
+
+} // namespace hearthix

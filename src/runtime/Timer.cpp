@@ -1,0 +1,27 @@
+#include "runtime/Timer.hpp"
+
+#include "runtime/Clock.hpp"
+#include "runtime/EventLoop.hpp"
+
+namespace hearthix {
+
+Timer::~Timer() {
+    EventLoop::instance().remove(*this);
+}
+
+void Timer::setMode(int mode) {
+    mode_ = mode;
+    due_ = mode == kModeSingle ? clocks::monotonic() + period_ * 1'000'000 : INT64_MAX;
+    if (mode == kModeSingle)
+        EventLoop::instance().add(*this);
+    else
+        EventLoop::instance().remove(*this);
+}
+
+void Timer::fire() {
+    const Ref<Timer> keep(this);
+    setMode(kModeOff);
+    Event_Action();
+}
+
+} // namespace hearthix

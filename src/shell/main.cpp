@@ -1,0 +1,6 @@
+#include "shell/App.hpp"
+
+int main(int argc, char** argv) {
+    hearthix::App app;
+    return app.execute(argc, argv);
+}
