@@ -53,7 +53,7 @@ void cMSEndpoint::SendOnlyBatteryLevel(Integer level) {
         cHearthixCommand report;
         report.SetMulti("mcmd", "NoOp");
         report.SetMulti(
-            "addr", concat(RootIndexString, ".", mySensors::varTypeToSuffix(subUnits->Key(i).asInteger())));
+            "addr", concat(RootIndexString, ".", mySensors::varTypeToSuffix(subUnits->Key(i).toInteger())));
         report.SetMulti("Batt", Str(batteryLevel));
         HearthixSocket->SendCommand(report);
         RuntimeBackgroundTask();

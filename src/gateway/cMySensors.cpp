@@ -31,7 +31,7 @@ void cMySensors::PortDataAvailable(const String& data) {
     Integer lineEnd = InStrB(held + 1, buffer, kLineFeed);
     while (lineEnd > 0) {
         const String line = LeftB(buffer, lineEnd);
-        buffer = RightB(buffer, LenB(buffer) - lineEnd);
+        buffer.removeFront(line.size());
         lineEnd = InStrB(1, buffer, kLineFeed);
         HandleMSCommand(Trim(line));
         RuntimeBackgroundTask();

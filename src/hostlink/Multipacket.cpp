@@ -4,6 +4,8 @@
 #include "runtime/ByteOrder.hpp"
 #include "runtime/StringFunctions.hpp"
 
+#include <cstring>
+
 namespace hearthix {
 
 namespace {
@@ -12,6 +14,7 @@ constexpr std::size_t kHeaderSize = 4;
 constexpr std::size_t kFlagsOffset = 3;
 constexpr Integer kKeySize = 4;
 constexpr std::uint8_t kLittleEndianFlag = 128;
+constexpr std::size_t kNumberSize = 2;
 constexpr std::size_t kExpectedEntries = 8;
 
 // The four-byte form of a key: padded with blanks at the left, or cut to its last four bytes.
@@ -19,11 +22,32 @@ String wireKey(const String& key) {
     return LenB(key) == kKeySize ? key : RightB(String("    ") + key, kKeySize);
 }
 
-void appendNumber(String& packet, std::size_t value) {
-    char bytes[2];
-    encodeNumber(bytes, sizeof bytes, value, true);
-    packet.append(std::string_view(bytes, sizeof bytes));
-}
+// Writes a packet front to back into memory of its size.
+class PacketWriter {
+public:
+    explicit PacketWriter(char* target) : at_(target) {}
+
+    void put(std::string_view bytes) {
+        if (!bytes.empty())
+            std::memcpy(at_, bytes.data(), bytes.size());
+        at_ += bytes.size();
+    }
+    void putByte(std::uint8_t value) { *at_++ = static_cast<char>(value); }
+    void putKey(const String& key) {
+        if (key.size() == static_cast<std::size_t>(kKeySize))
+            put(key.view());
+        else
+            put(wireKey(key));
+    }
+    // Cut to the low 16 bits, as the format has no more.
+    void putNumber(std::size_t value) {
+        encodeNumber(at_, kNumberSize, value, true);
+        at_ += kNumberSize;
+    }
+
+private:
+    char* at_;
+};
 
 } // namespace
 
@@ -56,21 +80,20 @@ String cHearthixCommand::GetRawMultipacket() {
     const Integer count = MultiDict->Count();
     std::size_t size = kHeaderSize;
     for (Integer i = 0; i < count; ++i)
-        size += static_cast<std::size_t>(kKeySize) + 2 + MultiDict->ValueAt(i).asString().size();
+        size += static_cast<std::size_t>(kKeySize) + kNumberSize + MultiDict->ValueAt(i).asString().size();
 
-    String packet(std::string_view("J"));
-    packet.reserve(size);
-    // Lengths are cut to their low 16 bits, as the format has no more.
-    appendNumber(packet, size);
-    const char flags = static_cast<char>(kLittleEndianFlag);
-    packet.append(std::string_view(&flags, 1));
-    for (Integer i = 0; i < count; ++i) {
-        const String& value = MultiDict->ValueAt(i).asString();
-        packet.append(wireKey(MultiDict->Key(i).asString()));
-        appendNumber(packet, value.size());
-        packet.append(value);
-    }
-    return packet;
+    return String::build(size, [&](char* target) {
+        PacketWriter packet(target);
+        packet.put("J");
+        packet.putNumber(size);
+        packet.putByte(kLittleEndianFlag);
+        for (Integer i = 0; i < count; ++i) {
+            const String& value = MultiDict->ValueAt(i).asString();
+            packet.putKey(MultiDict->Key(i).asString());
+            packet.putNumber(value.size());
+            packet.put(value.view());
+        }
+    });
 }
 
 bool cHearthixCommand::initFromMultiPacket(const String& packet) {

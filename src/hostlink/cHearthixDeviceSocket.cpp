@@ -55,7 +55,7 @@ void cHearthixDeviceSocket::Event_DataAvailable() {
 // Cut out before it is handled: a handler can run this event again.
 String cHearthixDeviceSocket::cutFromBuffer(Integer length) {
     String packet = LeftB(Buffer, length);
-    Buffer = RightB(Buffer, LenB(Buffer) - length);
+    Buffer.removeFront(packet.size());
     return packet;
 }
 

@@ -2,7 +2,7 @@
 
 #include "runtime/StringFunctions.hpp"
 
-#include <algorithm>
+#include <utility>
 
 namespace hearthix {
 
@@ -10,56 +10,62 @@ namespace {
 
 constexpr std::size_t kMissing = SIZE_MAX;
 
-std::uint32_t hashOfInteger(Integer number) {
+std::uint32_t hashOf(Integer number) {
     return static_cast<std::uint32_t>((static_cast<std::uint64_t>(number) * 0x9E3779B97F4A7C15U) >> 32U);
 }
-
+std::uint32_t hashOf(std::string_view text) {
+    return hashIgnoringCase(text);
+}
 std::uint32_t hashOf(const Variant& key) {
-    if (key.isString())
-        return hashIgnoringCase(key.asString());
-    return hashOfInteger(key.asInteger());
+    return key.isString() ? hashOf(key.asString().view()) : hashOf(key.asInteger());
+}
+
+bool matches(const Variant& candidate, Integer key) {
+    return candidate.isInteger() && candidate.asInteger() == key;
+}
+bool matches(const Variant& candidate, std::string_view key) {
+    return candidate.isString() && RuntimeStringCompare(candidate.asString().view(), key);
+}
+bool matches(const Variant& candidate, const Variant& key) {
+    return candidate == key;
 }
 
 } // namespace
 
-template <class Matches>
-std::size_t Dictionary::search(std::uint32_t hash, const Matches& matches) const {
+template <class Wanted>
+std::size_t Dictionary::locate(const Wanted& key) const {
     if (slots_.empty()) {
         for (std::size_t i = 0; i < entries_.size(); ++i)
-            if (entries_[i].hash == hash && !entries_[i].removed && matches(entries_[i].key))
+            if (matches(entries_[i].key, key))
                 return i;
         return kMissing;
     }
+    const std::uint32_t hash = hashOf(key);
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t at = hash & mask; slots_[at].entry != 0; at = (at + 1) & mask) {
         const std::size_t i = slots_[at].entry - 1;
-        if (slots_[at].hash == hash && !entries_[i].removed && matches(entries_[i].key))
+        if (slots_[at].hash == hash && matches(entries_[i].key, key))
             return i;
     }
     return kMissing;
 }
 
-std::size_t Dictionary::locate(const Variant& key) const {
-    return search(hashOf(key), [&](const Variant& candidate) { return candidate == key; });
-}
-
-const Variant* Dictionary::find(const Variant& key) const {
+template <class Wanted>
+const Variant* Dictionary::valueOf(const Wanted& key) const {
     const std::size_t i = locate(key);
     return i == kMissing ? nullptr : &entries_[i].value;
 }
 
+const Variant* Dictionary::find(const Variant& key) const {
+    return valueOf(key);
+}
+
 const Variant* Dictionary::find(std::string_view key) const {
-    const std::size_t i = search(hashIgnoringCase(key), [&](const Variant& candidate) {
-        return candidate.isString() && RuntimeStringCompare(candidate.asString(), key);
-    });
-    return i == kMissing ? nullptr : &entries_[i].value;
+    return valueOf(key);
 }
 
 const Variant* Dictionary::find(Integer key) const {
-    const std::size_t i = search(hashOfInteger(key), [&](const Variant& candidate) {
-        return candidate.isInteger() && candidate.asInteger() == key;
-    });
-    return i == kMissing ? nullptr : &entries_[i].value;
+    return valueOf(key);
 }
 
 const Variant& Dictionary::Value(const Variant& key) const {
@@ -69,37 +75,39 @@ const Variant& Dictionary::Value(const Variant& key) const {
     return *value;
 }
 
-void Dictionary::SetValue(const Variant& key, Variant value) {
-    const std::uint32_t hash = hashOf(key);
-    const std::size_t i = search(hash, [&](const Variant& candidate) { return candidate == key; });
+void Dictionary::SetValue(Variant key, Variant value) {
+    const std::size_t i = locate(key);
     if (i != kMissing) {
         entries_[i].value = std::move(value);
         return;
     }
-    if (removed_ > entries_.size() / 2)
-        compact();
-    // Large tables grow by a quarter: memory matters more there than the rare move.
-    if (entries_.size() == entries_.capacity() && entries_.size() > 1024)
+    makeRoom();
+    entries_.push_back(Entry{std::move(key), std::move(value)});
+    if (entries_.size() <= kUnindexed)
+        return;
+    if (slots_.size() < entries_.size() * 2)
+        rebuildIndex();
+    else
+        enterSlot(hashOf(entries_.back().key), entries_.size() - 1);
+}
+
+// Large tables grow by a quarter: memory matters more there than the rare move.
+void Dictionary::makeRoom() {
+    constexpr std::size_t kLarge = 1024;
+    if (entries_.size() == entries_.capacity() && entries_.size() > kLarge)
         entries_.reserve(entries_.size() + entries_.size() / 4);
-    entries_.push_back(Entry{key, std::move(value), hash, false});
-    if (entries_.size() > kUnindexed) {
-        if (slots_.size() < entries_.size() * 2)
-            rebuildIndex();
-        else
-            enterSlot(hash, entries_.size() - 1);
-    }
 }
 
 void Dictionary::Remove(const Variant& key) {
     const std::size_t i = locate(key);
     if (i == kMissing)
         throw KeyNotFoundException();
-    entries_[i].removed = true;
-    entries_[i].value = Variant();
-    ++removed_;
+    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
+    if (!slots_.empty())
+        rebuildIndex();
 }
 
-void Dictionary::enterSlot(std::uint32_t hash, std::size_t entry) const {
+void Dictionary::enterSlot(std::uint32_t hash, std::size_t entry) {
     const std::size_t mask = slots_.size() - 1;
     std::size_t at = hash & mask;
     while (slots_[at].entry != 0)
@@ -107,26 +115,16 @@ void Dictionary::enterSlot(std::uint32_t hash, std::size_t entry) const {
     slots_[at] = Slot{hash, static_cast<std::uint32_t>(entry + 1)};
 }
 
-void Dictionary::rebuildIndex() const {
-    std::size_t size = 32;
+void Dictionary::rebuildIndex() {
+    std::size_t size = 4 * kUnindexed;
     while (size < entries_.size() * 2 + 1)
         size *= 2;
     slots_.assign(size, Slot{0, 0});
     for (std::size_t i = 0; i < entries_.size(); ++i)
-        enterSlot(entries_[i].hash, i);
-}
-
-void Dictionary::compact() const {
-    if (removed_ == 0)
-        return;
-    std::erase_if(entries_, [](const Entry& entry) { return entry.removed; });
-    removed_ = 0;
-    if (!slots_.empty())
-        rebuildIndex();
+        enterSlot(hashOf(entries_[i].key), i);
 }
 
 const Dictionary::Entry& Dictionary::entryAt(Integer index) const {
-    compact();
     if (index < 0 || index >= Count())
         throw OutOfBoundsException();
     return entries_[static_cast<std::size_t>(index)];

@@ -22,13 +22,13 @@ public:
     // Makes room for a known number of entries.
     explicit Dictionary(std::size_t expected) { entries_.reserve(expected); }
 
-    Integer Count() const noexcept { return static_cast<Integer>(entries_.size() - removed_); }
+    Integer Count() const noexcept { return static_cast<Integer>(entries_.size()); }
     bool HasKey(const Variant& key) const { return find(key) != nullptr; }
     // Raises KeyNotFoundException when the key is missing.
     const Variant& Value(const Variant& key) const;
     // Adds or replaces.
-    void SetValue(const Variant& key, Variant value);
-    // Drops a key; raises KeyNotFoundException when it is missing.
+    void SetValue(Variant key, Variant value);
+    // Drops a key, at the cost of a walk over the table; raises KeyNotFoundException when it is missing.
     void Remove(const Variant& key);
     // The key at a position from 0; raises OutOfBoundsException when there is none.
     const Variant& Key(Integer index) const;
@@ -45,8 +45,6 @@ private:
     struct Entry {
         Variant key;
         Variant value;
-        std::uint32_t hash;
-        bool removed;
     };
     struct Slot {
         std::uint32_t hash;
@@ -54,18 +52,17 @@ private:
     };
     static constexpr std::size_t kUnindexed = 8;
 
-    template <class Matches>
-    std::size_t search(std::uint32_t hash, const Matches& matches) const;
-    std::size_t locate(const Variant& key) const;
-    void enterSlot(std::uint32_t hash, std::size_t entry) const;
-    void rebuildIndex() const;
-    void compact() const;
+    template <class Wanted>
+    std::size_t locate(const Wanted& key) const;
+    template <class Wanted>
+    const Variant* valueOf(const Wanted& key) const;
+    void makeRoom();
+    void enterSlot(std::uint32_t hash, std::size_t entry);
+    void rebuildIndex();
     const Entry& entryAt(Integer index) const;
 
-    // Removing leaves a gap that the next enumeration or growth closes; nobody outside sees the difference.
-    mutable std::vector<Entry> entries_;
-    mutable std::vector<Slot> slots_;
-    mutable std::size_t removed_ = 0;
+    std::vector<Entry> entries_;
+    std::vector<Slot> slots_; // empty while the entries are few; a power of two, at most half of it in use
 };
 
 } // namespace hearthix

@@ -38,34 +38,41 @@ String::String(std::string_view bytes, TextEncoding encoding) {
 void String::setSmall(std::string_view bytes, TextEncoding encoding) noexcept {
     clear();
     if (!bytes.empty())
-        std::memcpy(raw_, bytes.data(), bytes.size());
-    raw_[kSmallCapacity] = static_cast<std::uint8_t>(encodingBits(encoding) | bytes.size());
+        std::memcpy(raw_ + kSmallOffset, bytes.data(), bytes.size());
+    setMeta(encodingBits(encoding) | static_cast<unsigned>(bytes.size()));
 }
 
 void String::setLarge(Block* block, const char* begin, std::size_t size, TextEncoding encoding) noexcept {
-    const std::uint64_t wide = size;
-    const Large shared{block,
-                       begin,
-                       static_cast<std::uint32_t>(wide),
-                       static_cast<std::uint16_t>(wide >> 32U),
-                       static_cast<std::uint8_t>(wide >> 48U),
-                       static_cast<std::uint8_t>(kLargeBit | encodingBits(encoding))};
-    std::memcpy(raw_, &shared, sizeof shared);
+    const unsigned bits = kLargeBit | encodingBits(encoding);
+    setField(0, (std::uint64_t{size} << kSizeShift) | (std::uint64_t{bits} << kMetaShift));
+    setField(kBlockOffset, block);
+    setField(kBeginOffset, begin);
+}
+
+// An empty text's room for so many bytes, which the caller fills in.
+char* String::prepare(std::size_t size) {
+    if (size <= kSmallCapacity) {
+        setMeta(static_cast<unsigned>(size));
+        return reinterpret_cast<char*>(raw_ + kSmallOffset);
+    }
+    Block* block = Block::create(size);
+    block->used = size;
+    setLarge(block, block->bytes(), size, TextEncoding::none);
+    return block->bytes();
 }
 
 void String::retainBlock() const noexcept {
-    ++large().block->references;
+    ++block()->references;
 }
 
 void String::releaseBlock() noexcept {
-    Block* block = large().block;
-    if (--block->references == 0)
-        ::operator delete(block);
+    Block* shared = block();
+    if (--shared->references == 0)
+        ::operator delete(shared);
 }
 
 void String::setEncoding(TextEncoding encoding) noexcept {
-    raw_[kSmallCapacity] =
-        static_cast<std::uint8_t>((meta() & ~unsigned{kEncodingMask}) | encodingBits(encoding));
+    setMeta((meta() & ~kEncodingMask) | encodingBits(encoding));
 }
 
 String String::cut(std::size_t offset, std::size_t count) const {
@@ -73,26 +80,42 @@ String String::cut(std::size_t offset, std::size_t count) const {
     if (offset >= bytes.size())
         return String(std::string_view(), encoding());
     const std::string_view part = bytes.substr(offset, count);
-    if (isInline() || part.size() <= kSmallCapacity)
+    if (part.size() <= kSmallCapacity)
         return String(part, encoding());
     String result;
-    Block* block = large().block;
-    ++block->references;
-    result.setLarge(block, part.data(), part.size(), encoding());
+    retainBlock();
+    result.setLarge(block(), part.data(), part.size(), encoding());
     return result;
+}
+
+void String::removeFront(std::size_t count) noexcept {
+    const std::string_view rest = view().substr(std::min(count, size()));
+    if (!isInline() && rest.size() > kSmallCapacity) {
+        setField(kBeginOffset, rest.data());
+        setLargeSize(rest.size());
+        return;
+    }
+    // The rest may stand in the very bytes that are about to be written.
+    const String small(rest, encoding());
+    *this = small;
 }
 
 // Moves the text into a block of its own with room for capacity bytes.
 void String::reallocate(std::size_t capacity) {
     const std::string_view bytes = view();
-    Block* block = Block::create(capacity);
+    Block* fresh = Block::create(capacity);
     if (!bytes.empty())
-        std::memcpy(block->bytes(), bytes.data(), bytes.size());
-    block->used = bytes.size();
+        std::memcpy(fresh->bytes(), bytes.data(), bytes.size());
+    fresh->used = bytes.size();
     const TextEncoding tag = encoding();
     const std::size_t size = bytes.size();
     drop();
-    setLarge(block, block->bytes(), size, tag);
+    setLarge(fresh, fresh->bytes(), size, tag);
+}
+
+// Whether the text ends where the used part of its block ends, so that it may grow in place.
+bool String::ownsTail() const noexcept {
+    return !isInline() && begin() + largeSize() == block()->bytes() + block()->used;
 }
 
 String& String::append(std::string_view bytes) {
@@ -101,29 +124,24 @@ String& String::append(std::string_view bytes) {
     const std::size_t oldSize = size();
     const std::size_t newSize = oldSize + bytes.size();
     if (isInline() && newSize <= kSmallCapacity) {
-        std::memcpy(raw_ + oldSize, bytes.data(), bytes.size());
-        raw_[kSmallCapacity] = static_cast<std::uint8_t>((meta() & ~unsigned{kSmallSizeMask}) | newSize);
+        std::memcpy(raw_ + kSmallOffset + oldSize, bytes.data(), bytes.size());
+        setMeta((meta() & ~kSmallSizeMask) | static_cast<unsigned>(newSize));
         return *this;
     }
-    if (!isInline()) {
-        const Large shared = large();
-        const std::size_t start = static_cast<std::size_t>(shared.begin - shared.block->bytes());
-        if (start + oldSize == shared.block->used &&
-            bytes.size() <= shared.block->capacity - shared.block->used) {
-            std::memcpy(shared.block->bytes() + shared.block->used, bytes.data(), bytes.size());
-            shared.block->used += bytes.size();
-            setLarge(shared.block, shared.begin, newSize, encoding());
-            return *this;
-        }
+    if (ownsTail() && bytes.size() <= block()->capacity - block()->used) {
+        std::memcpy(block()->bytes() + block()->used, bytes.data(), bytes.size());
+        block()->used += bytes.size();
+        setLargeSize(newSize);
+        return *this;
     }
     // Both parts are copied before the old block goes: the appended bytes may stand in it.
-    Block* block = Block::create(std::max(newSize, oldSize * 2));
-    std::memcpy(block->bytes(), data(), oldSize);
-    std::memcpy(block->bytes() + oldSize, bytes.data(), bytes.size());
-    block->used = newSize;
+    Block* fresh = Block::create(std::max(newSize, oldSize * 2));
+    std::memcpy(fresh->bytes(), data(), oldSize);
+    std::memcpy(fresh->bytes() + oldSize, bytes.data(), bytes.size());
+    fresh->used = newSize;
     const TextEncoding tag = encoding();
     drop();
-    setLarge(block, block->bytes(), newSize, tag);
+    setLarge(fresh, fresh->bytes(), newSize, tag);
     return *this;
 }
 
@@ -141,31 +159,27 @@ String& String::operator+=(const String& other) {
 void String::reserve(std::size_t capacity) {
     if (capacity <= kSmallCapacity && isInline())
         return;
-    if (!isInline()) {
-        const Large shared = large();
-        const std::size_t start = static_cast<std::size_t>(shared.begin - shared.block->bytes());
-        if (start + shared.size() == shared.block->used && capacity <= shared.block->capacity - start)
-            return;
-    }
-    reallocate(std::max(capacity, size()));
+    const bool hasRoom =
+        ownsTail() && capacity <= block()->capacity - static_cast<std::size_t>(begin() - block()->bytes());
+    if (!hasRoom)
+        reallocate(std::max(capacity, size()));
 }
 
 void String::replaceBytes(std::size_t offset, std::string_view bytes) {
     if (bytes.empty())
         return;
     if (isInline()) {
-        std::memmove(raw_ + offset, bytes.data(), bytes.size());
+        std::memmove(raw_ + kSmallOffset + offset, bytes.data(), bytes.size());
         return;
     }
-    if (large().block->references > 1)
+    if (block()->references > 1)
         reallocate(size());
-    const Large shared = large();
-    const std::size_t start = static_cast<std::size_t>(shared.begin - shared.block->bytes());
-    std::memmove(shared.block->bytes() + start + offset, bytes.data(), bytes.size());
+    const std::size_t start = static_cast<std::size_t>(begin() - block()->bytes());
+    std::memmove(block()->bytes() + start + offset, bytes.data(), bytes.size());
 }
 
 void String::compact() {
-    if (!isInline() && large().block->capacity / 2 > size())
+    if (!isInline() && block()->capacity / 2 > size())
         *this = String(view(), encoding());
 }
 

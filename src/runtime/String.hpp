@@ -10,7 +10,7 @@
 
 #include "runtime/Encoding.hpp"
 
-#include <compare>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -44,14 +44,12 @@ public:
         return *this;
     }
 
-    const char* data() const noexcept { return isInline() ? smallBytes() : large().begin; }
-    std::size_t size() const noexcept { return isInline() ? smallSize() : large().size(); }
+    const char* data() const noexcept { return isInline() ? smallBytes() : begin(); }
+    std::size_t size() const noexcept { return isInline() ? smallSize() : largeSize(); }
     bool empty() const noexcept { return size() == 0; }
     std::string_view view() const noexcept {
-        if (isInline())
-            return {smallBytes(), smallSize()};
-        const Large shared = large();
-        return {shared.begin, shared.size()};
+        return isInline() ? std::string_view(smallBytes(), smallSize())
+                          : std::string_view(begin(), largeSize());
     }
     operator std::string_view() const noexcept { return view(); }
     unsigned char byteAt(std::size_t offset) const noexcept {
@@ -60,12 +58,21 @@ public:
     }
 
     TextEncoding encoding() const noexcept {
-        return static_cast<TextEncoding>((meta() >> kEncodingShift) & 3U);
+        return static_cast<TextEncoding>((meta() & kEncodingMask) >> kEncodingShift);
     }
     void setEncoding(TextEncoding encoding) noexcept;
 
     // The bytes from offset on, at most count of them; a range past the end yields what is there.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const;
+    // Takes the first bytes away, in place; at most all of them.
+    void removeFront(std::size_t count) noexcept;
+    // A new text of so many bytes, filled in by fill(char* bytes), which must set every one of them.
+    template <class Fill>
+    static String build(std::size_t size, const Fill& fill) {
+        String text;
+        fill(text.prepare(size));
+        return text;
+    }
     // Appends bytes; amortised constant cost a byte. The tag stays as it is.
     String& append(std::string_view bytes);
     // Appends a string as concatenation does: equal tags stay, an empty side yields to the other, else none.
@@ -83,50 +90,67 @@ public:
 
 private:
     struct Block;
-    struct Large {
-        Block* block;
-        const char* begin;
-        std::uint32_t sizeLow;
-        std::uint16_t sizeMiddle;
-        std::uint8_t sizeHigh;
-        std::uint8_t meta;
-
-        std::size_t size() const noexcept {
-            return static_cast<std::size_t>((std::uint64_t{sizeHigh} << 48U) |
-                                            (std::uint64_t{sizeMiddle} << 32U) | sizeLow);
-        }
-    };
-    static constexpr std::size_t kSmallCapacity = sizeof(Large) - 1;
-    // The last byte of either form. Bit 7: shared block; bits 5 and 6: encoding; bits 0 to 4: a small text's
-    // size.
-    static constexpr std::uint8_t kLargeBit = 0x80;
+    // Layout of raw_. A small text: the meta byte, then up to kSmallCapacity bytes. A large one: a word that
+    // holds the size and, in its first byte, the same meta; then the block and the first byte in it.
+    static constexpr std::size_t kSmallOffset = 1;
+    static constexpr std::size_t kBlockOffset = sizeof(std::uint64_t);
+    static constexpr std::size_t kBeginOffset = kBlockOffset + sizeof(void*);
+    static constexpr std::size_t kRawSize = kBeginOffset + sizeof(void*);
+    static constexpr std::size_t kSmallCapacity = kRawSize - kSmallOffset;
+    // Meta. Bit 7: shared block; bits 5 and 6: encoding; bits 0 to 4: a small text's size.
+    static constexpr unsigned kLargeBit = 0x80;
     static constexpr unsigned kEncodingShift = 5;
-    static constexpr std::uint8_t kEncodingMask = 0x60;
-    static constexpr std::uint8_t kSmallSizeMask = 0x1F;
+    static constexpr unsigned kEncodingMask = 0x60;
+    static constexpr unsigned kSmallSizeMask = 0x1F;
     static_assert(kSmallCapacity <= kSmallSizeMask);
+    // Where the size and the meta byte stand in the first word, so that the meta is its first byte in memory.
+    static constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+    static constexpr unsigned kSizeShift = kLittleEndian ? 8 : 0;
+    static constexpr unsigned kMetaShift = kLittleEndian ? 0 : 56;
+    static constexpr std::uint64_t kSizeMask = ~std::uint64_t{0} >> 8U;
 
-    static std::uint8_t encodingBits(TextEncoding encoding) noexcept {
-        return static_cast<std::uint8_t>(static_cast<unsigned>(encoding) << kEncodingShift);
+    static unsigned encodingBits(TextEncoding encoding) noexcept {
+        return static_cast<unsigned>(encoding) << kEncodingShift;
     }
-    std::uint8_t meta() const noexcept { return raw_[kSmallCapacity]; }
+    unsigned meta() const noexcept { return raw_[0]; }
+    void setMeta(unsigned value) noexcept { raw_[0] = static_cast<unsigned char>(value); }
     bool isInline() const noexcept { return (meta() & kLargeBit) == 0; }
-    const char* smallBytes() const noexcept { return reinterpret_cast<const char*>(raw_); }
+    const char* smallBytes() const noexcept { return reinterpret_cast<const char*>(raw_ + kSmallOffset); }
     std::size_t smallSize() const noexcept { return meta() & kSmallSizeMask; }
-    Large large() const noexcept {
-        Large shared;
-        std::memcpy(&shared, raw_, sizeof shared);
-        return shared;
+    template <class Field>
+    Field field(std::size_t offset) const noexcept {
+        Field value;
+        std::memcpy(&value, raw_ + offset, sizeof value);
+        return value;
+    }
+    template <class Field>
+    void setField(std::size_t offset, Field value) noexcept {
+        std::memcpy(raw_ + offset, &value, sizeof value);
+    }
+    Block* block() const noexcept { return field<Block*>(kBlockOffset); }
+    const char* begin() const noexcept { return field<const char*>(kBeginOffset); }
+    std::size_t largeSize() const noexcept {
+        return static_cast<std::size_t>((field<std::uint64_t>(0) >> kSizeShift) & kSizeMask);
+    }
+    void setLargeSize(std::size_t size) noexcept {
+        setField(0, (std::uint64_t{size} << kSizeShift) | (std::uint64_t{meta()} << kMetaShift));
     }
     void clear() noexcept { std::memset(raw_, 0, sizeof raw_); }
     void setSmall(std::string_view bytes, TextEncoding encoding) noexcept;
     void setLarge(Block* block, const char* begin, std::size_t size, TextEncoding encoding) noexcept;
+    // Word by word: a wider load would have to wait for the single words to be written.
+    void copyRaw(const String& other) noexcept {
+        setField(0, other.field<std::uint64_t>(0));
+        setField(kBlockOffset, other.block());
+        setField(kBeginOffset, other.begin());
+    }
     void shareFrom(const String& other) noexcept {
-        std::memcpy(raw_, other.raw_, sizeof raw_);
+        copyRaw(other);
         if (!isInline())
             retainBlock();
     }
     void takeFrom(String& other) noexcept {
-        std::memcpy(raw_, other.raw_, sizeof raw_);
+        copyRaw(other);
         other.clear();
     }
     void drop() noexcept {
@@ -136,8 +160,10 @@ private:
     void retainBlock() const noexcept;
     void releaseBlock() noexcept;
     void reallocate(std::size_t capacity);
+    bool ownsTail() const noexcept;
+    char* prepare(std::size_t size);
 
-    alignas(Large) unsigned char raw_[sizeof(Large)];
+    alignas(std::uint64_t) unsigned char raw_[kRawSize];
 };
 
 // Operands of a long concatenation, each a String or program text.

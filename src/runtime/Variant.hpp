@@ -39,6 +39,9 @@ public:
         const Integer* number = std::get_if<Integer>(&value_);
         return number ? *number : 0;
     }
+    // The number that a key or value stands for: an integer as it is, a double cut toward zero, of a string
+    // the number at its start.
+    Integer toInteger() const;
     // The object when there is one of this class, else null. Borrowed: it lives as long as the table holds
     // it.
     template <class T>

@@ -1,0 +1,56 @@
+#include "runtime/Terminal.hpp"
+
+#include <cerrno>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace hearthix::terminal {
+
+bool isInput() {
+    return isatty(STDIN_FILENO) != 0;
+}
+
+bool isOutput() {
+    return isatty(STDOUT_FILENO) != 0;
+}
+
+Size size() {
+    winsize window{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_col == 0 || window.ws_row == 0)
+        return {};
+    return {window.ws_col, window.ws_row};
+}
+
+void write(std::string_view frame) {
+    while (!frame.empty()) {
+        const ssize_t written = ::write(STDOUT_FILENO, frame.data(), frame.size());
+        if (written > 0) {
+            frame.remove_prefix(static_cast<std::size_t>(written));
+            continue;
+        }
+        pollfd watch{STDOUT_FILENO, POLLOUT, 0};
+        if (written < 0 && (errno == EINTR || (errno == EAGAIN && poll(&watch, 1, 1000) > 0)))
+            continue;
+        return;
+    }
+}
+
+KeyMode::KeyMode() {
+    if (!isInput() || tcgetattr(STDIN_FILENO, &before_) != 0)
+        return;
+    termios keys = before_;
+    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    keys.c_cc[VMIN] = 1;
+    keys.c_cc[VTIME] = 0;
+    keys.c_cc[VSUSP] = _POSIX_VDISABLE;
+    changed_ = tcsetattr(STDIN_FILENO, TCSADRAIN, &keys) == 0;
+}
+
+KeyMode::~KeyMode() {
+    if (changed_)
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &before_);
+}
+
+} // namespace hearthix::terminal
