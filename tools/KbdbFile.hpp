@@ -1,0 +1,49 @@
+// Document files as kbdb takes and leaves them.
+//
+// Every failure is a KbdbFailure with a sentence for the person at the terminal: which file, where in it,
+// what to do. Nothing here prints.
+#pragma once
+
+#include "document/CXML.hpp"
+#include "tools/KbdbCheck.hpp"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace hearthix {
+
+struct KbdbFailure : std::runtime_error {
+    static constexpr int kBadFile = 1;
+    static constexpr int kBadUse = 2;
+
+    explicit KbdbFailure(const std::string& sentence, int exitStatus = kBadFile)
+        : std::runtime_error(sentence), status(exitStatus) {}
+
+    int status; // of the process
+};
+
+// A file as it was found, sound or not.
+struct KbdbFile {
+    std::string path;
+    String bytes;
+    KbdbCensus census;
+    std::optional<KbdbFault> fault;
+
+    // What the forgiving reader makes of it.
+    Ref<CXML> document() const;
+    // The fault as a sentence, with the file and the position.
+    std::string complaint() const;
+};
+
+// Reads a file whole. Fails when there is none or when it can't be read.
+KbdbFile readKbdbFile(const std::string& path);
+// The document of a sound file; fails on any other.
+Ref<CXML> readSoundDocument(const std::string& path);
+// Replaces the file behind the path, also behind a symbolic link, by the document. The file keeps its rights;
+// it stays as it was when this fails.
+void replaceKbdbFile(const std::string& path, const CXML& document);
+// Makes a file that is not there yet.
+void makeKbdbFile(const std::string& path, const CXML& document);
+
+} // namespace hearthix
