@@ -53,6 +53,18 @@ void useDefault(String& field, const String& value) {
 
 } // namespace
 
+// The code of a sensor with a low battery is that of a full one plus 1. Codes are compared as all commands
+// are, so "q" and "u" count as 81 and 85.
+void cHearthixCommand::foldLowBattery() {
+    for (const Integer code : {5, 85, 1, 81}) {
+        if (Command == ChrB(code)) {
+            Command = ChrB(code - 1);
+            LowBattery = true;
+            return;
+        }
+    }
+}
+
 bool cHearthixCommand::InitFromCommonMessage(const String& packet) {
     const auto byteString = [&](std::size_t offset) { return packet.cut(offset, 1); };
     const auto number = [&](std::size_t offset) { return static_cast<Integer>(packet.byteAt(offset)); };
@@ -85,12 +97,7 @@ bool cHearthixCommand::InitFromCommonMessage(const String& packet) {
     ParseFlags();
     Code = byteString(kCode);
     Command = byteString(kCommand);
-    const auto commandByte = packet.byteAt(kCommand);
-    if (commandByte == 5 || commandByte == 85 || commandByte == 1 || commandByte == 81) {
-        // The code of a sensor with a low battery is that of a full one plus 1.
-        Command = ChrB(commandByte - 1);
-        LowBattery = true;
-    }
+    foldLowBattery();
     Address1 = byteString(kAddress1);
     Address2 = byteString(kAddress2);
     level = number(kLevel);

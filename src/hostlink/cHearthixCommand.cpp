@@ -8,7 +8,8 @@
 namespace hearthix {
 
 String cHearthixCommand::GetHouseCode() const {
-    return Chr(ValInteger(String("&h") + Address1) + AscB("A"));
+    // In floating point, so that no digits overflow; far beyond any letter there is none.
+    return Chr(toInteger(Val(String("&h") + Address1) + static_cast<double>(AscB("A"))));
 }
 
 void cHearthixCommand::SetHouseCode(const String& houseCode) {

@@ -117,6 +117,7 @@ public:
     virtual bool hasKey(const String& key) const;
 
 private:
+    void foldLowBattery();
     String commandForm() const;
 };
 

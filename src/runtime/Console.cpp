@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -31,6 +32,15 @@ void writeLine(int descriptor, const String& text) {
 }
 
 } // namespace
+
+void openStandardStreams() {
+    // The lowest free descriptor is used first, so each round fills one gap.
+    int descriptor = open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO)
+        descriptor = open("/dev/null", O_RDWR);
+    if (descriptor > STDERR_FILENO)
+        close(descriptor);
+}
 
 void Print(const String& text) {
     writeLine(STDOUT_FILENO, text);

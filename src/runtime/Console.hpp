@@ -8,6 +8,10 @@ namespace hearthix {
 // The platform's line end.
 inline const String EndOfLine = "\n";
 
+// Opens what the starter of the process has left closed of the three standard streams, so that no file or
+// socket of the program takes such a place.
+void openStandardStreams();
+
 // The text and a line end to standard output.
 void Print(const String& text);
 // The same to standard error.

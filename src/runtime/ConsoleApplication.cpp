@@ -14,6 +14,7 @@ void ConsoleApplication::DoEvents(Integer milliseconds) {
 }
 
 int ConsoleApplication::execute(int count, const char* const* values) {
+    openStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
     Array<String> arguments;
     for (int i = 0; i < count; ++i)

@@ -4,7 +4,6 @@
 #include "runtime/Numbers.hpp"
 
 #include <algorithm>
-#include <array>
 #include <ctime>
 
 namespace hearthix {
@@ -115,16 +114,7 @@ double Date::TotalSeconds() const {
 }
 
 String Date::LongTime() const {
-    static constexpr std::array kDays{"Thursday", "Friday",  "Saturday", "Sunday",
-                                      "Monday",   "Tuesday", "Wednesday"};
-    static constexpr std::array kMonths{"January",   "February", "March",    "April",
-                                        "May",       "June",     "July",     "August",
-                                        "September", "October",  "November", "December"};
-    const Civil date = civil();
-    const Integer weekday = localDay_ - floorDivide(localDay_, 7) * 7;
-    return concat(kDays[static_cast<std::size_t>(weekday)], ", ",
-                  kMonths[static_cast<std::size_t>(date.month - 1)], " ", Str(date.day), ", ", Str(date.year),
-                  " ", Str(Hour()), ":", Format(static_cast<double>(Minute()), "00"), ":",
+    return concat(Str(Hour()), ":", Format(static_cast<double>(Minute()), "00"), ":",
                   Format(static_cast<double>(Second()), "00"));
 }
 

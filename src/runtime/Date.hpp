@@ -31,7 +31,7 @@ public:
 
     // Seconds from 1904-01-01 00:00:00 on the local clock, with a fraction for the present moment.
     double TotalSeconds() const;
-    // "Sunday, March 7, 2021 9:05:02"
+    // The time of day in full: "9:05:02".
     String LongTime() const;
     // "2021-03-07"
     String ShortDate() const;

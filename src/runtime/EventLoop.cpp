@@ -85,11 +85,10 @@ void EventLoop::pass(std::int64_t deadline) {
     Watch watch;
     bool hasNews = false;
     for (EventSource* source : sources_) {
-        const int descriptor = source != nullptr ? source->descriptor() : -1;
-        if (descriptor < 0)
+        if (source == nullptr)
             continue;
         const int events = (source->wantsRead() ? POLLIN : 0) | (source->wantsWrite() ? POLLOUT : 0);
-        watch.descriptors.push_back({descriptor, static_cast<short>(events), 0});
+        watch.descriptors.push_back({source->descriptor(), static_cast<short>(events), 0});
         watch.sources.push_back(source);
         hasNews = hasNews || source->hasNews();
     }

@@ -13,7 +13,7 @@ namespace hearthix {
 
 class EventSource : public virtual Object {
 public:
-    // -1 while there is nothing to wait for.
+    // -1 while there is nothing to wait for; only hasNews counts then.
     virtual int descriptor() const noexcept = 0;
     virtual bool wantsRead() const noexcept = 0;
     virtual bool wantsWrite() const noexcept = 0;

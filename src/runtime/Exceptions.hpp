@@ -17,7 +17,7 @@ public:
 
     // The calls, innermost first, one readable line each: the function's name and the offset in it. Names are
     // looked up here and not when the exception is made, so that raising one stays cheap.
-    Array<String> Stack() const;
+    virtual Array<String> Stack() const;
     // The class of the exception, for people.
     virtual const char* name() const noexcept { return "RuntimeException"; }
     const char* what() const noexcept override { return name(); }

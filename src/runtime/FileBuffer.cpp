@@ -78,6 +78,9 @@ String FileBuffer::read(std::size_t offset, std::size_t count) {
     if (offset < windowStart_ || offset + count > windowStart_ + window_.size()) {
         window_ = String(readAt(descriptor_, offset, std::max(count, std::min(kWindow, size_ - offset))));
         windowStart_ = offset;
+        // The file may have shrunk since it was opened.
+        if (window_.size() < count)
+            size_ = offset + window_.size();
     }
     return window_.cut(offset - windowStart_, count);
 }

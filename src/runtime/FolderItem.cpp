@@ -34,7 +34,10 @@ void syncFolder(const Ref<FolderItem>& folder) {
 FolderItem::FolderItem(const String& path) {
     std::error_code ignored;
     const auto absolute = std::filesystem::absolute(std::filesystem::path(path.view()), ignored);
-    path_ = String(absolute.lexically_normal().string(), TextEncoding::utf8);
+    std::string text = absolute.lexically_normal().string();
+    if (text.size() > 1 && text.back() == '/')
+        text.pop_back();
+    path_ = String(text, TextEncoding::utf8);
 }
 
 bool FolderItem::Exists() const {

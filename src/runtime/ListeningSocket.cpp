@@ -25,15 +25,18 @@ bool ListeningSocket::Listen(const String& address, Integer port) {
         return false;
     }
     const int descriptor = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (descriptor < 0) {
+        lastError_ = std::strerror(errno);
+        return false;
+    }
     const int on = 1;
     setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     socklen_t length = sizeof where;
     auto* generic = reinterpret_cast<sockaddr*>(&where);
-    if (descriptor < 0 || bind(descriptor, generic, length) != 0 || listen(descriptor, SOMAXCONN) != 0 ||
+    if (bind(descriptor, generic, length) != 0 || listen(descriptor, SOMAXCONN) != 0 ||
         getsockname(descriptor, generic, &length) != 0) {
         lastError_ = std::strerror(errno);
-        if (descriptor >= 0)
-            ::close(descriptor);
+        ::close(descriptor);
         return false;
     }
     descriptor_ = descriptor;

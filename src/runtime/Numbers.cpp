@@ -49,7 +49,7 @@ struct DecimalShape {
     std::size_t length = 0;      // bytes of the whole number; 0 when there is none
     std::size_t wholeDigits = 0; // digits ahead of the point
     bool plain = false;          // sign and digits only
-    bool largeExponent = false;  // an exponent is there, and it is not negative
+    Integer exponent = 0;        // cut to what decides on too large or too small
 };
 
 std::size_t digitsAt(std::string_view text, std::size_t at) {
@@ -57,6 +57,23 @@ std::size_t digitsAt(std::string_view text, std::size_t at) {
     while (end < text.size() && isDigit(text[end]))
         ++end;
     return end - at;
+}
+
+Integer exponentOf(std::string_view digits) {
+    constexpr Integer kFarBeyond = 1'000'000'000'000;
+    Integer value = 0;
+    for (const char digit : digits)
+        value = std::min(value * 10 + (digit - '0'), kFarBeyond);
+    return value;
+}
+
+// Whether digits that don't fit a double are too large, and not too close to zero, by where their first
+// significant digit stands.
+bool isTooLarge(std::string_view digits, std::size_t wholeDigits, Integer exponent) {
+    const std::size_t first = digits.find_first_of("123456789");
+    if (first == std::string_view::npos)
+        return false;
+    return static_cast<Integer>(wholeDigits) - static_cast<Integer>(first) + exponent > 0;
 }
 
 DecimalShape decimalShape(std::string_view text) {
@@ -84,7 +101,8 @@ DecimalShape decimalShape(std::string_view text) {
         if (exponentDigits > 0) {
             at = exponentAt + exponentDigits;
             shape.plain = false;
-            shape.largeExponent = !negative;
+            const Integer magnitude = exponentOf(text.substr(exponentAt, exponentDigits));
+            shape.exponent = negative ? -magnitude : magnitude;
         }
     }
     shape.length = at;
@@ -105,9 +123,9 @@ double decimalNumber(std::string_view text) {
         value = static_cast<double>(whole);
     } else if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec ==
                std::errc::result_out_of_range) {
-        // Too large or too close to zero; only digits ahead of the point or an exponent make it large.
-        const bool isLarge = shape.largeExponent || (shape.wholeDigits > 300 && digits[0] != '0');
-        value = isLarge ? std::numeric_limits<double>::infinity() : 0.0;
+        value = isTooLarge(digits, shape.wholeDigits, shape.exponent)
+                    ? std::numeric_limits<double>::infinity()
+                    : 0.0;
     }
     return text[0] == '-' ? -value : value;
 }
@@ -170,11 +188,14 @@ String Str(int number) {
 }
 
 String Str(double number) {
-    constexpr double kWholeDigits = 1e15;
-    if (std::trunc(number) == number && std::fabs(number) < kWholeDigits)
-        return Str(static_cast<Integer>(number));
-    char digits[32];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    if (number == 0)
+        return Str(Integer{0});
+    char digits[340];
+    const bool isWhole = std::trunc(number) == number;
+    const auto end =
+        (isWhole ? std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed)
+                 : std::to_chars(digits, digits + sizeof digits, number))
+            .ptr;
     return String(std::string_view(digits, static_cast<std::size_t>(end - digits)), TextEncoding::utf8);
 }
 

@@ -36,6 +36,8 @@ protected:
     ssize_t transmit(const char* bytes, std::size_t count) override;
     // A terminal hands out what it holds in pieces.
     bool shortReadDrains() const noexcept override { return false; }
+    // And it counts only the piece at hand; this is several times what it can hold.
+    std::size_t leastFurtherRead() const noexcept override { return 64 * 1024; }
     void dataArrived() override { Event_DataAvailable(); }
     void failed() override { Event_Error(); }
 

@@ -2,11 +2,12 @@
 
 #include "runtime/EventLoop.hpp"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <utility>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace hearthix {
@@ -45,6 +46,7 @@ StreamDevice::~StreamDevice() {
 
 void StreamDevice::attach(int descriptor) {
     dropDescriptor();
+    open_ = true;
     descriptor_ = descriptor;
     failure_ = 0;
     received_ = String();
@@ -52,10 +54,12 @@ void StreamDevice::attach(int descriptor) {
 }
 
 void StreamDevice::dropDescriptor() {
-    if (descriptor_ < 0)
+    if (!open_)
         return;
+    open_ = false;
     EventLoop::instance().remove(*this);
-    ::close(std::exchange(descriptor_, -1));
+    if (descriptor_ >= 0)
+        ::close(std::exchange(descriptor_, -1));
     output_.clear();
     blocked_ = false;
     sendAgainAt_ = kSendMark;
@@ -75,14 +79,14 @@ void StreamDevice::fail(int error) {
 }
 
 void StreamDevice::Write(std::string_view bytes) {
-    if (!isOpen() || failure_ != 0)
+    if (!isOpen() || isOpening() || failure_ != 0)
         return;
     if (output_.size() + bytes.size() > kSendCeiling) {
         fail(ENOBUFS);
         return;
     }
     output_.append(bytes);
-    if (output_.size() >= sendAgainAt_ && !isOpening()) {
+    if (output_.size() >= sendAgainAt_) {
         flushOutput();
         sendAgainAt_ = output_.size() + kSendMark;
     }
@@ -116,14 +120,22 @@ void StreamDevice::flushOutput() {
     sendAgainAt_ = output_.size() + kSendMark;
 }
 
+std::size_t StreamDevice::arrivedBytes() const {
+    int count = 0;
+    return ioctl(descriptor_, FIONREAD, &count) == 0 && count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
 void StreamDevice::readInput() {
     char* buffer = readBuffer();
-    while (isOpen()) {
-        const ssize_t got = receive(buffer, kReadSize);
+    std::size_t left = SIZE_MAX; // of what had arrived by the second read
+    while (isOpen() && left > 0) {
+        const ssize_t got = receive(buffer, std::min(kReadSize, left));
         if (got > 0) {
-            received_.append(std::string_view(buffer, static_cast<std::size_t>(got)));
-            if (shortReadDrains() && static_cast<std::size_t>(got) < kReadSize)
+            const auto count = static_cast<std::size_t>(got);
+            received_.append(std::string_view(buffer, count));
+            if (shortReadDrains() && count < std::min(kReadSize, left))
                 return;
+            left = left == SIZE_MAX ? std::max(arrivedBytes(), leastFurtherRead()) : left - count;
             continue;
         }
         if (got < 0 && errno == EINTR)
@@ -140,7 +152,8 @@ void StreamDevice::tellNews() {
     const Nesting level(nested_);
     if (!received_.empty())
         dataArrived();
-    if (failure_ == 0 || !isOpen())
+    // Further out, an event may still be at work on what came ahead of the failure.
+    if (failure_ == 0 || !isOpen() || nested_ > 1)
         return;
     lastError_ = std::exchange(failure_, 0);
     dropDescriptor();
@@ -151,7 +164,8 @@ void StreamDevice::serve(bool readable, bool writable) {
     if (isOpening()) {
         if (readable || writable || failure_ != 0)
             serveOpening();
-        return;
+        if (!isOpen() || isOpening())
+            return;
     }
     if (writable)
         flushOutput();
@@ -166,7 +180,8 @@ void StreamDevice::Poll() {
         return;
     if (isOpening()) {
         serveOpening();
-        return;
+        if (!isOpen() || isOpening())
+            return;
     }
     flushOutput();
     if (nested_ >= kMostNested)

@@ -4,9 +4,10 @@
 // or as soon as the buffer passes a mark. The buffer has a ceiling: past it the line counts as failed and
 // what is written is dropped, so that a peer that never reads costs bounded memory.
 //
-// A read takes all that has arrived, until the system has no more: no size of ours cuts the stream where the
-// peer did not. Data that came ahead of a failure are delivered ahead of it. After a failure the device is
-// closed, and its error event has run once.
+// A read takes all that has arrived by then: no size of ours cuts the stream where the peer did not, and a
+// peer that writes without a pause can't hold up the loop. Data that came ahead of a failure are delivered,
+// and their event has returned, ahead of it. After a failure the device is closed, and its error event has
+// run once.
 //
 // Poll inside an event of the same device may run that event again. Past kMostNested such levels it only
 // writes, so that no stream, however long, exhausts the stack; what has arrived is read further up.
@@ -31,7 +32,7 @@ public:
 
     ~StreamDevice() override;
 
-    // Dropped when the device is not open.
+    // Dropped while the device is not open, or not yet connected.
     void Write(std::string_view bytes);
     // Everything received so far and not yet taken.
     String ReadAll(TextEncoding encoding = TextEncoding::none);
@@ -48,8 +49,8 @@ public:
     std::size_t unsentBytes() const noexcept { return output_.size(); }
 
 protected:
-    bool isOpen() const noexcept { return descriptor_ >= 0; }
-    // Takes over an open, non-blocking descriptor.
+    bool isOpen() const noexcept { return open_; }
+    // Takes over an open, non-blocking descriptor; -1 stands for one that could not be had, ahead of fail.
     void attach(int descriptor);
     // Notes a failure, to be told by the next serve or Poll.
     void fail(int error);
@@ -64,6 +65,9 @@ protected:
     virtual ssize_t transmit(const char* bytes, std::size_t count) = 0;
     // Whether a read that brought less than it could have means that nothing is left.
     virtual bool shortReadDrains() const noexcept = 0;
+    // How many bytes to ask for, behind a first read, when the system's count of what has arrived may be
+    // short.
+    virtual std::size_t leastFurtherRead() const noexcept { return 0; }
     // False while the device isn't ready for data; serveOpening then gets the loop's attention.
     virtual bool isOpening() const noexcept { return false; }
     virtual void serveOpening() {}
@@ -80,8 +84,10 @@ protected:
 
 private:
     void readInput();
+    std::size_t arrivedBytes() const;
     void dropDescriptor();
 
+    bool open_ = false;
     int descriptor_ = -1;
     int lastError_ = 0;
     int failure_ = 0;      // error number of a failure that is still to be told

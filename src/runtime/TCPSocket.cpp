@@ -61,10 +61,7 @@ void TCPSocket::Connect() {
         return;
     // Nothing to connect to: the error event still runs in a later poll and not in here.
     const int reason = candidates_.empty() && errno == 0 ? EHOSTUNREACH : errno;
-    const int unconnected = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (unconnected < 0)
-        return;
-    attach(unconnected);
+    attach(-1);
     fail(reason != 0 ? reason : EHOSTUNREACH);
 }
 

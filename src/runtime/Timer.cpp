@@ -19,8 +19,8 @@ void Timer::setMode(int mode) {
 }
 
 void Timer::fire() {
-    const Ref<Timer> keep(this);
     setMode(kModeOff);
+    // Last, and nothing behind it: the event may drop the timer.
     Event_Action();
 }
 

@@ -24,6 +24,8 @@ public:
     Variant(bool truth) : value_(truth) {}
     Variant(double number) : value_(number) {}
     template <class T>
+    Variant(T* pointer) = delete;
+    template <class T>
     Variant(const Ref<T>& object) : value_(Ref<Object>(object)) {}
 
     bool isString() const noexcept { return std::holds_alternative<String>(value_); }
