@@ -1,0 +1,27 @@
+// A timer whose action is a function.
+#pragma once
+
+#include "runtime/String.hpp"
+#include "runtime/Timer.hpp"
+
+#include <functional>
+
+namespace hearthix::sim {
+
+class Alarm : public Timer {
+public:
+    std::function<void()> action;
+
+    // Calls the action once, so many milliseconds from now. An alarm that is set already starts anew.
+    void setIn(Integer milliseconds) {
+        setPeriod(milliseconds < 0 ? 0 : milliseconds);
+        setMode(kModeSingle);
+    }
+    void setSeconds(double seconds) { setIn(static_cast<Integer>(seconds * 1000)); }
+    void cancel() { setMode(kModeOff); }
+    bool isSet() const noexcept { return Mode() == kModeSingle; }
+
+    void Event_Action() override { action(); }
+};
+
+} // namespace hearthix::sim

@@ -1,0 +1,91 @@
+// A whole host: the link, the units, the driver that it starts, and the file in which the units are kept.
+//
+// It tells everything that happens to its view and does nothing by itself but answer the driver; commands
+// come from a person (HostCommands) or from the program around it. The view must outlive it.
+#pragma once
+
+#include "runtime/ChildProcess.hpp"
+#include "sim/Alarm.hpp"
+#include "sim/CommandLine.hpp"
+#include "sim/HostModel.hpp"
+#include "sim/HostServer.hpp"
+#include "sim/HostView.hpp"
+
+#include <functional>
+#include <vector>
+
+namespace hearthix::sim {
+
+struct HostSettings {
+    SocketAddress listen{"127.0.0.1", 20300};
+    String connectionId = "SIM";
+    String driver;                 // path; empty when somebody else starts it
+    std::vector<String> transport; // the driver's gateway: one word for serial, address and port for TCP
+    bool restart = false;
+    String unitsFile; // empty for none
+    bool trace = false;
+};
+
+struct HostCounts {
+    Integer values = 0;
+    Integer logLines = 0;
+    Integer commands = 0;
+    Integer driverStarts = 0;
+};
+
+class Host {
+public:
+    Host(HostSettings settings, HostView& view);
+    ~Host();
+
+    // Loads the units and listens; raises Failure when one of them can't be done.
+    void open();
+    // Starts the driver of the settings, if there is one; raises Failure when it can't be started.
+    void startDriver();
+    // Asks the driver to end, waits a little for that, ends it otherwise, and saves the units.
+    void close();
+
+    // A command to a unit: "ON", "OFF", "SetValue", "Qery".
+    void command(const String& word, const String& address, const String& value = String());
+    // A command to the driver itself: "ping", "close", "debug".
+    void control(const String& word, const String& value = String());
+    // A controller packet, "Q", "P" or "D", or "X" with data for the gateway.
+    void controller(const String& letter, const String& data = String());
+
+    const HostModel& model() const noexcept { return model_; }
+    const HostCounts& counts() const noexcept { return counts_; }
+    HostView& view() noexcept { return view_; }
+    bool hasDriver() const noexcept { return server_.hasDriver(); }
+    SocketAddress address() const { return {settings_.listen.host, server_.port()}; }
+    void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
+    // For the title of a screen.
+    String status() const;
+
+    // Every packet of the driver, when the host has dealt with it.
+    std::function<void(const cHearthixCommand& packet)> observed;
+    std::function<void()> driverConnected;
+    std::function<void(int status)> driverEnded;
+
+private:
+    void receive(const Ref<cHearthixCommand>& packet);
+    void receiveMulti(const cHearthixCommand& packet);
+    void answerUnits();
+    void trace(const char* direction, const cHearthixCommand& packet);
+    void driverGone(int status);
+    void loadUnits();
+    void saveUnits();
+    void unitsChanged();
+
+    HostSettings settings_;
+    HostView& view_;
+    HostModel model_;
+    HostServer server_;
+    ChildProcess driver_;
+    HostCounts counts_;
+    Alarm saveSoon_;
+    Alarm restartSoon_;
+    String connectedId_;
+    bool closing_ = false;
+};
+
+} // namespace hearthix::sim

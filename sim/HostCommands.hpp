@@ -1,0 +1,48 @@
+// What a person can tell the host to do, one line a command.
+#pragma once
+
+#include "sim/Host.hpp"
+
+#include <functional>
+#include <vector>
+
+namespace hearthix::sim {
+
+class HostCommands {
+public:
+    HostCommands(Host& host, std::function<void()> quit) : host_(host), quit_(std::move(quit)) {}
+
+    // Carries out a line; what is wrong with it is told in one line of the log.
+    void run(const String& line);
+
+    // The commands with their help, one line each.
+    static std::vector<String> help();
+
+private:
+    using Words = std::vector<String>;
+    struct Entry {
+        const char* name;
+        const char* arguments;
+        const char* help;
+        std::size_t count; // of arguments
+        void (HostCommands::*action)(const Words& words, const String& line);
+        bool needsDriver;
+    };
+    static const std::vector<Entry>& entries();
+
+    void unitCommand(const Words& words, const String& line);
+    void set(const Words& words, const String& line);
+    void driverCommand(const Words& words, const String& line);
+    void debug(const Words& words, const String& line);
+    void letter(const Words& words, const String& line);
+    void raw(const Words& words, const String& line);
+    void units(const Words& words, const String& line);
+    void showHelp(const Words& words, const String& line);
+    void quit(const Words& words, const String& line);
+    void complain(const String& text) { host_.view().note("help", text); }
+
+    Host& host_;
+    std::function<void()> quit_;
+};
+
+} // namespace hearthix::sim

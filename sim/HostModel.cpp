@@ -1,0 +1,121 @@
+#include "sim/HostModel.hpp"
+
+#include "runtime/StringFunctions.hpp"
+
+namespace hearthix::sim {
+
+namespace {
+
+constexpr std::size_t kMostAnswer = 65'000;
+
+// The three words for a value, and whether the unit got one.
+bool takeValue(HostUnit& unit, const cHearthixCommand& command, const String& word) {
+    if (word == "SetValue")
+        unit.value = command.GetMulti("Valu");
+    else if (word == "SetDesc")
+        unit.value = command.GetMulti("DATA");
+    else if (word == "ON" || word == "OFF")
+        unit.value = word;
+    else
+        return false;
+    return true;
+}
+
+Ref<CXML> containerOf(const HostUnit& unit) {
+    const auto container = Ref<CXML>::make();
+    container->Name = "unit";
+    container->SetStringValue("Address", unit.address);
+    container->SetStringValue("Name", unit.name);
+    container->SetStringValue("Value", unit.value);
+    container->SetStringValue("Battery", unit.battery);
+    container->SetStringValue("List", unit.list);
+    container->SetBooleanValue("Dimmable", unit.dimmable);
+    container->SetBooleanValue("ReadOnly", unit.readOnly);
+    return container;
+}
+
+} // namespace
+
+Ref<HostUnit> HostModel::find(const String& address) const {
+    const Variant* entry = index_.find(address.view());
+    return entry != nullptr ? Ref<HostUnit>(entry->objectAs<HostUnit>()) : nullptr;
+}
+
+Ref<HostUnit> HostModel::add(const String& address) {
+    const auto unit = Ref<HostUnit>::make();
+    unit->address = address;
+    units_.push_back(unit);
+    index_.SetValue(address, unit);
+    return unit;
+}
+
+HostModel::Change HostModel::apply(const cHearthixCommand& command) {
+    if (command.MultiDict.isNil() || !command.hasKey("addr"))
+        return Change::none;
+    const String word = command.GetMulti("mcmd");
+    const String address = command.GetMulti("addr");
+    Ref<HostUnit> unit = find(address);
+    if (word == "NewU") {
+        if (unit)
+            return Change::kept;
+        unit = add(address);
+        unit->name = command.GetMulti("Name");
+        unit->list = command.GetMulti("List");
+        unit->dimmable = command.GetMulti("Dimm") == "true";
+        unit->readOnly = command.GetMulti("RdNL") == "true";
+        unit->changedAt = clocks::monotonic();
+        return Change::created;
+    }
+    if (unit.isNil())
+        return Change::unknown;
+    const bool hasBattery = command.hasKey("Batt");
+    if (hasBattery)
+        unit->battery = command.GetMulti("Batt");
+    const bool hasValue = takeValue(*unit, command, word);
+    if (hasValue || hasBattery)
+        unit->changedAt = clocks::monotonic();
+    return hasValue ? Change::value : hasBattery ? Change::battery : Change::none;
+}
+
+Ref<CXML> HostModel::document() const {
+    const auto root = Ref<CXML>::make();
+    for (const Ref<HostUnit>& unit : units_)
+        root->InsertContainer(containerOf(*unit));
+    return root;
+}
+
+void HostModel::load(const CXML& document) {
+    for (const Ref<CXML>& container : document.containersNamed("unit")) {
+        const String address = container->GetStringValue("Address");
+        if (address.empty() || find(address))
+            continue;
+        const Ref<HostUnit> unit = add(address);
+        unit->name = container->GetStringValue("Name");
+        unit->value = container->GetStringValue("Value");
+        unit->battery = container->GetStringValue("Battery");
+        unit->list = container->GetStringValue("List");
+        unit->dimmable = container->GetBooleanValue("Dimmable");
+        unit->readOnly = container->GetBooleanValue("ReadOnly");
+    }
+}
+
+String HostModel::answerForDriver() const {
+    const String whole = document()->SaveToString();
+    if (whole.size() <= kMostAnswer)
+        return whole;
+    const auto root = Ref<CXML>::make();
+    Dictionary nodes;
+    for (const Ref<HostUnit>& unit : units_) {
+        const String node = LeftB(unit->address, 2);
+        if (nodes.HasKey(node))
+            continue;
+        nodes.SetValue(node, true);
+        const auto container = Ref<CXML>::make();
+        container->Name = "unit";
+        container->SetStringValue("Address", unit->address);
+        root->InsertContainer(container);
+    }
+    return root->SaveToString();
+}
+
+} // namespace hearthix::sim

@@ -1,0 +1,188 @@
+#include "sim/HostScreen.hpp"
+
+#include "runtime/Numbers.hpp"
+#include "sim/Text.hpp"
+
+#include <algorithm>
+
+namespace hearthix::sim {
+
+namespace {
+
+constexpr Integer kFrameMilliseconds = 100;
+constexpr Integer kAgeMilliseconds = 1000;
+constexpr std::size_t kLogKept = 200;
+constexpr std::size_t kLongestTyped = 500;
+// Title, heading, rule and prompt.
+constexpr std::size_t kFixedRows = 4;
+constexpr std::size_t kLeastLogRows = 6;
+
+constexpr const char* kEnterScreen = "\x1b[?1049h\x1b[2J";
+constexpr const char* kLeaveScreen = "\x1b[?25h\x1b[0m\x1b[?1049l";
+constexpr const char* kHome = "\x1b[?25l\x1b[H";
+constexpr const char* kReverse = "\x1b[7m";
+constexpr const char* kBold = "\x1b[1m";
+constexpr const char* kNormal = "\x1b[0m";
+constexpr const char* kNextLine = "\x1b[K\r\n";
+constexpr const char* kClearLine = "\x1b[K";
+
+struct Columns {
+    std::size_t address = 16;
+    std::size_t name = 24;
+    std::size_t value = 0;
+    std::size_t battery = 6;
+    std::size_t age = 5;
+
+    explicit Columns(std::size_t width) {
+        const std::size_t taken = address + name + battery + age + 4;
+        value = width > taken + 8 ? width - taken : 8;
+    }
+};
+
+std::string row(const Columns& columns, std::string_view address, std::string_view name,
+                std::string_view value, std::string_view battery, std::string_view age) {
+    return padded(address, columns.address) + " " + padded(name, columns.name) + " " +
+           padded(value, columns.value) + " " + paddedLeft(battery, columns.battery) + " " +
+           paddedLeft(age, columns.age);
+}
+
+std::string unitRow(const Columns& columns, const HostUnit& unit) {
+    const Integer seconds = (clocks::monotonic() - unit.changedAt) / 1'000'000'000;
+    const String age = unit.changedAt == 0 ? String("-") : ageText(seconds);
+    const String battery = unit.battery.empty() ? String("-") : unit.battery + "%";
+    return row(columns, unit.address, unit.name, unit.value, battery, age);
+}
+
+} // namespace
+
+HostScreen::HostScreen(std::function<String()> status, std::function<void(const String& line)> entered)
+    : status_(std::move(status)), entered_(std::move(entered)) {
+    redraw_.action = [this] { draw(); };
+    terminal::write(kEnterScreen);
+    drawSoon();
+}
+
+HostScreen::~HostScreen() {
+    terminal::write(kLeaveScreen);
+}
+
+void HostScreen::watch(const HostModel& model) {
+    model_ = &model;
+}
+
+void HostScreen::note(const String& kind, const String& text) {
+    log_.push_back(std::string(clockText(false).view()) + " " + padded(kind, 8) + " " + printable(text));
+    if (log_.size() > kLogKept)
+        log_.pop_front();
+    drawSoon();
+}
+
+void HostScreen::unitChanged(const HostUnit& unit, HostModel::Change change) {
+    if (change == HostModel::Change::created)
+        note("unit", concat(unit.address, " created"));
+    drawSoon();
+}
+
+void HostScreen::showUnits(const HostModel& model) {
+    const std::size_t page = unitRows(static_cast<std::size_t>(terminal::size().rows));
+    firstUnit_ = firstUnit_ + page < model.units().size() ? firstUnit_ + page : 0;
+    drawSoon();
+}
+
+// A redraw for the age may be due later than this one.
+void HostScreen::drawSoon() {
+    if (!redraw_.isSet() || redraw_.Period() > kFrameMilliseconds)
+        redraw_.setIn(kFrameMilliseconds);
+}
+
+void HostScreen::draw() {
+    terminal::write(frame(terminal::size()));
+    redraw_.setIn(kAgeMilliseconds);
+}
+
+std::size_t HostScreen::unitRows(std::size_t rows) const {
+    const std::size_t room = rows > kFixedRows + kLeastLogRows ? rows - kFixedRows - kLeastLogRows : 1;
+    const std::size_t units = model_ != nullptr ? model_->units().size() : 0;
+    return std::clamp<std::size_t>(units, 1, room);
+}
+
+std::string HostScreen::frame(terminal::Size size) {
+    const auto columns = static_cast<std::size_t>(std::max(size.columns, 20));
+    const auto rows = static_cast<std::size_t>(std::max(size.rows, 6));
+    const std::size_t forUnits = unitRows(rows);
+    const std::size_t forLog = rows > kFixedRows + forUnits ? rows - kFixedRows - forUnits : 0;
+    const Columns layout(columns);
+
+    std::string text(kHome);
+    text.append(kReverse).append(padded(status_(), columns)).append(kNormal).append(kNextLine);
+    const std::string heading = row(layout, "ADDRESS", "NAME", "VALUE", "BATT", "AGE");
+    text.append(kBold).append(padded(heading, columns)).append(kNormal).append(kNextLine);
+    appendUnits(text, forUnits, columns);
+    text.append(columns, '-').append(kNextLine);
+    appendLog(text, forLog, columns);
+    // The end of a line too long for the screen is where the typing goes on.
+    const std::size_t shown = std::min(typed_.size(), columns - 3);
+    text.append("> ").append(printable(typed_.substr(typed_.size() - shown)));
+    text.append(kClearLine).append("\x1b[?25h");
+    return text;
+}
+
+void HostScreen::appendUnits(std::string& text, std::size_t rows, std::size_t columns) const {
+    const Columns layout(columns);
+    const std::size_t count = model_ != nullptr ? model_->units().size() : 0;
+    for (std::size_t i = 0; i < rows; ++i) {
+        const std::size_t place = firstUnit_ + i;
+        const bool isLastRow = i + 1 == rows;
+        if (count == 0)
+            text.append(padded("no units yet", columns));
+        else if (isLastRow && (place + 1 < count || firstUnit_ > 0))
+            text.append(padded(concat("units ", Str(static_cast<Integer>(firstUnit_ + 1)), " to ",
+                                      Str(static_cast<Integer>(std::min(place, count))), " of ",
+                                      Str(static_cast<Integer>(count)), "; type units for the next page"),
+                               columns));
+        else if (place < count)
+            text.append(padded(unitRow(layout, *model_->units()[place]), columns));
+        text.append(kNextLine);
+    }
+}
+
+void HostScreen::appendLog(std::string& text, std::size_t rows, std::size_t columns) const {
+    const std::size_t shown = std::min(rows, log_.size());
+    for (std::size_t i = log_.size() - shown; i < log_.size(); ++i)
+        text.append(padded(log_[i], columns)).append(kNextLine);
+    for (std::size_t i = shown; i < rows; ++i)
+        text.append(kNextLine);
+}
+
+void HostScreen::typed(std::string_view bytes) {
+    for (const char key : bytes)
+        type(key);
+    drawSoon();
+}
+
+// Arrow keys and their like send an escape sequence, which ends with a letter or a tilde.
+void HostScreen::type(char key) {
+    constexpr char kEscape = 27;
+    constexpr char kBackspace = 8;
+    constexpr char kDelete = 127;
+    constexpr char kClear = 21;
+    if (inEscape_) {
+        inEscape_ = key == '[' || key == 'O' || (key >= '0' && key <= '9') || key == ';';
+    } else if (key == kEscape) {
+        inEscape_ = true;
+    } else if (key == '\n' || key == '\r') {
+        const String line(std::exchange(typed_, std::string()), TextEncoding::utf8);
+        entered_(line);
+    } else if (key == kBackspace || key == kDelete) {
+        while (!typed_.empty() && (static_cast<unsigned char>(typed_.back()) & 0xC0U) == 0x80U)
+            typed_.pop_back();
+        if (!typed_.empty())
+            typed_.pop_back();
+    } else if (key == kClear) {
+        typed_.clear();
+    } else if (static_cast<unsigned char>(key) >= ' ' && typed_.size() < kLongestTyped) {
+        typed_ += key;
+    }
+}
+
+} // namespace hearthix::sim

@@ -1,0 +1,49 @@
+// The host's end of the link: it waits for a driver, takes its stream apart and sends it packets.
+//
+// One driver at a time; a second one is turned away. Each packet goes out in one piece: a driver may rely on
+// that. A stream that can't be taken apart any more ends the link.
+#pragma once
+
+#include "hostlink/cHearthixCommand.hpp"
+#include "runtime/ListeningSocket.hpp"
+#include "runtime/TCPSocket.hpp"
+
+#include <functional>
+
+namespace hearthix::sim {
+
+class HostServer {
+public:
+    // A driver has connected and told its connection ID.
+    std::function<void(const String& connectionId)> connected;
+    std::function<void(const String& reason)> disconnected;
+    // Every packet of the driver, log packets included.
+    std::function<void(const Ref<cHearthixCommand>& packet)> received;
+    std::function<void(const Ref<cHearthixCommand>& packet)> sent;
+    // What a person should know about the link.
+    std::function<void(const String& text)> noted;
+
+    HostServer();
+    ~HostServer();
+
+    // Raises Failure when the address can't be had.
+    void listen(const String& address, Integer port);
+    Integer port() const noexcept { return listener_->Port(); }
+    bool hasDriver() const noexcept;
+    // Dropped when there is no driver.
+    void send(const Ref<cHearthixCommand>& packet);
+    void drop(const String& reason);
+
+private:
+    class Link;
+
+    void accept(int descriptor);
+    void read(Link& link);
+    bool takeGreeting(Link& link);
+    bool takePacket(Link& link);
+
+    Ref<ListeningSocket> listener_;
+    Ref<Link> link_;
+};
+
+} // namespace hearthix::sim

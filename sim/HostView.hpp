@@ -1,0 +1,42 @@
+// Where a person sees what happens: a live screen on a terminal, plain lines anywhere else.
+#pragma once
+
+#include "sim/HostModel.hpp"
+
+#include <functional>
+#include <utility>
+
+namespace hearthix::sim {
+
+class HostView {
+public:
+    HostView() = default;
+    HostView(const HostView&) = delete;
+    HostView& operator=(const HostView&) = delete;
+    virtual ~HostView() = default;
+
+    // A line for the log. The kind is a short word that tells who speaks.
+    virtual void note(const String& kind, const String& text) = 0;
+    virtual void unitChanged(const HostUnit& unit, HostModel::Change change) = 0;
+    // The list of units, on request.
+    virtual void showUnits(const HostModel& model) = 0;
+    // Bytes typed by a person, or from a pipe.
+    virtual void typed(std::string_view bytes) = 0;
+};
+
+// One line for each event, without any control character.
+class PlainView : public HostView {
+public:
+    explicit PlainView(std::function<void(const String& line)> entered) : entered_(std::move(entered)) {}
+
+    void note(const String& kind, const String& text) override;
+    void unitChanged(const HostUnit& unit, HostModel::Change change) override;
+    void showUnits(const HostModel& model) override;
+    void typed(std::string_view bytes) override;
+
+private:
+    std::function<void(const String& line)> entered_;
+    String partial_;
+};
+
+} // namespace hearthix::sim

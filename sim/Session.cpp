@@ -1,0 +1,51 @@
+#include "sim/Session.hpp"
+
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/Terminal.hpp"
+
+#include <csignal>
+
+namespace hearthix::sim {
+
+namespace {
+
+constexpr Integer kTurnMilliseconds = 50;
+
+} // namespace
+
+Session::Session(bool wantsScreen) : signals_(Ref<SignalWatch>::make()), input_(Ref<ConsoleInput>::make()) {
+    signals_->caught = [this](int number) { signal(number); };
+    signals_->Open({SIGINT, SIGTERM, SIGHUP, SIGWINCH});
+    const auto enter = [this](const String& line) {
+        if (entered)
+            entered(line);
+    };
+    if (wantsScreen && terminal::isInput() && terminal::isOutput()) {
+        auto screen = std::make_unique<HostScreen>([this] { return status ? status() : String(); }, enter);
+        screen_ = screen.get();
+        view_ = std::move(screen);
+    } else {
+        view_ = std::make_unique<PlainView>(enter);
+    }
+    input_->received = [this](std::string_view bytes) { view_->typed(bytes); };
+    input_->Open();
+}
+
+void Session::watch(const HostModel& model) {
+    if (screen_ != nullptr)
+        screen_->watch(model);
+}
+
+void Session::signal(int number) {
+    if (number != SIGWINCH)
+        end();
+    else if (screen_ != nullptr)
+        screen_->sizeChanged();
+}
+
+void Session::run() {
+    while (!ended_)
+        ConsoleApplication::DoEvents(kTurnMilliseconds);
+}
+
+} // namespace hearthix::sim

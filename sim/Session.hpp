@@ -1,0 +1,42 @@
+// What the subcommands have in common: a view on the terminal or on a pipe, typed commands, and an end at a
+// signal or at a command.
+#pragma once
+
+#include "runtime/ConsoleInput.hpp"
+#include "runtime/SignalWatch.hpp"
+#include "sim/HostScreen.hpp"
+#include "sim/HostView.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace hearthix::sim {
+
+class Session {
+public:
+    // A screen needs a terminal at both ends; without one the view is plain lines.
+    explicit Session(bool wantsScreen);
+
+    HostView& view() noexcept { return *view_; }
+    void watch(const HostModel& model);
+    void end() noexcept { ended_ = true; }
+    bool hasEnded() const noexcept { return ended_; }
+    // Runs events until the end.
+    void run();
+
+    // The title of the screen.
+    std::function<String()> status;
+    // A line that was typed.
+    std::function<void(const String& line)> entered;
+
+private:
+    void signal(int number);
+
+    bool ended_ = false;
+    Ref<SignalWatch> signals_;
+    std::unique_ptr<HostView> view_;
+    HostScreen* screen_ = nullptr; // the view, when it is one
+    Ref<ConsoleInput> input_;
+};
+
+} // namespace hearthix::sim

@@ -1,0 +1,28 @@
+// Text for a terminal: what came over a wire may hold anything, and columns must stay aligned.
+#pragma once
+
+#include "runtime/String.hpp"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hearthix::sim {
+
+// The text with every byte that could move the cursor, or that is no whole UTF-8 character, as a question
+// mark.
+std::string printable(std::string_view text);
+// Exactly so many columns: cut, or filled with blanks at the right. A character counts as one column.
+std::string padded(std::string_view text, std::size_t columns);
+// The same, filled at the left.
+std::string paddedLeft(std::string_view text, std::size_t columns);
+
+// The words of a line; one in double quotes may hold blanks.
+std::vector<String> wordsOf(std::string_view line);
+
+// The local time of day, "09:05:02", or with milliseconds, "09:05:02.117".
+String clockText(bool withMilliseconds);
+// A duration for a narrow column: "7s", "12m", "3h", "2d".
+String ageText(Integer seconds);
+
+} // namespace hearthix::sim

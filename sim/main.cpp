@@ -1,0 +1,84 @@
+// hearthix-sim: a stand-in host and a stand-in gateway, for seeing and trying the driver without either.
+#include "runtime/Console.hpp"
+#include "runtime/ConsoleApplication.hpp"
+#include "sim/Subcommands.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace hearthix::sim {
+
+namespace {
+
+struct Subcommand {
+    const CommandSpec& (*spec)();
+    int (*run)(const std::vector<String>& words);
+};
+
+constexpr std::array<Subcommand, 3> kSubcommands{
+    {{demoSpec, runDemo}, {hostSpec, runHost}, {gatewaySpec, runGateway}}};
+
+constexpr const char* kVersion = "hearthix-sim " HEARTHIX_VERSION;
+constexpr const char* kHelp = "Usage: hearthix-sim COMMAND [OPTION]...\n\n"
+                              "Stand-ins for what the Hearthix MySensors driver stands between.\n\n"
+                              "Commands:\n"
+                              "  demo     host, gateway and driver in one terminal\n"
+                              "  host     a home-automation host that a driver connects to\n"
+                              "  gateway  a MySensors gateway with a mesh of nodes\n\n"
+                              "hearthix-sim COMMAND --help tells more; --version tells the version.";
+
+bool asksFor(const std::vector<String>& words, std::string_view option) {
+    return std::any_of(words.begin(), words.end(),
+                       [option](const String& word) { return word.view() == option; });
+}
+
+int dispatch(std::vector<String> words) {
+    const String name = words.empty() ? String() : words[0];
+    if (name == "--version" || asksFor(words, "--version")) {
+        Print(kVersion);
+        return 0;
+    }
+    if (name == "--help" || name == "-h" || name == "help") {
+        Print(kHelp);
+        return 0;
+    }
+    if (name.empty())
+        throw UsageError{"hearthix-sim needs a command: demo, host or gateway; see hearthix-sim --help"};
+    for (const Subcommand& each : kSubcommands) {
+        if (!(name == each.spec().name))
+            continue;
+        words.erase(words.begin());
+        if (!asksFor(words, "--help"))
+            return each.run(words);
+        Print(helpText(each.spec()));
+        return 0;
+    }
+    throw UsageError{concat("hearthix-sim has no command '", name,
+                            "': there are demo, host and gateway; see hearthix-sim --help")};
+}
+
+class SimApplication : public ConsoleApplication {
+public:
+    Integer Event_Run(const Array<String>& arguments) override {
+        std::vector<String> words(arguments.begin() + 1, arguments.end());
+        try {
+            return dispatch(std::move(words));
+        } catch (const UsageError& error) {
+            PrintError(error.sentence);
+            return 2;
+        } catch (const Failure& error) {
+            PrintError(error.sentence);
+            return 1;
+        }
+    }
+    bool Event_UnhandledException(const RuntimeException&) override { return false; }
+};
+
+} // namespace
+
+} // namespace hearthix::sim
+
+int main(int argc, char** argv) {
+    hearthix::sim::SimApplication application;
+    return application.execute(argc, argv);
+}

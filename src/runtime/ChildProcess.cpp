@@ -1,0 +1,153 @@
+#include "runtime/ChildProcess.hpp"
+
+#include "runtime/Clock.hpp"
+#include "runtime/StringFunctions.hpp"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace hearthix {
+
+namespace {
+
+constexpr clocks::Nanoseconds kMillisecond = 1'000'000;
+constexpr int kPatienceMilliseconds = 2000;
+constexpr int kReapMilliseconds = 10;
+
+int exitStatusOf(int state) {
+    return WIFSIGNALED(state) ? 128 + WTERMSIG(state) : WEXITSTATUS(state);
+}
+
+// The error number, 0 when the program runs.
+int spawn(const std::vector<std::string>& words, int output, pid_t& pid) {
+    std::vector<char*> pointers;
+    for (const std::string& word : words)
+        pointers.push_back(const_cast<char*>(word.c_str()));
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files, output, STDERR_FILENO);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes,
+                             POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes, &signals);
+    sigaddset(&signals, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &signals);
+    const int error = posix_spawn(&pid, pointers[0], &files, &attributes, pointers.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&files);
+    return error;
+}
+
+} // namespace
+
+bool ChildProcess::Start(const String& path, const std::vector<String>& arguments) {
+    Stop();
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        setLastError(errno);
+        return false;
+    }
+    std::vector<std::string> words{std::string(path.view())};
+    for (const String& argument : arguments)
+        words.emplace_back(argument.view());
+    const int error = spawn(words, ends[1], pid_);
+    ::close(ends[1]);
+    if (error != 0) {
+        ::close(ends[0]);
+        pid_ = -1;
+        setLastError(error);
+        return false;
+    }
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    attach(ends[0]);
+    return true;
+}
+
+void ChildProcess::Stop() {
+    Close();
+    reaper_.setMode(Timer::kModeOff);
+    if (pid_ <= 0)
+        return;
+    kill(pid_, SIGTERM);
+    const clocks::Nanoseconds limit = clocks::monotonic() + kPatienceMilliseconds * kMillisecond;
+    pid_t gone = 0;
+    while ((gone = waitpid(pid_, nullptr, WNOHANG)) == 0 && clocks::monotonic() < limit)
+        clocks::sleep(kReapMilliseconds * kMillisecond);
+    if (gone == 0) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+    }
+    pid_ = -1;
+    partialLine_ = String();
+}
+
+ssize_t ChildProcess::receive(char* bytes, std::size_t count) {
+    return read(descriptor(), bytes, count);
+}
+
+ssize_t ChildProcess::transmit(const char*, std::size_t) {
+    errno = EBADF;
+    return -1;
+}
+
+void ChildProcess::dataArrived() {
+    partialLine_ += ReadAll();
+    tellLines(false);
+}
+
+void ChildProcess::tellLines(bool all) {
+    while (const Integer end = InStrB(1, partialLine_, "\n")) {
+        const String line = LeftB(partialLine_, end - 1);
+        partialLine_ = MidB(partialLine_, end + 1);
+        if (printed)
+            printed(Trim(line));
+    }
+    const String rest = Trim(all ? std::exchange(partialLine_, String()) : String());
+    if (!rest.empty() && printed)
+        printed(rest);
+}
+
+void ChildProcess::failed() {
+    tellLines(true);
+    reap();
+}
+
+void ChildProcess::reap() {
+    int state = 0;
+    if (pid_ <= 0)
+        return;
+    if (waitpid(pid_, &state, WNOHANG) == 0) {
+        reaper_.setPeriod(kReapMilliseconds);
+        reaper_.setMode(Timer::kModeSingle);
+        return;
+    }
+    pid_ = -1;
+    if (ended)
+        ended(exitStatusOf(state));
+}
+
+String ownExecutable() {
+    std::array<char, PATH_MAX> path;
+    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+    return length > 0 ? String(std::string_view(path.data(), static_cast<std::size_t>(length))) : String();
+}
+
+} // namespace hearthix
