@@ -1,0 +1,142 @@
+// How the process begins, and all the ways in which it ends in good order.
+#include "tests/support/Conversation.hpp"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace hearthix::test {
+
+namespace {
+
+bool isCommunicationError(const Packet& packet) {
+    const std::string text = readable(packet);
+    const std::string_view opening = "log 4: mySensors communication error: ";
+    const std::size_t end = text.find_first_not_of("-0123456789", opening.size());
+    return text.starts_with(opening) && end > opening.size() && text.substr(end) == " - ";
+}
+
+// The driver has decided to end: its port closes, events still run for a moment, the status is 0.
+void expectOrderlyEnd(Conversation& talk, const std::string& output = "") {
+    EXPECT_EQ(talk.gateway.hearToEnd(), "");
+    const Ending ending = talk.driver.end();
+    EXPECT_EQ(ending.status, 0);
+    EXPECT_EQ(ending.output, output);
+    EXPECT_EQ(ending.errors, "");
+}
+
+TEST(Start, OneArgumentPrintsTheBannerOnly) {
+    DriverProcess driver({"IP"});
+    const Ending ending = driver.end();
+    EXPECT_EQ(ending.status, 0);
+    const std::size_t first = ending.output.find("\r\n");
+    const std::size_t second = ending.output.find("\r\n", first + 2);
+    ASSERT_NE(second, std::string::npos);
+    EXPECT_EQ(ending.output.substr(0, first), "Hearthix mySensors Driver");
+    EXPECT_EQ(ending.output.substr(second), "\r\nversion 1.1 (build 004)\r\n");
+}
+
+TEST(Start, MissingArgumentsEndInTheStackDump) {
+    FakeHost host;
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{}, {"IP", "127.0.0.1"}, {"IP", "127.0.0.1", host.port()}}) {
+        const Ending ending = DriverProcess(arguments).end();
+        EXPECT_GT(ending.status, 0) << arguments.size();
+        EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
+        EXPECT_TRUE(ending.output.ends_with("\n\ndone logging the stack\n\n")) << ending.output;
+    }
+}
+
+TEST(Start, ArgumentsAreReadLeniently) {
+    struct Case {
+        std::string transport, address, portSuffix, id;
+        std::vector<std::string> extra;
+    };
+    for (const Case& c : {Case{"IP", "127.0.0.1", "", "42", {}}, Case{"ip", "", ".9", "", {}},
+                          Case{"Ip", "localhost", "junk", "a b:c", {"x", "", "1.2.3.4"}}}) {
+        FakeHost host;
+        FakeGateway gateway(Transport::tcp);
+        std::vector<std::string> arguments{c.transport, c.address, host.port() + c.portSuffix, c.id};
+        arguments.insert(arguments.end(), c.extra.begin(), c.extra.end());
+        arguments.insert(arguments.end(), {"127.0.0.1", " " + gateway.listener().port() + c.portSuffix});
+        const DriverProcess driver(arguments);
+        EXPECT_EQ(host.accept(), c.id);
+        gateway.accept();
+        EXPECT_EQ(host.next(), readyText());
+    }
+}
+
+TEST(Start, GivesUpOnASilentHostAfterFifteenSeconds) {
+    FakeHost host;
+    const std::string port = host.port();
+    host.stopListening();
+    const auto start = std::chrono::steady_clock::now();
+    DriverProcess driver({"IP", "127.0.0.1", port, "7", "127.0.0.1", "1"});
+    const Ending ending = driver.end();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    EXPECT_EQ(ending.status, 0);
+    EXPECT_EQ(ending.output,
+              "Hearthix Pipe Error\n\nmySensors: Timeout waiting for answer from Hearthix\r\n");
+}
+
+TEST(End, FollowsTheHostsWord) {
+    struct Case {
+        std::string packet;
+        const char* words;
+    };
+    // Q, and q with it, is the low-battery form of P and is read as that.
+    for (const Case& c : {Case{commonMessage('q'), "The drugre has been asked to quit. (2)"},
+                          Case{commonMessage('Q'), "The drugre has been asked to quit. (2)"},
+                          Case{commonMessage('p', 255, 'Y'), "The drugre has been asked to quit. (2)"},
+                          Case{multipacket({{"mcmd", "CLOSE"}}), "MySensors Plugin shutting down..."}}) {
+        Conversation talk;
+        talk.host.send(c.packet);
+        EXPECT_EQ(talk.host.next(), log(c.words));
+        talk.host.send(multipacket({{"mcmd", "ping"}})); // events still run
+        EXPECT_EQ(talk.host.next(), multi({{"mcmd", "PSrp"}}));
+        expectOrderlyEnd(talk);
+        EXPECT_EQ(talk.host.untilEnd(), Packets{});
+    }
+}
+
+TEST(End, FollowsWhenTheHostHangsUp) {
+    Conversation talk;
+    talk.host.hangUp();
+    expectOrderlyEnd(talk, "Hearthix Pipe Error\n\n");
+}
+
+TEST(End, FollowsWhenTheGatewayHangsUp) {
+    for (const Transport transport : {Transport::tcp, Transport::serial}) {
+        Conversation talk(transport);
+        talk.gateway.say("0;255;3;0;9;last words\n");
+        EXPECT_EQ(talk.host.next(), log("Gateway Message: last words"));
+        talk.gateway.hangUp();
+        const Packet error = talk.host.next();
+        EXPECT_TRUE(isCommunicationError(error)) << readable(error);
+        EXPECT_EQ(talk.driver.end().status, 0);
+        EXPECT_EQ(talk.host.untilEnd(), Packets{});
+    }
+}
+
+TEST(End, SignalsKeepTheirDefaultAction) {
+    for (const int number : {SIGTERM, SIGINT}) {
+        Conversation talk;
+        talk.driver.signal(number);
+        EXPECT_EQ(talk.driver.end().status, -number);
+    }
+}
+
+TEST(End, ALostStandardOutputHarmsNothing) {
+    for (const Output output : {Output::closed, Output::brokenPipe, Output::full}) {
+        Conversation talk(Transport::tcp, output);
+        EXPECT_EQ(talk.gatewaySays("3;255;3;0;6;\n"),
+                  effects({log("sending config to node: 3;255;3;0;6;I")}, "3;255;3;0;6;I\n"));
+        talk.host.hangUp();
+        EXPECT_EQ(talk.gateway.hearToEnd(), ""); // the pipe error went nowhere else
+        EXPECT_EQ(talk.driver.end().status, 0);
+    }
+}
+
+} // namespace
+
+} // namespace hearthix::test

@@ -1,0 +1,72 @@
+// One end of a byte stream whose other end is the driver. Everything waits, nothing waits for ever: a peer
+// that is silent for kPatience raises std::runtime_error with what had come until then.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace hearthix::test {
+
+constexpr std::chrono::seconds kPatience{30};
+
+// An open descriptor and its only owner.
+class Descriptor {
+public:
+    explicit Descriptor(int value = -1) : value_(value) {}
+    Descriptor(Descriptor&& other) noexcept : value_(std::exchange(other.value_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    ~Descriptor() { close(); }
+    void close();
+    int get() const { return value_; }
+
+private:
+    int value_;
+};
+
+class Stream {
+public:
+    Stream() = default;
+    // Takes the descriptor over and makes it non-blocking.
+    explicit Stream(Descriptor descriptor);
+
+    void write(std::string_view bytes);
+    // Everything up to the first mark, without it.
+    std::string readThrough(std::string_view mark);
+    std::string read(std::size_t count);
+    // Everything up to the end of the stream.
+    std::string readToEnd();
+    // Whether a byte arrives, or the end, within the time given.
+    bool hasNews(std::chrono::milliseconds limit);
+    // What has come and wasn't read yet; grows by at least a byte with each call of await.
+    std::string_view pending() const { return std::string_view(pending_).substr(start_); }
+    void await();
+    void close() { descriptor_.close(); }
+    int descriptor() const { return descriptor_.get(); }
+
+private:
+    bool receive();
+    std::string take(std::size_t count);
+
+    Descriptor descriptor_;
+    std::string pending_;
+    std::size_t start_ = 0;
+};
+
+// A listener on a loopback port of the system's choice.
+class Listener {
+public:
+    // A small receive buffer makes a peer that doesn't read felt at once.
+    explicit Listener(int receiveBuffer = 0, int backlog = 8);
+    std::string port() const;
+    Stream accept();
+    void close() { descriptor_.close(); }
+    // A connection to this listener from the test itself.
+    Descriptor connect() const;
+
+private:
+    Descriptor descriptor_;
+};
+
+} // namespace hearthix::test
