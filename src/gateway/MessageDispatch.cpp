@@ -58,6 +58,7 @@ void cMySensors::handleInternal(const Ref<cMSCommand>& command, const String& li
     case kVersion: handleVersion(*command); break;
     case kIdRequest:
         waitingForID = command;
+        waitingForID->PayLoad.compact();
         CommandSupportModule::GetUnitsFromHearthix();
         break;
     case kConfig: sendConfigToNode(command->nodeID, command->childID, "I"); break;

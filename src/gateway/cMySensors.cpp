@@ -36,6 +36,8 @@ void cMySensors::PortDataAvailable(const String& data) {
         HandleMSCommand(Trim(line));
         RuntimeBackgroundTask();
     }
+    // A fragment may lie here for hours, and must not keep the memory of a whole chunk.
+    buffer.compact();
 }
 
 // The clock of the rule is the silence between two arrivals, and not the age of what is held.

@@ -1,5 +1,5 @@
-// The two-way table of variable types: V_TEMP and its kin by their number in the MySensors serial API and by
-// the short name, the suffix, that the host's unit addresses end in.
+// The two-way table of variable types: their number in the MySensors serial API, and the short name, the
+// suffix, that the host's unit addresses end in.
 #pragma once
 
 #include "runtime/Dictionary.hpp"

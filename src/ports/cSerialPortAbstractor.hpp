@@ -28,8 +28,6 @@ public:
     void PortPoll() override { Poll(); }
     void portXmitWait() { XmitWait(); }
     void PortXmitWait() override { portXmitWait(); }
-
-private:
     void SetupAndOpen();
 };
 

@@ -17,7 +17,7 @@ Nanoseconds read(clockid_t clock) {
 }
 
 // A Date is made for every packet; the coarse clock costs a tenth of the exact one and is right to a timer
-// tick of a few milliseconds, while nothing compares dates closer than that.
+// tick of a few milliseconds, which is as close as the rules about silence need it.
 Nanoseconds systemWallClock() {
 #ifdef CLOCK_REALTIME_COARSE
     return read(CLOCK_REALTIME_COARSE);

@@ -1,5 +1,6 @@
 #include "runtime/StreamDevice.hpp"
 
+#include "runtime/Clock.hpp"
 #include "runtime/EventLoop.hpp"
 
 #include <algorithm>
@@ -133,8 +134,10 @@ void StreamDevice::readInput() {
         if (got > 0) {
             const auto count = static_cast<std::size_t>(got);
             received_.append(std::string_view(buffer, count));
-            if (shortReadDrains() && count < std::min(kReadSize, left))
+            if (shortReadDrains() && count < std::min(kReadSize, left)) {
+                dryAt_ = clocks::monotonic();
                 return;
+            }
             left = left == SIZE_MAX ? std::max(arrivedBytes(), leastFurtherRead()) : left - count;
             continue;
         }
@@ -142,7 +145,9 @@ void StreamDevice::readInput() {
             continue;
         if (got == 0)
             fail(ENOTCONN);
-        else if (!isTemporary(errno))
+        else if (isTemporary(errno))
+            dryAt_ = clocks::monotonic();
+        else
             fail(errno);
         return;
     }
@@ -186,7 +191,8 @@ void StreamDevice::Poll() {
     flushOutput();
     if (nested_ >= kMostNested)
         return;
-    readInput();
+    if (clocks::monotonic() - dryAt_ >= kDryNanoseconds)
+        readInput();
     tellNews();
 }
 

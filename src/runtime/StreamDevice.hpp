@@ -9,6 +9,9 @@
 // and their event has returned, ahead of it. After a failure the device is closed, and its error event has
 // run once.
 //
+// A Poll right behind a read that has found the end of what arrived does not read again: code that logs polls
+// three times in a row, and nothing arrives in between. The event loop always reads.
+//
 // Poll inside an event of the same device may run that event again. Past kMostNested such levels it only
 // writes, so that no stream, however long, exhausts the stack; what has arrived is read further up.
 #pragma once
@@ -29,6 +32,7 @@ public:
     static constexpr std::size_t kSendMark = 256 * 1024;
     static constexpr std::size_t kSendCeiling = 64 * 1024 * 1024;
     static constexpr int kMostNested = 64;
+    static constexpr std::int64_t kDryNanoseconds = 20'000;
 
     ~StreamDevice() override;
 
@@ -94,6 +98,7 @@ private:
     int nested_ = 0;       // events of this device under way
     bool blocked_ = false; // the system took less than there was
     std::size_t sendAgainAt_ = kSendMark;
+    std::int64_t dryAt_ = 0; // when a read last found that nothing was left
     String received_;
     SendBuffer output_;
 };

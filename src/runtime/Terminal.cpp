@@ -16,6 +16,11 @@ bool isOutput() {
     return isatty(STDOUT_FILENO) != 0;
 }
 
+bool isOutputGone() {
+    pollfd state{STDOUT_FILENO, 0, 0};
+    return poll(&state, 1, 0) > 0 && (state.revents & POLLERR) != 0;
+}
+
 Size size() {
     winsize window{};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_col == 0 || window.ws_row == 0)

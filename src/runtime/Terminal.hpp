@@ -14,6 +14,8 @@ struct Size {
 
 bool isInput();
 bool isOutput();
+// Whether standard output is a pipe that nobody reads any more.
+bool isOutputGone();
 // 80 by 24 when the terminal doesn't tell.
 Size size();
 // A whole frame in one piece: without a line end, and without a pause of ours in the middle.
