@@ -1,0 +1,118 @@
+#include "runtime/Exceptions.hpp"
+#include "tests/document/DocumentTest.hpp"
+
+namespace hearthix::testing {
+namespace {
+
+// A root with children named a, b, a, told apart by their value n.
+class Containers : public DocumentTest {
+protected:
+    Ref<CXML> root =
+        node("", {}, {node("a", {{"n", "1"}}), node("b", {{"n", "2"}}), node("a", {{"n", "3"}})});
+
+    // The n of a child; "nil" for none.
+    std::string found(const char* name, Integer index) const {
+        const auto child = root->GetContainer(name, index);
+        return child ? plain(child->GetStringValue("n")) : "nil";
+    }
+    std::string order() const {
+        std::string all;
+        for (std::int64_t i = 1; i <= root->Containers.Ubound(); ++i)
+            all += plain(root->Containers[i]->GetStringValue("n"));
+        return all;
+    }
+};
+
+TEST_F(Containers, AreFoundByNameAndPosition) {
+    struct Case {
+        const char* name;
+        Integer index;
+        const char* n;
+    };
+    const Case cases[] = {
+        {"a", 1, "1"},   {"A", 2, "3"},    {"a", 3, "nil"}, {"b", 1, "2"}, {"b", 2, "nil"},
+        {"c", 1, "nil"}, {"a", -1, "nil"}, {"a", 0, "nil"}, {"b", 0, "1"}, {"c", 0, "1"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(found(c.name, c.index), c.n) << c.name << " " << c.index;
+    EXPECT_EQ(root->GetContainerCount("A"), 2);
+    EXPECT_EQ(root->GetContainerCount(""), 0);
+    EXPECT_EQ(root->containersNamed("A").size(), 2U);
+    const CXML empty;
+    EXPECT_EQ(empty.Containers.Ubound(), 0);
+    EXPECT_TRUE(empty.GetContainer("a", 0).isNil());
+    EXPECT_EQ(empty.GetContainerCount("a"), 0);
+}
+
+TEST_F(Containers, AreReplacedAndRemoved) {
+    root->InsertContainer(nullptr);
+    root->removeContainer("a", 0);
+    root->removeContainer("a", 3);
+    root->ReplaceContainer("a", 0, node("x", {}));
+    root->removeContainer(node("a", {}));
+    EXPECT_EQ(order(), "123") << "nothing of this changes anything";
+
+    root->ReplaceContainer("A", 2, node("c", {{"n", "4"}}));
+    EXPECT_EQ(order(), "124");
+    EXPECT_EQ(root->GetContainerCount("a"), 1);
+    EXPECT_EQ(root->GetContainerCount("c"), 1);
+    root->removeContainer("A", 1);
+    EXPECT_EQ(order(), "24");
+    const auto twice = root->GetContainer("c", 1);
+    root->InsertContainer(twice);
+    root->removeContainer(twice);
+    EXPECT_EQ(order(), "24") << "the first one goes, the second stays";
+    root->ReplaceContainer("b", 1, nullptr);
+    EXPECT_THROW(root->GetContainerCount("b"), NilObjectException);
+    root->removeContainer(Ref<CXML>());
+    EXPECT_EQ(order(), "4");
+}
+
+TEST_F(Containers, AreLetGoByRelease) {
+    const auto kept = root->GetContainer("b", 1);
+    kept->InsertContainer(node("below", {}));
+    root->SetStringValue("v", "1");
+    root->Release();
+    EXPECT_EQ(root->Containers.Ubound(), 3);
+    EXPECT_EQ(plain(root->SaveToString()), plain(node("", {{"v", "1"}})->SaveToString()));
+    EXPECT_EQ(textOf(*root), "(1) value keys\n    v=1\n    Container is nil at index 1\n"
+                             "    Container is nil at index 2\n    Container is nil at index 3\n");
+    EXPECT_TRUE(kept->Containers[1].isNil()) << "all the way down";
+    EXPECT_EQ(plain(kept->GetStringValue("n")), "2");
+    EXPECT_THROW(root->GetContainerCount("a"), NilObjectException);
+    EXPECT_THROW(root->GetContainer("a", 1), NilObjectException);
+    EXPECT_THROW(root->removeContainer("a", 1), NilObjectException);
+    EXPECT_THROW(root->ReplaceContainer("a", 1, nullptr), NilObjectException);
+    EXPECT_THROW(root->Clone(), NilObjectException);
+}
+
+TEST_F(Containers, AreDumpedForPeople) {
+    root->SetStringValue("v", "two\nlines");
+    root->InsertContainer(node("", {}));
+    EXPECT_EQ(textOf(*root),
+              "(1) value keys\n    v=two\nlines\n    Container: a (1) value keys\n        n=1\n"
+              "    Container: b (1) value keys\n        n=2\n    Container: a (1) value keys\n"
+              "        n=3\n    Container:  (0) value keys\n");
+    const auto block = Ref<MemoryBlock>::make();
+    node("", {{"k", "v"}})->saveToReadableString(Ref<BinaryStream>::make(block), 2);
+    EXPECT_EQ(plain(block->toString()), "(1) value keys\n            k=v\n");
+    EXPECT_THROW(root->saveToReadableString(nullptr, 0), NilObjectException);
+    root->DebugToLog();
+    EXPECT_EQ(logged, (std::vector<std::string>{"--- begin debug", "v : two\nlines", "---end debug"}));
+}
+
+TEST_F(Containers, BlocksAreMadeMergedAndMeasured) {
+    EXPECT_TRUE(root->NewBinaryBlock(3, "")->LittleEndian);
+    EXPECT_TRUE(root->NewBinaryBlock(3, "x")->LittleEndian);
+    EXPECT_FALSE(root->NewBinaryBlock(3, "b")->LittleEndian);
+    EXPECT_THROW(root->NewBinaryBlock(-1, "L"), NilObjectException);
+    std::vector<Ref<MemoryBlock>> blocks{root->NewBinaryBlock(3, "L")};
+    root->MergeArrays(blocks, blocks);
+    root->MergeArrays(blocks, {root->NewBinaryBlock(1, "L")});
+    EXPECT_EQ(root->SizeOfArray(blocks), 7);
+    blocks.push_back(nullptr);
+    EXPECT_THROW(root->SizeOfArray(blocks), NilObjectException);
+}
+
+} // namespace
+} // namespace hearthix::testing

@@ -1,0 +1,86 @@
+#include "tests/document/DocumentTest.hpp"
+
+#include "runtime/Exceptions.hpp"
+#include "shell/Logging.hpp"
+
+#include <fstream>
+#include <iterator>
+#include <set>
+
+#include <stdlib.h>
+
+void hearthix::HearthixSupport::WriteLog(const String& message) {
+    testing::logged.emplace_back(message.view());
+}
+
+namespace hearthix::testing {
+
+std::vector<std::string> logged;
+
+std::string bytesOf(const std::string& hex) {
+    std::string digits = hex;
+    std::erase(digits, ' ');
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+Ref<CXML> node(const std::string& name, const Pairs& values, const std::vector<Ref<CXML>>& children) {
+    const auto made = Ref<CXML>::make();
+    made->Name = utf8(name);
+    for (const auto& [key, value] : values)
+        made->SetStringValue(utf8(key), utf8(value));
+    for (const auto& child : children)
+        made->InsertContainer(child);
+    return made;
+}
+
+Ref<CXML> nested(std::size_t levels) {
+    const auto root = Ref<CXML>::make();
+    CXML* last = root.get();
+    for (std::size_t i = 0; i < levels; ++i) {
+        last->InsertContainer(node("n", {{"k", "v"}}));
+        last = last->Containers[1].get();
+    }
+    return root;
+}
+
+bool loadRaises(CXML& document, std::string_view bytes) {
+    try {
+        document.LoadFromBinaryStream(Ref<BinaryStream>::make(untagged(bytes)));
+        return false;
+    } catch (const RuntimeException& error) {
+        EXPECT_TRUE(error.Message.empty());
+        return true;
+    }
+}
+
+std::string readFile(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void writeFile(const std::filesystem::path& path, std::string_view bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+DocumentTest::DocumentTest() {
+    logged.clear();
+    std::string pattern = (std::filesystem::temp_directory_path() / "document-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr)
+        throw std::runtime_error("no folder for the test");
+    folder = pattern;
+}
+
+std::string DocumentTest::names() const {
+    std::set<std::string> sorted;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        sorted.insert(entry.path().filename().string() + " ");
+    std::string joined;
+    for (const auto& name : sorted)
+        joined += name;
+    return joined;
+}
+
+} // namespace hearthix::testing

@@ -1,0 +1,58 @@
+// What the tests of documents share: bytes in hexadecimal, trees in one line, the log, a folder of their own.
+#pragma once
+
+#include "document/CXML.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace hearthix::testing {
+
+// "4B 62 64" as bytes; blanks don't matter.
+std::string bytesOf(const std::string& hex);
+inline String utf8(std::string_view text) {
+    return String(text, TextEncoding::utf8);
+}
+inline String untagged(std::string_view text) {
+    return String(text);
+}
+inline std::string plain(const String& text) {
+    return std::string(text.view());
+}
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+Ref<CXML> node(const std::string& name, const Pairs& values, const std::vector<Ref<CXML>>& children = {});
+// A root with so many nodes below it, each the only child of the one above.
+Ref<CXML> nested(std::size_t levels);
+// Loads from bytes; true when that raised.
+bool loadRaises(CXML& document, std::string_view bytes);
+// Every name and value of the tree.
+inline std::string textOf(const CXML& document) {
+    return plain(document.getAsDebugData());
+}
+
+std::string readFile(const std::filesystem::path& path);
+void writeFile(const std::filesystem::path& path, std::string_view bytes);
+// The lines logged in this test so far.
+extern std::vector<std::string> logged;
+
+// A clean log and a folder that goes with the test.
+class DocumentTest : public ::testing::Test {
+protected:
+    DocumentTest();
+    ~DocumentTest() override { std::filesystem::remove_all(folder); }
+    std::filesystem::path at(const std::string& name) const { return folder / name; }
+    Ref<FolderItem> item(const std::string& name) const {
+        return Ref<FolderItem>::make(utf8(at(name).string()));
+    }
+    // The names in the folder, sorted, each with a blank behind.
+    std::string names() const;
+
+    std::filesystem::path folder;
+};
+
+} // namespace hearthix::testing
