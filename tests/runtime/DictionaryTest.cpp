@@ -1,0 +1,99 @@
+#include "runtime/Dictionary.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <map>
+#include <random>
+#include <string>
+
+namespace hearthix {
+namespace {
+
+TEST(Dictionary, MatchesStringKeysWithoutCaseAndKeepsOtherKindsApart) {
+    for (const Integer others : {0, 20}) { // without an index and with one
+        Dictionary table;
+        for (Integer i = 0; i < others; ++i)
+            table.SetValue(1000 + i, i);
+        for (const auto& [key, value] : {std::pair<Variant, Variant>("mcmd", "one"),
+                                         {"MCMD", "two"},
+                                         {21, "number"},
+                                         {"21", "text"},
+                                         {true, "truth"},
+                                         {"real", 2.5}})
+            table.SetValue(key, value);
+        EXPECT_EQ(table.Count(), others + 5);
+        EXPECT_EQ(table.Value("McMd").asString().view(), "two");
+        EXPECT_EQ(table.Key(others).asString().view(), "mcmd");
+        EXPECT_EQ(table.find(21)->asString().view(), "number");
+        EXPECT_EQ(table.find(std::string_view("21"))->asString().view(), "text");
+        EXPECT_EQ(table.find(Variant(true))->asString().view(), "truth");
+        EXPECT_EQ(table.ValueAt(others + 4).toInteger(), 2);
+        EXPECT_FALSE(table.HasKey(1) || table.HasKey("") || table.HasKey(Variant()));
+        table.Remove("mCMD");
+        EXPECT_FALSE(table.HasKey("mcmd"));
+        EXPECT_THROW(table.Remove("mcmd"), KeyNotFoundException);
+        EXPECT_THROW(table.Value("mcmd"), KeyNotFoundException);
+        EXPECT_THROW(table.Key(table.Count()), OutOfBoundsException);
+        EXPECT_THROW(table.ValueAt(-1), OutOfBoundsException);
+    }
+}
+
+TEST(Dictionary, HoldsAnObjectUntilItIsRemoved) {
+    const auto object = Ref<Dictionary>::make();
+    Dictionary table;
+    table.SetValue("object", object);
+    EXPECT_EQ(table.Value("object").objectAs<Dictionary>(), object.get());
+    table.Remove("object");
+    EXPECT_EQ(object->referenceCount(), 1U);
+}
+
+// What a table should hold: by the key's name, the step that entered the key and the latest value.
+using Model = std::map<std::string, std::pair<Integer, Integer>>;
+
+// A key of either kind; strings in a mix of cases.
+std::pair<std::string, Variant> randomKey(std::minstd_rand& random, unsigned range) {
+    const auto number = static_cast<unsigned>(random()) % range;
+    if (number % 3 == 0)
+        return {std::to_string(number), number};
+    const std::string name = std::to_string(number) + " as a string";
+    std::string mixed = name;
+    for (char& letter : mixed)
+        letter = random() % 2 == 0 ? static_cast<char>(std::toupper(letter)) : letter;
+    return {name, String(mixed)};
+}
+
+void compare(const Dictionary& table, const Model& model) {
+    std::map<Integer, Integer> inOrder;
+    for (const auto& [name, entry] : model)
+        inOrder[entry.first] = entry.second;
+    Integer index = 0;
+    for (const auto& [entered, value] : inOrder) {
+        ASSERT_EQ(table.ValueAt(index).asInteger(), value);
+        ASSERT_EQ(table.Value(table.Key(index++)).asInteger(), value);
+    }
+}
+
+TEST(Dictionary, AgreesWithAMapUnderRandomUse) {
+    for (const unsigned range : {6U, 30U, 3000U}) {
+        std::minstd_rand random(range);
+        Dictionary table;
+        Model model;
+        for (Integer step = 0; step < 20000; ++step) {
+            const auto [name, key] = randomKey(random, range);
+            ASSERT_EQ(table.HasKey(key), model.count(name) == 1) << name;
+            if (random() % 3 != 0) {
+                table.SetValue(key, step);
+                model.try_emplace(name, step, step).first->second.second = step;
+            } else if (model.erase(name) != 0) {
+                table.Remove(key);
+            }
+            ASSERT_EQ(table.Count(), static_cast<Integer>(model.size()));
+            if (step % 500 == 0)
+                compare(table, model);
+        }
+    }
+}
+
+} // namespace
+} // namespace hearthix

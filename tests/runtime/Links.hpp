@@ -1,0 +1,110 @@
+// A connection inside of one process: a socket that notes its events, and the raw other end.
+#pragma once
+
+#include "runtime/ConsoleApplication.hpp"
+#include "runtime/ListeningSocket.hpp"
+#include "runtime/TCPSocket.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace hearthix {
+
+// Runs events until something holds; false when it doesn't within some ten seconds.
+inline bool serveUntil(const std::function<bool()>& done) {
+    for (int turn = 0; turn < 2000 && !done(); ++turn)
+        ConsoleApplication::DoEvents(5);
+    return done();
+}
+
+class Peer {
+public:
+    explicit Peer(int descriptor = -1) : descriptor_(descriptor) {}
+    Peer(Peer&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    Peer& operator=(Peer&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+    ~Peer() { close(); }
+
+    bool isOpen() const { return descriptor_ >= 0; }
+    // As much as the system takes.
+    std::size_t trySend(std::string_view bytes) {
+        const ssize_t sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        return sent < 0 ? 0 : static_cast<std::size_t>(sent);
+    }
+    void send(std::string_view bytes) { EXPECT_EQ(trySend(bytes), bytes.size()); }
+    // All that has arrived.
+    std::string take() {
+        std::string all;
+        char bytes[65536];
+        for (ssize_t got = 0; (got = recv(descriptor_, bytes, sizeof bytes, MSG_DONTWAIT)) > 0;)
+            all.append(bytes, static_cast<std::size_t>(got));
+        return all;
+    }
+    void close() {
+        if (isOpen())
+            ::close(std::exchange(descriptor_, -1));
+    }
+
+private:
+    int descriptor_;
+};
+
+class NotedSocket : public TCPSocket {
+public:
+    std::string events; // c, d and e: connected, data, error
+    std::string received;
+    std::function<void()> onData;
+
+    void Event_Connected() override { events += 'c'; }
+    void Event_DataAvailable() override {
+        events += 'd';
+        received += ReadAll().view();
+        if (onData)
+            onData();
+    }
+    void Event_Error(const RuntimeException& error) override {
+        events += 'e';
+        EXPECT_FALSE(error.Message.empty());
+        EXPECT_FALSE(IsConnected());
+    }
+};
+
+enum class Over { socketPair, loopback };
+
+// Bytes cross a socket pair at once, while loopback takes its time.
+struct Link {
+    Ref<NotedSocket> near = Ref<NotedSocket>::make();
+    Peer far;
+
+    explicit Link(Over over = Over::socketPair) {
+        if (over == Over::loopback) {
+            connect("127.0.0.1");
+            near->events.clear();
+            return;
+        }
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+        near->adopt(ends[0]);
+        far = Peer(ends[1]);
+    }
+    void connect(const String& address) {
+        ListeningSocket listener;
+        EXPECT_TRUE(listener.Listen("127.0.0.1", 0));
+        listener.accepted = [this](int descriptor) { far = Peer(descriptor); };
+        near->Address = address;
+        near->Port = listener.Port();
+        near->Connect();
+        EXPECT_TRUE(serveUntil([this] { return near->IsConnected() && far.isOpen(); }));
+    }
+};
+
+} // namespace hearthix

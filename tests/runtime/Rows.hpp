@@ -1,0 +1,24 @@
+// Tables of results and what they should be, compared byte by byte: the equality of strings ignores case.
+#pragma once
+
+#include "runtime/String.hpp"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string_view>
+
+namespace hearthix {
+
+struct Row {
+    String got;
+    std::string_view want;
+};
+
+inline void expectRows(std::initializer_list<Row> rows) {
+    int number = 0;
+    for (const Row& row : rows)
+        EXPECT_EQ(row.got.view(), row.want) << "row " << number++;
+}
+
+} // namespace hearthix

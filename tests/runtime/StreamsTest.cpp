@@ -1,0 +1,181 @@
+#include "Rows.hpp"
+#include "runtime/BinaryStream.hpp"
+#include "runtime/Exceptions.hpp"
+#include "runtime/FolderItem.hpp"
+#include "runtime/MemoryBlock.hpp"
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+
+namespace hearthix {
+namespace {
+
+using namespace std::string_view_literals;
+
+TEST(MemoryBlock, KeepsNumbersInEitherOrder) {
+    for (const bool little : {true, false}) {
+        MemoryBlock block(12);
+        block.LittleEndian = little;
+        block.setUInt16Value(0, 0x1234);
+        block.setDoubleValue(2, 1.5);
+        block.setByte(11, 0xFF);
+        EXPECT_EQ(block.toString().view(),
+                  little ? "\x34\x12\0\0\0\0\0\0\xF8\x3F\0\xFF"sv : "\x12\x34\x3F\xF8\0\0\0\0\0\0\0\xFF"sv);
+        EXPECT_EQ(block.UInt16Value(0), 0x1234);
+        EXPECT_EQ(block.DoubleValue(2), 1.5);
+    }
+}
+
+TEST(MemoryBlock, RefusesBytesOutsideAndYieldsWhatIsThere) {
+    const String text(std::string(30, 'a'));
+    MemoryBlock block(text);
+    EXPECT_THROW(block.Byte(30), OutOfBoundsException);
+    EXPECT_THROW(block.Byte(-1), OutOfBoundsException);
+    EXPECT_THROW(block.UInt16Value(29), OutOfBoundsException);
+    EXPECT_THROW(block.setDoubleValue(23, 1), OutOfBoundsException);
+    EXPECT_THROW(block.setByte(INT64_MAX, 1), OutOfBoundsException);
+    EXPECT_THROW(MemoryBlock(-1), NilObjectException);
+    EXPECT_THROW(MemoryBlock(INT64_MAX), NilObjectException);
+    block.overwrite(32, "xy");
+    block.overwrite(29, "bc");
+    EXPECT_EQ(text.view(), std::string(30, 'a')); // what it was made of stays
+    expectRows({Row{block.StringValue(28, 99), "abc\0xy"sv}, Row{block.StringValue(99, 1), ""},
+                Row{block.StringValue(-1, 1), ""}, Row{block.StringValue(28, INT64_MIN), ""}});
+}
+
+class StreamTest : public testing::Test {
+protected:
+    StreamTest() : path_(testing::TempDir() + "hearthix-stream-XXXXXX") {
+        EXPECT_NE(mkdtemp(path_.data()), nullptr);
+        folder_ = Ref<FolderItem>::make(String(path_));
+    }
+    ~StreamTest() override { std::filesystem::remove_all(path_); }
+
+    Ref<FolderItem> file(const char* name, std::string_view content) const {
+        const auto item = folder_->Child(name);
+        const auto stream = BinaryStream::Create(item, true);
+        stream->Write(content);
+        stream->Close();
+        EXPECT_TRUE(stream->succeeded());
+        return item;
+    }
+    static std::string contentOf(const Ref<FolderItem>& item) {
+        return std::string(BinaryStream::Open(item, false)->Read(INT64_MAX));
+    }
+
+    std::string path_;
+    Ref<FolderItem> folder_;
+};
+
+TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
+    constexpr auto kContent = "\x01\x02\x03\x04\x05\x06\x07\x08\x09"sv;
+    BinaryStream overString{String(kContent)}, overBlock(Ref<MemoryBlock>::make(String(kContent)));
+    const auto overFile = BinaryStream::Open(file("a", kContent), false);
+    EXPECT_TRUE(overBlock.LittleEndian); // the block's order; the others start as big-endian
+    overBlock.LittleEndian = false;
+    for (BinaryStream* stream : {&overString, &overBlock, overFile.get()}) {
+        EXPECT_EQ(stream->Length(), 9);
+        EXPECT_EQ(stream->ReadUInt8(), 1);
+        EXPECT_EQ(stream->ReadUInt16(), 0x0203);
+        stream->LittleEndian = true;
+        EXPECT_EQ(stream->ReadUInt32(), 0x07060504U);
+        EXPECT_FALSE(stream->isEOF());
+        EXPECT_EQ(stream->ReadUInt32(), 0U); // two bytes short of it
+        EXPECT_TRUE(stream->isEOF());
+        EXPECT_EQ(stream->Read(1).view(), "");
+        stream->setPosition(7);
+        EXPECT_EQ(stream->Read(INT64_MAX, Encodings::UTF8).view(), "\x08\x09");
+        stream->setPosition(-5);
+        EXPECT_EQ(stream->Read(-1).view(), "");
+        EXPECT_EQ(stream->ReadUInt8(), 1);
+        stream->setPosition(99);
+        EXPECT_EQ(stream->Position(), 9);
+        stream->Close();
+        stream->Close();
+        EXPECT_EQ(stream->ReadUInt8() + stream->Length(), 0);
+    }
+}
+
+TEST_F(StreamTest, WritesAlikeToBlockAndFile) {
+    const auto block = Ref<MemoryBlock>::make();
+    const auto item = folder_->Child("new");
+    BinaryStream overBlock(block), overString{String("abc")};
+    const auto overFile = BinaryStream::Create(item, false);
+    ASSERT_TRUE(overFile);
+    for (BinaryStream* stream : {&overBlock, overFile.get()}) {
+        stream->LittleEndian = false;
+        stream->WriteUInt8(1);
+        stream->WriteUInt16(0x0203);
+        stream->LittleEndian = true;
+        stream->WriteUInt32(0x07060504);
+        stream->setPosition(1);
+        EXPECT_EQ(stream->Read(2).view(), "\x02\x03"); // what was just written
+        stream->Write("xy");
+        stream->setPosition(6);
+        stream->Write("end");
+        EXPECT_EQ(stream->Length(), 9);
+        stream->Close();
+        stream->Write("lost");
+    }
+    EXPECT_EQ(block->toString().view(), "\x01\x02\x03xy\x06\x65nd");
+    EXPECT_EQ(contentOf(item), "\x01\x02\x03xy\x06\x65nd");
+    overString.Write("xyz");
+    EXPECT_EQ(overString.Read(3).view(), "abc");
+}
+
+TEST_F(StreamTest, TellsWhenAFileCannotBeUsed) {
+    EXPECT_TRUE(BinaryStream::Open(folder_->Child("missing"), false).isNil());
+    EXPECT_TRUE(BinaryStream::Open(folder_, false).isNil());
+    EXPECT_TRUE(BinaryStream::Create(file("old", "old"), false).isNil());
+    EXPECT_TRUE(BinaryStream::Create(folder_->Child("no")->Child("folder"), true).isNil());
+    for (const auto& stream : {BinaryStream::Open(folder_->Child("old"), false),
+                               BinaryStream::Create(GetFolderItem("/dev/full", 0), true)}) {
+        stream->Write("new");
+        stream->Close();
+        EXPECT_FALSE(stream->succeeded());
+    }
+    EXPECT_EQ(contentOf(folder_->Child("old")), "old");
+}
+
+TEST_F(StreamTest, ReadsALargeFileFromAnyPlaceAndStopsWhereItWasCut) {
+    std::string content;
+    for (int i = 0; content.size() < 700'000; ++i)
+        content += std::to_string(i);
+    const auto stream = BinaryStream::Open(file("large", content), false);
+    for (const std::size_t at : {0U, 262'143U, 600'000U, 5U}) {
+        stream->setPosition(static_cast<Integer>(at));
+        EXPECT_TRUE(stream->Read(300'000).view() == content.substr(at, 300'000)) << at;
+    }
+    std::filesystem::resize_file(path_ + "/large", 400'000);
+    stream->setPosition(390'000);
+    EXPECT_EQ(stream->Read(300'000).size(), 10'000U);
+    EXPECT_TRUE(stream->isEOF());
+}
+
+TEST_F(StreamTest, FoldersNameTheirFiles) {
+    const auto item = folder_->Child("name.kbdb");
+    expectRows(
+        {Row{item->Name(), "name.kbdb"}, Row{item->Parent()->ShellPath(), path_},
+         Row{GetFolderItem(item->GetSaveInfo(folder_, 0), 0)->ShellPath(), item->ShellPath()},
+         Row{GetFolderItem("/a/./b/../c/", 0)->ShellPath(), "/a/c"},
+         Row{GetFolderItem("here", 0)->Parent()->ShellPath(), std::filesystem::current_path().native()}});
+    EXPECT_TRUE(GetFolderItem("/", 0)->Parent().isNil());
+    item->Delete(); // nothing there, and no fault
+    file("name.kbdb", "x");
+    EXPECT_TRUE(item->Exists());
+    item->Delete();
+    EXPECT_FALSE(item->Exists());
+}
+
+TEST_F(StreamTest, ExchangesTwoFilesOrNone) {
+    const auto first = file("first", "1"), second = file("second", "2");
+    EXPECT_EQ(ExchangeFiles(first, second), 0);
+    EXPECT_EQ(contentOf(first) + contentOf(second), "21");
+    EXPECT_EQ(ExchangeFiles(first, folder_->Child("missing")), ENOENT);
+    EXPECT_EQ(contentOf(first), "2");
+    EXPECT_FALSE(folder_->Child("missing")->Exists());
+}
+
+} // namespace
+} // namespace hearthix

@@ -1,0 +1,208 @@
+#include "Rows.hpp"
+#include "runtime/Base64.hpp"
+#include "runtime/StringFunctions.hpp"
+
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace hearthix {
+namespace {
+
+using namespace std::string_view_literals;
+
+std::string letters(std::size_t count, char first = 'a') {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i)
+        text += static_cast<char>(first + static_cast<char>(i % 26));
+    return text;
+}
+
+TEST(String, SharesItsBlockWithCutsAndGrowsInPlace) {
+    String text(letters(100));
+    text.reserve(1000);
+    const char* start = text.data();
+    const String head = text.cut(0, 50), tail = text.cut(40);
+    EXPECT_EQ(head.data(), start);
+    EXPECT_EQ(tail.data(), start + 40);
+    text.append(letters(800));
+    EXPECT_EQ(text.data(), start);
+    String other = tail; // ends where the block's used part no longer does: has to move away
+    other.append("other");
+    const std::string before = letters(100);
+    expectRows(
+        {Row{head, before.substr(0, 50)}, Row{tail, before.substr(40)}, Row{text, before + letters(800)}});
+    EXPECT_EQ(other.view(), before.substr(40) + "other");
+    text.removeFront(60);
+    EXPECT_EQ(text.data(), start + 60);
+}
+
+TEST(String, CompactLetsGoOfAMuchLargerBlockOnly) {
+    const String large(letters(10000));
+    String some = large.cut(5000, 100), most = large.cut(1);
+    some.compact();
+    most.compact();
+    EXPECT_EQ(some.view(), large.view().substr(5000, 100));
+    EXPECT_FALSE(some.data() >= large.data() && some.data() < large.data() + large.size());
+    EXPECT_EQ(most.data(), large.data() + 1);
+}
+
+TEST(String, JoinsTags) {
+    constexpr auto none = TextEncoding::none, utf8 = TextEncoding::utf8, latin1 = TextEncoding::latin1;
+    using Case = std::tuple<const char*, TextEncoding, const char*, TextEncoding, TextEncoding>;
+    for (const auto& [left, leftTag, right, rightTag, want] :
+         {Case("a", utf8, "b", utf8, utf8), Case("a", utf8, "b", none, none),
+          Case("a", latin1, "b", utf8, none), Case("", none, "b", utf8, utf8),
+          Case("a", latin1, "", utf8, latin1)})
+        EXPECT_EQ((DefineEncoding(left, leftTag) + DefineEncoding(right, rightTag)).encoding(), want)
+            << left << "+" << right;
+}
+
+// A few strings that come to share blocks in every way, and plain copies of what each should hold.
+struct StringPool {
+    static constexpr std::size_t kCount = 8;
+    std::minstd_rand random;
+    String texts[kCount];
+    std::string models[kCount];
+
+    void step() {
+        const std::size_t to = random() % kCount, from = random() % kCount;
+        String& text = texts[to];
+        std::string& model = models[to];
+        const std::string source = models[from];
+        const std::size_t at = random() % (source.size() + 2), size = random() % 40;
+        const std::size_t inside = std::min(at, source.size());
+        switch (random() % 9) {
+        case 0: text = texts[from], model = source; break;
+        case 1: text = texts[from].cut(at, size), model = source.substr(inside, size); break;
+        case 2: text = texts[from].cut(at), model = source.substr(inside); break;
+        case 3: text += texts[from], model += source; break;
+        case 4: text.append(letters(size)), model += letters(size); break;
+        case 5: text.removeFront(size), model.erase(0, size); break;
+        case 6: text.reserve(size * 20), text = String(std::move(text)); break;
+        case 7:
+            text = String::build(size, [&](char* target) { letters(size).copy(target, size); });
+            model = letters(size);
+            break;
+        default:
+            text.replaceBytes(model.size() / 2, letters(model.size() - model.size() / 2, 'A'));
+            model.replace(model.size() / 2, std::string::npos, letters(model.size() - model.size() / 2, 'A'));
+            text.compact();
+        }
+        if (model.size() > 3000)
+            text = String(), model.clear();
+    }
+};
+
+TEST(String, AgreesWithPlainCopiesUnderRandomUse) {
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        StringPool pool{std::minstd_rand(seed), {}, {}};
+        for (int i = 0; i < 1000; ++i) {
+            pool.step();
+            for (std::size_t at = 0; at < StringPool::kCount; ++at)
+                ASSERT_EQ(pool.texts[at].view(), pool.models[at]) << seed << " " << i;
+        }
+    }
+}
+
+TEST(StringFunctions, CutBytes) {
+    const String text = "abcdef";
+    expectRows({Row{LeftB(text, 2), "ab"}, Row{LeftB(text, 9), "abcdef"}, Row{LeftB(text, -1), ""},
+                Row{RightB(text, 2), "ef"}, Row{RightB(text, 9), "abcdef"}, Row{RightB(text, -1), ""},
+                Row{MidB(text, 1), "abcdef"}, Row{MidB(text, 6), "f"}, Row{MidB(text, 7), ""},
+                Row{MidB(text, 0), "abcdef"}, Row{MidB(text, INT64_MAX), ""},
+                Row{MidB(text, INT64_MIN, INT64_MAX), "abcdef"}, Row{MidB(text, 3, 2), "cd"},
+                Row{MidB(text, 3, -2), ""}, Row{ChrB(256 + 65), "A"}, Row{ChrB(-1), "\xFF"}});
+    EXPECT_EQ(AscB(""), 0);
+    EXPECT_EQ(AscB("\xFFz"), 255);
+    EXPECT_EQ(ChrB(65).encoding(), TextEncoding::none);
+    EXPECT_EQ(MidB(text, 9).encoding(), TextEncoding::utf8);
+}
+
+TEST(StringFunctions, CutCharactersByTheEncoding) {
+    const String wide = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80z"; // of 1, 2, 3, 4 and 1 bytes
+    EXPECT_EQ(Len(wide), 5);
+    EXPECT_EQ(Len(DefineEncoding(wide, Encodings::ISOLatin1)), 11);
+    expectRows({Row{Left(wide, 2), "a\xC3\xA4"}, Row{Left(wide, 99), wide}, Row{Left(wide, -1), ""},
+                Row{Right(wide, 2), "\xF0\x9F\x98\x80z"}, Row{Right(wide, 99), wide},
+                Row{Right(wide, INT64_MIN), ""}, Row{Mid(wide, 3, 1), "\xE2\x82\xAC"},
+                Row{Mid(wide, 4), "\xF0\x9F\x98\x80z"}, Row{Mid(wide, 6), ""},
+                Row{Left(DefineEncoding(wide, TextEncoding::none), 2), "a\xC3"}});
+    using Broken = std::pair<const char*, Integer>; // counts byte by byte where it is broken
+    for (const auto& [text, length] :
+         {Broken("\x80\x80", 2), Broken("\xC3", 1), Broken("\xC3z", 2), Broken("\xE2\x82", 2),
+          Broken("\xE2\x82z", 3), Broken("\xF0\x9F\x98", 3), Broken("\xC0\x80", 2),
+          Broken("\xF5\x80\x80\x80", 4), Broken("\xC3\xC3\xA4", 2)}) {
+        EXPECT_EQ(Len(text), length) << testing::PrintToString(text);
+        EXPECT_EQ((Left(text, 1) + Mid(text, 2)).view(), text);
+        EXPECT_EQ((Left(text, length - 1) + Right(text, 1)).view(), text);
+    }
+}
+
+TEST(StringFunctions, MakeCharactersAndConvertThem) {
+    const String wide = "\xC3\xA4\xE2\x82\xAC.";
+    expectRows({Row{Chr(13), "\r"}, Row{Chr(0x80), "\xC2\x80"}, Row{Chr(0x7FF), "\xDF\xBF"},
+                Row{Chr(0x800), "\xE0\xA0\x80"}, Row{Chr(0xFFFF), "\xEF\xBF\xBF"},
+                Row{Chr(0x10000), "\xF0\x90\x80\x80"}, Row{Chr(0x10FFFF), "\xF4\x8F\xBF\xBF"},
+                Row{Chr(0x110000), ""}, Row{Chr(0xD800), ""}, Row{Chr(-1), ""},
+                Row{ConvertEncoding(wide, Encodings::ISOLatin1), "\xE4?."},
+                Row{ConvertEncoding(wide, Encodings::ASCII), "??."},
+                Row{ConvertEncoding("\xC3.", Encodings::ISOLatin1), "?."},
+                Row{ConvertEncoding(wide, TextEncoding::none), wide},
+                Row{ConvertEncoding(String("\xE4."sv), Encodings::UTF8), "\xC3\xA4."}});
+    EXPECT_EQ(Encoding(ConvertEncoding(wide, Encodings::ASCII)), Encodings::ASCII);
+}
+
+TEST(StringFunctions, TrimSplitAndReplace) {
+    expectRows({Row{Trim("\t\r\n\f\v a b \r\n"), "a b"}, Row{Trim(" \n "), ""},
+                Row{Trim(String("\0 x"sv)), "\0 x"sv}, Row{NthField("a;b;;c", ";", 2), "b"},
+                Row{NthField("a;b;;c", ";", 3), ""}, Row{NthField("a;b;;c", ";", 4), "c"},
+                Row{NthField("a;b", ";", 3), ""}, Row{NthField("a;b", ";", 0), ""},
+                Row{NthField("1XXtwoxx3", "xX", 3), "3"}, Row{NthField("abc", "", 1), "abc"},
+                Row{Join(Split("a,b,,c,", ","), "-"), "a-b--c-"}, Row{Join({}, ","), ""},
+                Row{ReplaceAll("aXbxc", "X", "--"), "a--b--c"}, Row{ReplaceAll("aaa", "aa", "a"), "aa"},
+                Row{ReplaceAll("abc", "", "x"), "abc"}, Row{ReplaceAll("abc", "ABC", ""), ""}});
+    const std::vector<Integer> counts{CountFields("", "."), CountFields("a", "."), CountFields("a.", ".")};
+    EXPECT_EQ(counts, (std::vector<Integer>{0, 1, 2}));
+}
+
+TEST(StringFunctions, FindPositions) {
+    const String wide = "\xC3\xA4\xC3\xB6"
+                        "Ab";
+    const std::vector<Integer> found{InStr(1, wide, "aB"),  InStr(4, wide, "A"),   InStr(1, wide, "\xC3\xB6"),
+                                     InStr(0, "xx", "X"),   InStr(2, "xx", "X"),   InStr(9, "xx", "x"),
+                                     InStr(1, "", "x"),     InStr(1, "ab", "abc"), InStrB(1, wide, "Ab"),
+                                     InStrB(1, wide, "ab"), InStrB(6, wide, "b"),  InStrB(9, wide, "b")};
+    EXPECT_EQ(found, (std::vector<Integer>{3, 0, 2, 1, 2, 0, 0, 0, 5, 0, 6, 0}));
+}
+
+TEST(StringFunctions, CompareWithoutCaseAndHashAlike) {
+    using Case = std::tuple<std::string_view, std::string_view, bool>;
+    for (const auto& [left, right, same] :
+         {Case("q", "Q", true), Case("Kbdb", "kBDB", true), Case("", "", true), Case("a", "", false),
+          Case("[", "{", false), Case("@", "`", false), Case("\xC4", "\xE4", false),
+          Case("a\0b"sv, "A\0B"sv, true), Case("a\0b"sv, "a\0c"sv, false)})
+        EXPECT_EQ(String(left) == String(right), same) << left << " " << right;
+    for (std::size_t size = 0; size < 40; ++size) {
+        EXPECT_EQ(hashIgnoringCase(letters(size)), hashIgnoringCase(letters(size, 'A'))) << size;
+        EXPECT_NE(hashIgnoringCase(letters(size)), hashIgnoringCase(letters(size) + '\0')) << size;
+    }
+}
+
+TEST(Base64, GoesBothWays) {
+    expectRows({Row{EncodeBase64("f", 0), "Zg=="}, Row{EncodeBase64("fo", 0), "Zm8="},
+                Row{EncodeBase64("foobar", 0), "Zm9vYmFy"}, Row{EncodeBase64("foobar", 4), "Zm9v\r\nYmFy"},
+                Row{EncodeBase64(String("\xFB\xFF\xBF"sv), 76), "+/+/"}, Row{DecodeBase64("Zg"), "f"},
+                Row{DecodeBase64(" Z m\r\n9\tv!YmFy"), "foobar"}, Row{DecodeBase64("Zg==Zg=="), "f"},
+                Row{DecodeBase64("="), ""}, Row{DecodeBase64("Z"), ""}});
+    std::string all;
+    for (int i = 0; i < 600; ++i) {
+        EXPECT_EQ(DecodeBase64(EncodeBase64(String(all), i % 80)).view(), all);
+        all += static_cast<char>(i * 7);
+    }
+    EXPECT_EQ(Encoding(DecodeBase64("Zg", Encodings::UTF8)), Encodings::UTF8);
+}
+
+} // namespace
+} // namespace hearthix
