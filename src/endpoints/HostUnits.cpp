@@ -40,7 +40,7 @@ void cMSEndpoint::CreateHearthixUnitForNode() {
 }
 
 bool cMSEndpoint::getBatteryLevelFromNode() {
-    const Ref<cMSEndpoint> node = find(Globals::formatHexOfLowByte(nodeID) + "FF");
+    const Ref<cMSEndpoint> node = find(mySensors::nodeAddressOf(nodeID));
     if (node.isNil())
         return false;
     batteryLevel = node->batteryLevel;

@@ -26,8 +26,8 @@ Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
 }
 
 cMSEndpoint::cMSEndpoint(Integer node, Integer child)
-    : RootIndexString(Globals::formatHexOfLowByte(node) + Globals::formatHexOfLowByte(child)),
-      subUnits(Ref<Dictionary>::make()), nodeID(node), childID(child) {
+    : RootIndexString(mySensors::rootAddressOf(node, child)), subUnits(Ref<Dictionary>::make()), nodeID(node),
+      childID(child) {
 }
 
 void cMSEndpoint::enter() {
@@ -40,7 +40,7 @@ void cMSEndpoint::enter() {
     }
     HearthixSupport::WriteLog(String("creating child object at Address: ") + RootIndexString);
     mySensors::AddressIndex->SetValue(RootIndexString, self);
-    const Variant& node = mySensors::AddressIndex->Value(Globals::formatHexOfLowByte(nodeID) + "FF");
+    const Variant& node = mySensors::AddressIndex->Value(mySensors::nodeAddressOf(nodeID));
     node.objectAs<cMSEndpoint>()->subUnits->SetValue(RootIndexString, self);
 }
 

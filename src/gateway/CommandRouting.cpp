@@ -1,9 +1,9 @@
 // From a command of the host to the endpoint that its address names.
 #include "gateway/cMySensors.hpp"
+#include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
 #include "shell/Logging.hpp"
 
 namespace hearthix {
@@ -18,7 +18,7 @@ Ref<cMSEndpoint> createFromAddress(const String& root, const String& suffix) {
     const Integer variableType = mySensors::SuffixToVarType(suffix);
     const Integer node = ValInteger(String("&h") + Left(root, 2));
     const Integer child = ValInteger(String("&h") + Right(root, 2));
-    if (cMSEndpoint::find(Globals::formatHexOfLowByte(node) + "FF").isNil())
+    if (cMSEndpoint::find(mySensors::nodeAddressOf(node)).isNil())
         cMSEndpoint::create(node, mySensors::kNodeLevelChild, -1);
     return cMSEndpoint::create(node, child, variableType);
 }

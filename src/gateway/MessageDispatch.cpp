@@ -89,7 +89,7 @@ void cMySensors::handleSet(const cMSCommand& command) {
     // Held here: a host command that runs in a log line may put another endpoint into the index.
     Ref<cMSEndpoint> endpoint = cMSEndpoint::find(command.rootAddress);
     if (endpoint.isNil()) {
-        if (cMSEndpoint::find(Globals::formatHexOfLowByte(command.nodeID) + "FF").isNil())
+        if (cMSEndpoint::find(mySensors::nodeAddressOf(command.nodeID)).isNil())
             cMSEndpoint::create(command.nodeID, mySensors::kNodeLevelChild, kNoDeviceType);
         endpoint = cMSEndpoint::create(command.nodeID, command.childID, command.SubType);
     }

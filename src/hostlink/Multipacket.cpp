@@ -77,19 +77,18 @@ Array<String> cHearthixCommand::GetKeys() const {
 String cHearthixCommand::GetRawMultipacket() {
     if (MultiDict.isNil())
         return GetRawCommand();
-    const Integer count = MultiDict->Count();
     std::size_t size = kHeaderSize;
-    for (Integer i = 0; i < count; ++i)
-        size += static_cast<std::size_t>(kKeySize) + kNumberSize + MultiDict->ValueAt(i).asString().size();
+    for (const auto& entry : MultiDict->entries())
+        size += static_cast<std::size_t>(kKeySize) + kNumberSize + entry.value.asString().size();
 
     return String::build(size, [&](char* target) {
         PacketWriter packet(target);
         packet.put("J");
         packet.putNumber(size);
         packet.putByte(kLittleEndianFlag);
-        for (Integer i = 0; i < count; ++i) {
-            const String& value = MultiDict->ValueAt(i).asString();
-            packet.putKey(MultiDict->Key(i).asString());
+        for (const auto& entry : MultiDict->entries()) {
+            const String& value = entry.value.asString();
+            packet.putKey(entry.key.asString());
             packet.putNumber(value.size());
             packet.put(value.view());
         }

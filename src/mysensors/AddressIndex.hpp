@@ -9,4 +9,9 @@ namespace hearthix::mySensors {
 // Nil until start-up; nothing is ever removed from it.
 extern Ref<Dictionary> AddressIndex;
 
+// The root address of a child, from the low byte of either number.
+String rootAddressOf(Integer node, Integer child);
+// The root address of the node as a whole.
+String nodeAddressOf(Integer node);
+
 } // namespace hearthix::mySensors

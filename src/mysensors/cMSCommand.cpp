@@ -1,5 +1,6 @@
 #include "mysensors/cMSCommand.hpp"
 
+#include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
@@ -49,7 +50,7 @@ bool cMSCommand::parseCommand(const String& line) {
     PayLoad = line.cut(static_cast<std::size_t>(fields[5].data() - line.data()), fields[5].size());
     if (Globals::DebugMode)
         logFields();
-    rootAddress = Globals::formatHexOfLowByte(nodeID) + Globals::formatHexOfLowByte(childID);
+    rootAddress = mySensors::rootAddressOf(nodeID, childID);
     if (messageType == mySensors::kSet)
         HearthixAddressWithSubtype = concat(rootAddress, ".", mySensors::varTypeToSuffix(SubType));
     return true;

@@ -36,16 +36,19 @@ public:
     const Variant& ValueAt(Integer index) const;
     Array<Variant> Keys() const;
 
+    struct Entry {
+        Variant key;
+        Variant value;
+    };
+    // All entries in order; for walks that change nothing.
+    const std::vector<Entry>& entries() const noexcept { return entries_; }
+
     // The value under a key, or null. The one-step form of HasKey and Value.
     const Variant* find(const Variant& key) const;
     const Variant* find(std::string_view key) const;
     const Variant* find(Integer key) const;
 
 private:
-    struct Entry {
-        Variant key;
-        Variant value;
-    };
     struct Slot {
         std::uint32_t hash;
         std::uint32_t entry; // number of the entry plus one; 0 for a free slot

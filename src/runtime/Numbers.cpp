@@ -161,7 +161,13 @@ std::uint64_t toUnsigned(double value) {
 }
 
 Integer ValInteger(std::string_view text) {
-    return toInteger(Val(text));
+    // Nearly all numbers on the wire are a few plain digits.
+    constexpr std::size_t kPlainDigits = 15;
+    Integer value = 0;
+    std::size_t at = 0;
+    while (at < text.size() && at < kPlainDigits && isDigit(text[at]))
+        value = value * 10 + (text[at++] - '0');
+    return at > 0 && at == text.size() ? value : toInteger(Val(text));
 }
 
 namespace {

@@ -24,22 +24,11 @@ struct String::Block {
     }
 };
 
-String::String(std::string_view bytes, TextEncoding encoding) {
-    if (bytes.size() <= kSmallCapacity) {
-        setSmall(bytes, encoding);
-        return;
-    }
+void String::copyIntoBlock(std::string_view bytes, TextEncoding encoding) {
     Block* block = Block::create(bytes.size());
     std::memcpy(block->bytes(), bytes.data(), bytes.size());
     block->used = bytes.size();
     setLarge(block, block->bytes(), bytes.size(), encoding);
-}
-
-void String::setSmall(std::string_view bytes, TextEncoding encoding) noexcept {
-    clear();
-    if (!bytes.empty())
-        std::memcpy(raw_ + kSmallOffset, bytes.data(), bytes.size());
-    setMeta(encodingBits(encoding) | static_cast<unsigned>(bytes.size()));
 }
 
 void String::setLarge(Block* block, const char* begin, std::size_t size, TextEncoding encoding) noexcept {
@@ -75,13 +64,7 @@ void String::setEncoding(TextEncoding encoding) noexcept {
     setMeta((meta() & ~kEncodingMask) | encodingBits(encoding));
 }
 
-String String::cut(std::size_t offset, std::size_t count) const {
-    const std::string_view bytes = view();
-    if (offset >= bytes.size())
-        return String(std::string_view(), encoding());
-    const std::string_view part = bytes.substr(offset, count);
-    if (part.size() <= kSmallCapacity)
-        return String(part, encoding());
+String String::shareCut(std::string_view part) const {
     String result;
     retainBlock();
     result.setLarge(block(), part.data(), part.size(), encoding());
@@ -184,9 +167,30 @@ void String::compact() {
 }
 
 String operator+(const String& left, const String& right) {
-    String result = left;
-    result += right;
-    return result;
+    return concat(left, right);
+}
+
+String joinParts(std::span<const TextPart> parts) {
+    std::size_t size = 0;
+    TextEncoding encoding = TextEncoding::none;
+    for (const TextPart& part : parts) {
+        if (part.bytes.empty())
+            continue;
+        if (size == 0)
+            encoding = part.encoding;
+        else if (encoding != part.encoding)
+            encoding = TextEncoding::none;
+        size += part.bytes.size();
+    }
+    String joined = String::build(size, [&](char* target) {
+        for (const TextPart& part : parts) {
+            if (!part.bytes.empty())
+                std::memcpy(target, part.bytes.data(), part.bytes.size());
+            target += part.bytes.size();
+        }
+    });
+    joined.setEncoding(encoding);
+    return joined;
 }
 
 bool operator==(const String& left, const String& right) noexcept {

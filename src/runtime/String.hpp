@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 namespace hearthix {
@@ -25,7 +26,12 @@ public:
     String() noexcept { clear(); }
     // Program text: tagged as UTF-8.
     String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
-    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none);
+    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none) {
+        if (bytes.size() <= kSmallCapacity)
+            setSmall(bytes, encoding);
+        else
+            copyIntoBlock(bytes, encoding);
+    }
     String(const String& other) noexcept { shareFrom(other); }
     String(String&& other) noexcept { takeFrom(other); }
     ~String() { drop(); }
@@ -63,7 +69,12 @@ public:
     void setEncoding(TextEncoding encoding) noexcept;
 
     // The bytes from offset on, at most count of them; a range past the end yields what is there.
-    String cut(std::size_t offset, std::size_t count = SIZE_MAX) const;
+    String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
+        const std::string_view bytes = view();
+        const std::string_view part =
+            offset < bytes.size() ? bytes.substr(offset, count) : std::string_view();
+        return part.size() <= kSmallCapacity ? String(part, encoding()) : shareCut(part);
+    }
     // Takes the first bytes away, in place; at most all of them.
     void removeFront(std::size_t count) noexcept;
     // A new text of so many bytes, filled in by fill(char* bytes), which must set every one of them.
@@ -136,7 +147,29 @@ private:
         setField(0, (std::uint64_t{size} << kSizeShift) | (std::uint64_t{meta()} << kMetaShift));
     }
     void clear() noexcept { std::memset(raw_, 0, sizeof raw_); }
-    void setSmall(std::string_view bytes, TextEncoding encoding) noexcept;
+    void setSmall(std::string_view bytes, TextEncoding encoding) noexcept {
+        clear();
+        copySmall(raw_ + kSmallOffset, bytes.data(), bytes.size());
+        setMeta(encodingBits(encoding) | static_cast<unsigned>(bytes.size()));
+    }
+    // Up to kSmallCapacity bytes, without a call: from both ends, in words that may overlap.
+    static void copySmall(unsigned char* target, const char* source, std::size_t size) noexcept {
+        if (size >= 8) {
+            if (size > 16)
+                std::memcpy(target + 8, source + 8, 8);
+            std::memcpy(target, source, 8);
+            std::memcpy(target + size - 8, source + size - 8, 8);
+        } else if (size >= 4) {
+            std::memcpy(target, source, 4);
+            std::memcpy(target + size - 4, source + size - 4, 4);
+        } else if (size > 0) {
+            target[0] = static_cast<unsigned char>(source[0]);
+            target[size / 2] = static_cast<unsigned char>(source[size / 2]);
+            target[size - 1] = static_cast<unsigned char>(source[size - 1]);
+        }
+    }
+    void copyIntoBlock(std::string_view bytes, TextEncoding encoding);
+    String shareCut(std::string_view part) const;
     void setLarge(Block* block, const char* begin, std::size_t size, TextEncoding encoding) noexcept;
     // Word by word: a wider load would have to wait for the single words to be written.
     void copyRaw(const String& other) noexcept {
@@ -166,12 +199,22 @@ private:
     alignas(std::uint64_t) unsigned char raw_[kRawSize];
 };
 
-// Operands of a long concatenation, each a String or program text.
+// One operand of a concatenation: a string or program text, borrowed.
+struct TextPart {
+    TextPart(const String& text) : bytes(text.view()), encoding(text.encoding()) {}
+    TextPart(const char* text) : bytes(text), encoding(TextEncoding::utf8) {}
+
+    std::string_view bytes;
+    TextEncoding encoding;
+};
+
+String joinParts(std::span<const TextPart> parts);
+
+// The concatenation of any number of operands in one go; tags as with operator+=.
 template <class... Parts>
-String concat(const String& first, const Parts&... rest) {
-    String result = first;
-    ((result += rest), ...);
-    return result;
+String concat(const Parts&... parts) {
+    const TextPart all[] = {TextPart(parts)...};
+    return joinParts(all);
 }
 
 } // namespace hearthix

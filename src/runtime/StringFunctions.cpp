@@ -242,7 +242,12 @@ String ReplaceAll(const String& text, const String& old, const String& replaceme
 bool RuntimeStringCompare(std::string_view left, std::string_view right) noexcept {
     if (left.size() != right.size())
         return false;
-    if (left.empty() || std::memcmp(left.data(), right.data(), left.size()) == 0)
+    if (left.empty())
+        return true;
+    // Most texts that differ do so in their first letter.
+    if (lowered(left[0]) != lowered(right[0]))
+        return false;
+    if (std::memcmp(left.data(), right.data(), left.size()) == 0)
         return true;
     return std::equal(left.begin(), left.end(), right.begin(),
                       [](char a, char b) { return lowered(a) == lowered(b); });

@@ -49,7 +49,12 @@ public:
     template <class T>
     T* objectAs() const noexcept {
         const Ref<Object>* held = std::get_if<Ref<Object>>(&value_);
-        return held ? dynamic_cast<T*>(held->get()) : nullptr;
+        Object* object = held ? held->get() : nullptr;
+        // Nearly always the very class that is asked for, which a plain comparison tells.
+        if constexpr (requires { static_cast<T*>(object); })
+            if (object != nullptr && typeid(*object) == typeid(T))
+                return static_cast<T*>(object);
+        return dynamic_cast<T*>(object);
     }
 
     // Strings ignore case; values of different types are different.
