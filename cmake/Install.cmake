@@ -1,2 +1,23 @@
 include(GNUInstallDirs)
 install(TARGETS hearthix-mysensors RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES docs/man/hearthix-mysensors.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES README.md CHANGELOG.md SECURITY.md docs/host-link.md docs/kbdb.md docs/reliability.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# The Debian package. The libraries it needs are looked up in the binaries, or named where they can't be run.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VENDOR "hearthix-mysensors")
+set(CPACK_PACKAGE_CONTACT "hearthix-mysensors maintainers <maintainers@hearthix-mysensors.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS socat)
+if(CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${HEARTHIX_DEBIAN_ARCHITECTURE})
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12)")
+else()
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+endif()
+include(CPack)
