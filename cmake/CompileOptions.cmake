@@ -1,5 +1,7 @@
 # What every target is built with: warnings as errors, hardening in release, sanitizers on request.
 add_library(hearthix_options INTERFACE)
+# Files past 2 GiB and times past 2038, also on 32-bit machines.
+target_compile_definitions(hearthix_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_options(hearthix_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
   -fno-omit-frame-pointer)

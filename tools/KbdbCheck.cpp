@@ -98,7 +98,7 @@ private:
         if (length > left())
             return fail(start, std::string("the length of ") + what + " is " + std::to_string(length) +
                                    ", but only " + counted(left(), "byte is", "bytes are") + " left");
-        at_ += length;
+        at_ += static_cast<std::size_t>(length);
         return true;
     }
 
