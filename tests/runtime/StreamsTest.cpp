@@ -161,9 +161,9 @@ TEST_F(StreamTest, FoldersNameTheirFiles) {
          Row{GetFolderItem("/a/./b/../c/", 0)->ShellPath(), "/a/c"},
          Row{GetFolderItem("here", 0)->Parent()->ShellPath(), std::filesystem::current_path().native()}});
     EXPECT_TRUE(GetFolderItem("/", 0)->Parent().isNil());
-    item->Delete(); // nothing there, and no fault
     file("name.kbdb", "x");
     EXPECT_TRUE(item->Exists());
+    item->Delete();
     item->Delete();
     EXPECT_FALSE(item->Exists());
 }

@@ -1,0 +1,252 @@
+#include "hostlink/cHearthixCommand.hpp"
+#include "hostlink/PacketHooks.hpp"
+#include "runtime/Exceptions.hpp"
+#include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
+#include "shell/Globals.hpp"
+#include "tests/runtime/Rows.hpp"
+
+#include <functional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace hearthix {
+namespace {
+
+using Command = cHearthixCommand;
+
+String fromHex(const char* digits) {
+    String bytes;
+    for (const String& each : Split(digits, " "))
+        bytes += ChrB(ValInteger(String("&h") + each));
+    return bytes;
+}
+
+TEST(Command, MapsHouseAndUnitCodes) {
+    Command command;
+    expectRows({Row{command.GetHouseCode(), "A"}, Row{command.GetUnitCode(), "1"}});
+    for (Integer i = 0; i < 16; ++i) {
+        for (const Integer first : {'A', 'a'}) {
+            command.SetHouseCode(Chr(first + i));
+            command.SetUnitCode(i + 1);
+            expectRows({Row{command.Address1, Hex(i)}, Row{command.GetHouseCode(), Chr('A' + i)},
+                        Row{command.Address2, Hex(i)}, Row{command.GetUnitCode(), Str(i + 1)}});
+        }
+    }
+    for (const char* unknown : {"Q", "", "AB", "@"})
+        command.SetHouseCode(unknown);
+    EXPECT_EQ(command.Address1.view(), "F");
+    command.SetUnitCode(17);
+    command.Address1 = "10";
+    expectRows(
+        {Row{command.Address2, "10"}, Row{command.GetUnitCode(), "17"}, Row{command.GetHouseCode(), "Q"}});
+    command.Address1 = command.Address2 = "junk";
+    expectRows({Row{command.GetHouseCode(), "A"}, Row{command.GetUnitCode(), "1"}});
+    command.Address1 = "FFFFFFFFFFFFFFFFFFFF";
+    EXPECT_EQ(command.GetHouseCode().view(), "");
+}
+
+TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
+    constexpr bool Command::*kProperties[] = {
+        &Command::fDoTransmit, &Command::fCCM,         &Command::fAddressOnly, &Command::fCommandOnly,
+        &Command::fWireless,   &Command::fPassThrough, &Command::fStacked};
+    const char* const kBits[] = {"128", "&h40", "32", " 16", "&b1000", "4x", "2", "1"};
+    for (std::size_t i = 0; i < 8; ++i) {
+        Command command;
+        command.SetFlag(kBits[i]);
+        EXPECT_EQ(command.Flags, 128 >> i);
+        for (std::size_t property = 0; property < 7; ++property)
+            EXPECT_EQ(command.*kProperties[property], property == i) << i << " " << property;
+        command.SetFlag(kBits[i]);
+        EXPECT_EQ(command.Flags, 0);
+        EXPECT_TRUE(i == 7 || command.*kProperties[i]);
+    }
+}
+
+TEST(CommonMessage, IsWrittenByteForByte) {
+    struct Case {
+        const char* command;
+        std::function<void(Command&)> fill;
+        const char* bytes;
+    };
+    for (const Case& c :
+         {Case{"2", [](Command& c) { c.SetHouseCode("B"), c.SetUnitCode(3); },
+               "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
+          Case{"2", [](Command&) {}, "58 10 61 40 4C 58 00 30 32 80 00 00 00 20 20 0D"},
+          Case{"2", [](Command& c) { c.SetHouseCode("B"); },
+               "58 10 61 40 4C 58 00 30 32 80 00 00 00 20 20 0D"},
+          Case{"2", [](Command& c) { c.SetUnitCode(3); }, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
+          Case{"4",
+               [](Command& c) {
+                   c.SetHouseCode("A"), c.SetUnitCode(1), c.SetLevel(76), c.SetParam1(1), c.SetParam2(255);
+               },
+               "58 10 61 40 4C 58 00 30 34 30 30 4C 01 FF 20 0D"},
+          Case{"q",
+               [](Command& c) {
+                   c.Header = "Y", c.SetTransactionID(200), c.SetFlag("64"), c.Code = "1", c.Version = "b";
+               },
+               "59 10 62 C8 4C 58 40 31 71 80 00 00 00 20 20 0D"},
+          Case{"Z", [](Command& c) { c.DoubleMeasurement = 1.5; },
+               "58 13 61 40 4C 58 00 30 5A 80 00 00 00 00 00 00 F8 3F 0D"},
+          Case{"A", [](Command& c) { c.SetUnitCode(2), c.SetLevel(5), c.analog0 = "a", c.analog3 = "bc"; },
+               "58 10 61 40 4C 58 00 30 41 80 31 05 61 62 63 0D"},
+          Case{"X", [](Command& c) { c.SetRawData("0123456789"); },
+               "58 15 61 40 4C 58 00 30 58 0A 30 31 32 33 34 35 36 37 38 39 0D"},
+          Case{"X", [](Command& c) { c.SetRawData("hi"); },
+               "58 10 61 40 4C 58 00 30 58 02 68 69 20 20 20 0D"},
+          Case{"", [](Command&) {}, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D"}}) {
+        Command command;
+        command.SetCommand(c.command);
+        c.fill(command);
+        const String packet = command.GetRawCommand();
+        EXPECT_EQ(Trim(Globals::Hexify(packet)).view(), c.bytes);
+        EXPECT_EQ(command.GetRawMultipacket().view(),
+                  packet.view()); // no entries, and defaults change nothing again
+        EXPECT_EQ(command.PacketLength, LenB(packet));
+        EXPECT_EQ(packet.encoding(), TextEncoding::none);
+    }
+}
+
+TEST(CommonMessage, IsReadByPosition) {
+    Command command;
+    EXPECT_TRUE(command.InitFromCommonMessage(fromHex("59 10 62 C8 4C 41 C2 33 34 35 36 4B 07 FF 20 0D")));
+    expectRows({Row{command.Header, "Y"}, Row{command.Version, "b"}, Row{command.InterfaceType, "L"},
+                Row{command.UnitClass, "A"}, Row{command.Code, "3"}, Row{command.Command, "4"},
+                Row{command.Address1, "5"}, Row{command.Address2, "6"}});
+    EXPECT_EQ((std::vector{command.PacketLength, command.TransactionID, command.Flags, command.level,
+                           command.param1, command.param2}),
+              (std::vector<Integer>{16, 200, 0xC2, 75, 7, 255}));
+    EXPECT_TRUE(command.fDoTransmit && command.fCCM && command.fStacked && !command.fWireless &&
+                !command.LowBattery);
+    EXPECT_TRUE(
+        command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30 34 30 30 4C"))); // cut, and level 76
+    EXPECT_EQ((std::vector{command.level, command.param1, command.param2}), (std::vector<Integer>{0, 0, 0}));
+    EXPECT_TRUE(command.fDoTransmit); // what was true stays true
+    EXPECT_TRUE(command.InitFromCommonMessage("X"));
+    expectRows({Row{command.RawCommonCommand, "X"}, Row{command.Version, ""}, Row{command.Command, ""}});
+}
+
+TEST(CommonMessage, FoldsTheCodesOfLowBatteries) {
+    using Case = std::tuple<Integer, Integer, bool>;
+    for (const auto& [received, stored, low] :
+         {Case(5, 4, true), Case(85, 84, true), Case(1, 0, true), Case(81, 80, true), Case(84, 84, false),
+          Case(0, 0, false), Case(49, 49, false)}) {
+        Command command;
+        EXPECT_TRUE(command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30") + ChrB(received)));
+        EXPECT_EQ(AscB(command.Command), stored);
+        EXPECT_EQ(command.LowBattery, low) << received;
+    }
+}
+
+TEST(CommonMessage, ReadsEachTypeInItsOwnWay) {
+    HearthixSupport::gSignalStrength = 7;
+    Command plain, measured, wireless, log, text, error;
+    EXPECT_TRUE(plain.InitFromCommonMessage(fromHex("4E 10 61 40 4C 58 00 30 34 30 30 00 31 41 32 C8")));
+    EXPECT_EQ(plain.rawAnalog16 + HearthixSupport::gSignalStrength, 7);
+    EXPECT_TRUE(measured.InitFromCommonMessage(fromHex("4D 10 61 40 4C 58 00 30 34 30 30 00 31 41 32 62")));
+    EXPECT_EQ(measured.rawAnalog16, 0x1A2B);
+    EXPECT_EQ(measured.param1, '1');
+    EXPECT_TRUE(wireless.InitFromCommonMessage(fromHex("58 10 61 40 50 58 08 30 34 30 30 00 00 00 20 C8")));
+    EXPECT_EQ(HearthixSupport::gSignalStrength, 200);
+    EXPECT_TRUE(log.InitFromCommonMessage(fromHex("4C 08 02 68 65 6C 6C 6F")));
+    EXPECT_TRUE(text.InitFromCommonMessage(fromHex("4C 07 68 65 6C 6C 6F")));
+    EXPECT_EQ((std::vector{log.LogData, log.PacketLength, text.LogData}), (std::vector<Integer>{2, 8, 4}));
+    EXPECT_FALSE(error.InitFromCommonMessage(fromHex("45 10 61 40 4C 58 00 39 34 30")));
+    expectRows({Row{log.LogMessage, "hello"}, Row{text.LogMessage, "hello"}, Row{error.Code, "9"},
+                Row{error.Command, ""}});
+    EXPECT_EQ(error.PacketLength, 0);
+    for (const char* other : {"A\x10"
+                              "a@LX",
+                              "J\x10"
+                              "a@LX",
+                              "Q", ""}) {
+        Command refused;
+        EXPECT_FALSE(refused.InitFromCommonMessage(other));
+        expectRows({Row{refused.Header, LeftB(other, 1)}, Row{refused.RawCommonCommand, other},
+                    Row{refused.Version, ""}});
+    }
+}
+
+TEST(CommonMessage, CarriesRawDataThereAndBack) {
+    for (const std::size_t size : {1U, 10U, 230U}) {
+        const std::string data(size, '\xFE');
+        Command sent, received;
+        sent.SetCommand("X");
+        sent.SetRawData(String(data));
+        EXPECT_TRUE(received.InitFromCommonMessage(sent.GetRawCommand()));
+        EXPECT_EQ(received.GetSendRawData().view(), data);
+    }
+}
+
+TEST(Multipacket, IsWrittenByteForByte) {
+    Command request, edges;
+    request.SetMulti("mcmd", "getUnits");
+    EXPECT_EQ(Globals::Hexify(request.GetRawCommand()).view(),
+              " 4A 12 00 80 6D 63 6D 64 08 00 67 65 74 55 6E 69 74 73");
+    edges.SetMulti("ab", "1"); // stored as given, padded only on the wire, and looked up padded
+    edges.SetMulti("abcdef", "first");
+    edges.SetMulti("ABCDEF", "");
+    EXPECT_EQ(edges.GetRawCommand().view(), std::string_view("J\x11\0\x80  ab\x01\0"
+                                                             "1cdef\0\0",
+                                                             17));
+    EXPECT_EQ(edges.PacketLength, 0);
+    EXPECT_FALSE(edges.hasKey("ab"));
+    EXPECT_EQ(edges.GetMulti("ab").view(), "");
+    Command received;
+    EXPECT_TRUE(received.initFromMultiPacket(edges.GetRawCommand()));
+    EXPECT_EQ(received.GetMulti("AB").view(), "1");
+    EXPECT_TRUE(received.hasKey("CDEF"));
+    expectRows({Row{Join(edges.GetKeys(), "|"), "ab|abcdef"}, Row{Join(received.GetKeys(), "|"), "  ab|cdef"},
+                Row{MP::convertBoolToKey(true), "true"}, Row{MP::convertBoolToKey(false), "False"}});
+}
+
+TEST(Multipacket, CutsLengthsToSixteenBits) {
+    Command command;
+    command.SetMulti("DATA", String(std::string(70'000, 'x')));
+    const String packet = command.GetRawCommand();
+    EXPECT_EQ(packet.size(), 70'010U);
+    EXPECT_EQ(packet.view().substr(0, 11), std::string_view("J\x7A\x11\x80"
+                                                            "DATA\x70\x11x",
+                                                            11));
+}
+
+TEST(Multipacket, IsReadAsFarAsItGoes) {
+    using Case = std::tuple<std::string_view, const char*, const char*>; // keys, and the last one's value
+    for (const auto& [entries, keys, value] :
+         {Case({"J\x04\0\x80", 4}, "", ""), Case({"J", 1}, "", ""),
+          Case({"J\0\0\x81mcmd\x02\0ON", 12}, "mcmd", "ON"), Case({"J\0\0\0mcmd\0\x02ON", 12}, "mcmd", "ON"),
+          Case({"J\0\0\x80mcmd\xFF\xFFON", 12}, "mcmd", "ON"),
+          Case({"J\0\0\x80mcmd\x02\0ONad", 14}, "mcmd|ad", ""), Case({"J\0\0\x80mcmd\x02", 9}, "mcmd", ""),
+          Case({"J\0\0\x80mcmd\x01\0aMCMD\x01\0b", 18}, "mcmd", "b")}) {
+        Command command;
+        command.SetMulti("old ", "gone");
+        EXPECT_TRUE(command.initFromMultiPacket(String(entries)));
+        const Array<String> found = command.GetKeys();
+        EXPECT_EQ(Join(found, "|").view(), keys);
+        EXPECT_TRUE(command.isMultiPacket && !command.fCCM && command.Header.empty());
+        EXPECT_EQ(command.LittleEndian, command.MultiFlags >= 128);
+        EXPECT_EQ(command.RawCommonCommand.view(), entries);
+        if (LenB(keys) > 0 && LenB(found[found.Ubound()]) == 4) {
+            EXPECT_EQ(command.GetMulti(found[found.Ubound()]).view(), value);
+        }
+    }
+}
+
+TEST(Multipacket, IsAcknowledgedByItsNumber) {
+    Command fresh, command;
+    EXPECT_THROW(fresh.MakeAck(), NilObjectException);
+    EXPECT_THROW(fresh.GetMulti("mcmd"), NilObjectException);
+    EXPECT_THROW(fresh.hasKey("mcmd"), NilObjectException);
+    EXPECT_THROW(fresh.GetKeys(), NilObjectException);
+    command.SetMulti("mcmd", "ping");
+    EXPECT_EQ(command.MakeAck()->GetMulti("PkID").view(), "");
+    command.SetMulti("PkID", "4711");
+    const auto ack = command.MakeAck();
+    expectRows({Row{ack->GetMulti("mcmd"), "ACK"}, Row{ack->GetMulti("PkID"), "4711"},
+                Row{Str(ack->GetKeys().Ubound()), "1"}});
+    EXPECT_EQ(ack->GetRawCommand().view().substr(0, 4), std::string_view("J\x17\0\x80", 4));
+}
+
+} // namespace
+} // namespace hearthix

@@ -1,0 +1,125 @@
+#include "endpoints/cMSEndpoint.hpp"
+#include "gateway/cMySensors.hpp"
+#include "runtime/Clock.hpp"
+#include "shell/Logging.hpp"
+#include "tests/driver/Driver.hpp"
+
+#include <optional>
+#include <string>
+#include <tuple>
+
+#include <stdlib.h>
+#include <time.h>
+
+namespace hearthix {
+namespace {
+
+using mySensors::AddressIndex;
+
+class EndpointTest : public DriverTest {};
+
+TEST_F(EndpointTest, EntersItselfUnderItsLowBytes) {
+    const auto node = cMSEndpoint::create(300, 255, -1);
+    const auto child = cMSEndpoint::create(300, 10, 7);
+    EXPECT_EQ(sent(), (test::Packets{test::log("creating unit at node level for node: 2C"),
+                                     test::log("creating child object at Address: 2C0A")}));
+    EXPECT_EQ(cMSEndpoint::find("2cff"), node);
+    EXPECT_EQ(cMSEndpoint::find("2c0a"), child);
+    EXPECT_EQ(node->subUnits->Value("2C0A").objectAs<cMSEndpoint>(), child.get());
+    EXPECT_EQ((std::tuple{child->nodeID, child->childID, child->DeviceType, child->batteryLevel}),
+              (std::tuple(300, 10, 0, 0)));
+    child->subUnits->SetValue(0, "seen");
+    const auto second = cMSEndpoint::create(44, 10, 0); // shares the address, and takes the place
+    EXPECT_EQ(cMSEndpoint::find("2C0A"), second);
+    EXPECT_EQ(node->subUnits->Value("2C0A").objectAs<cMSEndpoint>(), second.get());
+    EXPECT_EQ(node->subUnits->Count() * 10 + second->subUnits->Count(), 10);
+    EXPECT_TRUE(cMSEndpoint::find("2C0B").isNil());
+}
+
+TEST_F(EndpointTest, StaysInTheIndexEvenWhenItsNodeIsMissing) {
+    EXPECT_THROW(cMSEndpoint::create(1, 2, 0), KeyNotFoundException);
+    const auto orphan = cMSEndpoint::find("0102");
+    ASSERT_TRUE(orphan);
+    orphan->batteryLevel = 7;
+    EXPECT_FALSE(orphan->getBatteryLevelFromNode());
+    EXPECT_EQ(orphan->batteryLevel, 7);
+    cMSEndpoint::create(1, 255, 0)->batteryLevel = 80;
+    EXPECT_TRUE(orphan->getBatteryLevelFromNode());
+    EXPECT_EQ(orphan->batteryLevel, 80);
+}
+
+TEST_F(EndpointTest, AsksForUnits) {
+    const auto node = cMSEndpoint::create(10, 255, -1), child = cMSEndpoint::create(10, 3, 0);
+    sent();
+    node->makeSensibleDevicesFromPresentation();
+    EXPECT_EQ(sent(), test::Packets());
+    node->DeviceName = "old";
+    node->CreateHearthixUnitForNode();
+    const std::string name = "mySensors node: 0A battery level";
+    EXPECT_EQ(sent(), (test::Packets{test::multi({{"mcmd", "NewU"},
+                                                  {"Sfix", "%"},
+                                                  {"Name", name},
+                                                  {"Type", "Register"},
+                                                  {"addr", "0AFF"},
+                                                  {"Dimm", "true"},
+                                                  {"RdNL", "true"},
+                                                  {"List", "My Sensors"}})}));
+    EXPECT_EQ(node->DeviceName.view(), name);
+    child->DeviceName = "Cellar";
+    child->CreateHearthixUnitForVariableType(2);
+    EXPECT_EQ(sent(), (test::Packets{test::multi({{"mcmd", "NewU"},
+                                                  {"addr", "0A03.STATUS"},
+                                                  {"Name", "Cellar STATUS"},
+                                                  {"Dimm", "False"},
+                                                  {"RdNL", "False"},
+                                                  {"List", "My Sensors"}})}));
+}
+
+// Messages that the dispatch never sends here.
+TEST_F(EndpointTest, IgnoresWhatIsNotMeantForIt) {
+    const auto node = cMSEndpoint::create(10, 255, -1), child = cMSEndpoint::create(10, 3, 0);
+    sent();
+    node->HandleReceivedMSCommand(cMSCommand("10;255;3;0;1;"));
+    EXPECT_EQ(sent(), (test::Packets{test::log(
+                          "node 0A recevied a node level internal message that wasn't a batteryLevel: ")}));
+    child->HandleReceivedMSCommand(cMSCommand("10;3;2;0;0;"));
+    child->SendOnlyBatteryLevel(55);
+    EXPECT_EQ(sent(), test::Packets());
+    EXPECT_EQ(child->batteryLevel, 55);
+}
+
+TEST_F(EndpointTest, TellsNodesTheSecondsOfTheLocalClock) {
+    setenv("TZ", "XYZ-2", 1);
+    tzset();
+    static clocks::Nanoseconds now;
+    clocks::replaceWallClock([] { return now; });
+    using Case = std::pair<Integer, std::uint32_t>; // UTC, and what a clock two hours ahead shows since 1970
+    for (const auto& [utc, seconds] :
+         {Case(-7200, 0), Case(-7199, 1), Case(86400 - 7200, 86400), Case(1709164799, 1709171999),
+          Case(1711843200, 1711850400), Case(-7201, 0xFFFFFFFF), Case(4294967296 - 7200, 0),
+          Case(4294967296 - 7199, 1)}) {
+        now = utc * 1'000'000'000;
+        EXPECT_EQ(cMySensors().getMySensorDate(std::nullopt), seconds) << utc;
+        const Date date;
+        now = 1'000'000'000'000'000'000;
+        EXPECT_EQ(cMySensors().getMySensorDate(date), seconds) << utc;
+    }
+    now = (86400 - 7200) * clocks::Nanoseconds{1'000'000'000};
+    cMySensors().sendTimeToNode(12);
+    EXPECT_EQ(port_->sent, "12;255;3;0;1;86400\n");
+    clocks::replaceWallClock(nullptr);
+    EXPECT_EQ(sent(), test::Packets());
+}
+
+TEST_F(EndpointTest, LogsInPacketsOfAByteLength) {
+    using Case = std::pair<std::size_t, std::size_t>; // bytes of the line, and of its packet
+    for (const auto& [line, packet] : {Case(0, 3), Case(249, 252), Case(250, 252), Case(70'000, 252)}) {
+        HearthixSupport::HearthixSocket->SendLog(String(std::string(line, 'x')), 4);
+        EXPECT_EQ(sent(), (test::Packets{test::log(std::string(packet - 3, 'x'), 4)}));
+    }
+    HearthixSupport::HearthixSocket = nullptr;
+    EXPECT_THROW(HearthixSupport::WriteLog("x"), NilObjectException);
+}
+
+} // namespace
+} // namespace hearthix
