@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::size_t kBuffer = 1U << 20U;
 
-constexpr std::array<const char*, 46> kSuffixes{
+constexpr std::array<std::string_view, 46> kSuffixes{
     "TEMP", "HUM",   "STATUS",    "PERCENT", "PRESSURE", "FORECAST", "RAIN",    "RATE",
     "WIND", "GUST",  "DIRECTION", "UV",      "WEIGHT",   "DISTANCE", "IMPEDE",  "ARM",
     "TRIP", "WATTS", "KWH",       "SCENE",   "SCENE",    "FAN",      "SPEED",   "LIGHT",
@@ -38,7 +38,7 @@ constexpr std::array<const char*, 46> kSuffixes{
 struct Pipe {
     std::array<char, kBuffer> in;
     std::size_t held = 0;
-    std::array<char, kBuffer * 4> out;
+    std::array<char, kBuffer * 5> out; // a packet is up to 4.2 times as long as its line
     std::size_t waiting = 0;
 
     void put(std::string_view bytes) {
@@ -59,57 +59,57 @@ struct Pipe {
 Pipe toHost;
 Pipe toGateway;
 
-unsigned number(std::string_view text) {
-    unsigned value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
 void hexByte(char* target, unsigned value) {
     static constexpr char kDigits[] = "0123456789ABCDEF";
     target[0] = kDigits[(value >> 4U) & 15U];
     target[1] = kDigits[value & 15U];
 }
 
-void relayLine(std::string_view line) {
-    std::array<std::string_view, 6> fields;
-    for (std::size_t i = 0; i < 5; ++i) {
-        const std::size_t end = line.find(';');
-        if (end == std::string_view::npos)
-            return;
-        fields[i] = line.substr(0, end);
-        line.remove_prefix(end + 1);
-    }
-    fields[5] = line;
-    const unsigned type = number(fields[4]);
-    if (fields[2] != "1" || type >= kSuffixes.size())
+// The number up to the next semicolon, which is passed over. Digits only; what else stands there makes some
+// other number.
+unsigned takeNumber(const char*& at, const char* end) {
+    unsigned value = 0;
+    for (; at < end && *at != ';'; ++at)
+        value = value * 10 + static_cast<unsigned char>(*at - '0');
+    ++at;
+    return value;
+}
+
+void relayLine(const char* at, const char* end) {
+    const unsigned node = takeNumber(at, end);
+    const unsigned child = takeNumber(at, end);
+    const unsigned command = takeNumber(at, end);
+    takeNumber(at, end);
+    const unsigned type = takeNumber(at, end);
+    if (at > end || command != 1 || type >= kSuffixes.size())
         return;
-    char address[16] = "0000.";
-    hexByte(address, number(fields[0]));
-    hexByte(address + 2, number(fields[1]));
     const std::string_view suffix = kSuffixes[type];
-    std::memcpy(address + 5, suffix.data(), suffix.size());
-    const std::string_view unit(address, 5 + suffix.size());
+    const std::string_view payload(at, static_cast<std::size_t>(end - at));
+    char root[] = "0000.";
+    hexByte(root, node);
+    hexByte(root + 2, child);
     toHost.put("J");
-    toHost.putNumber(4 + 6 * 4 + unit.size() + 8 + fields[5].size() + 1);
-    toHost.put("\x80");
-    toHost.putEntry("addr", unit);
+    toHost.putNumber(4 + 6 * 4 + 5 + suffix.size() + 8 + payload.size() + 1);
+    toHost.put("\x80"
+               "addr");
+    toHost.putNumber(5 + suffix.size());
+    toHost.put({root, 5});
+    toHost.put(suffix);
     toHost.putEntry("mcmd", "SetValue");
-    toHost.putEntry("Valu", fields[5]);
+    toHost.putEntry("Valu", payload);
     toHost.putEntry("Batt", "0");
 }
 
 void relayLines() {
-    std::string_view rest(toHost.in.data(), toHost.held);
-    while (true) {
-        const std::size_t end = rest.find('\n');
-        if (end == std::string_view::npos)
-            break;
-        relayLine(rest.substr(0, end));
-        rest.remove_prefix(end + 1);
+    const char* at = toHost.in.data();
+    const char* const end = at + toHost.held;
+    while (const auto* feed =
+               static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)))) {
+        relayLine(at, feed);
+        at = feed + 1;
     }
-    std::memmove(toHost.in.data(), rest.data(), rest.size());
-    toHost.held = rest.size();
+    toHost.held = static_cast<std::size_t>(end - at);
+    std::memmove(toHost.in.data(), at, toHost.held);
 }
 
 void relayCommand(std::string_view packet) {

@@ -1,0 +1,246 @@
+// The parts of the driver, one by one. The document stands beside plain structs that hold the same tree.
+#include "document/CXML.hpp"
+#include "hostlink/cHearthixCommand.hpp"
+#include "mysensors/cMSCommand.hpp"
+#include "mysensors/VarTypeConverter.hpp"
+#include "PlainDocument.hpp"
+#include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+#include <malloc.h>
+
+namespace hearthix::bench {
+
+namespace {
+
+using benchmark::DoNotOptimize;
+using benchmark::State;
+
+constexpr int kUnits = 100'000;
+
+void parseLine(State& state) {
+    const String line = "42;7;1;0;0;21.5";
+    for (auto _ : state) {
+        const cMSCommand command(line);
+        DoNotOptimize(command.good);
+    }
+}
+
+void readNumbers(State& state) {
+    for (auto _ : state) {
+        DoNotOptimize(Val("21.5"));
+        DoNotOptimize(Val("-1234.5678e3"));
+        DoNotOptimize(Val("&hFF"));
+    }
+}
+
+void fill(cHearthixCommand& command) {
+    command.SetMulti("addr", "2A07.TEMP");
+    command.SetMulti("mcmd", "SetValue");
+    command.SetMulti("Valu", "21.5");
+    command.SetMulti("Batt", "0");
+}
+
+void writePacket(State& state) {
+    for (auto _ : state) {
+        cHearthixCommand command;
+        fill(command);
+        DoNotOptimize(command.GetRawCommand());
+    }
+}
+
+void readPacket(State& state) {
+    cHearthixCommand sent;
+    fill(sent);
+    const String packet = sent.GetRawCommand();
+    for (auto _ : state) {
+        cHearthixCommand command;
+        command.initFromMultiPacket(packet);
+        DoNotOptimize(command.GetMulti("mcmd"));
+    }
+}
+
+// Time is per line.
+void cutLines(State& state) {
+    String text;
+    for (int i = 0; i < 4096; ++i)
+        text += "42;7;1;0;0;21.5\n";
+    String rest;
+    while (state.KeepRunningBatch(4096)) {
+        rest = text;
+        while (!rest.empty()) {
+            const String line = LeftB(rest, InStrB(1, rest, "\n"));
+            rest = RightB(rest, LenB(rest) - LenB(line));
+            DoNotOptimize(line);
+        }
+    }
+}
+
+void appendText(State& state) {
+    const String piece = "42;7;1;0;0;21.5\n";
+    while (state.KeepRunningBatch(4096)) {
+        String text;
+        for (int i = 0; i < 4096; ++i)
+            text += piece;
+        DoNotOptimize(text);
+    }
+}
+
+String address(Integer number) {
+    return Right(String("0000") + Hex(number), 4);
+}
+
+// Fills a table of so many keys.
+void fillTable(State& state) {
+    const Integer count = state.range(0);
+    while (state.KeepRunningBatch(count)) {
+        Dictionary table;
+        for (Integer i = 0; i < count; ++i)
+            table.SetValue(address(i), i);
+        DoNotOptimize(table.Count());
+    }
+}
+
+void searchTable(State& state) {
+    Dictionary table;
+    std::vector<String> keys;
+    for (Integer i = 0; i < state.range(0); ++i) {
+        keys.push_back(address(i));
+        table.SetValue(keys.back(), i);
+    }
+    std::shuffle(keys.begin(), keys.end(), std::mt19937());
+    std::size_t next = 0;
+    for (auto _ : state) {
+        DoNotOptimize(table.Value(keys[next]));
+        next = next + 1 < keys.size() ? next + 1 : 0;
+    }
+}
+
+PlainDocument plainDocument() {
+    PlainDocument document;
+    document.units.reserve(kUnits);
+    for (int i = 0; i < kUnits; ++i) {
+        const std::string root(address(i % 65536).view());
+        const std::string number = std::to_string(i);
+        document.units.push_back({{{"Address", root + ".TEMP"},
+                                   {"Name", "Temperature in room " + number},
+                                   {"Value", std::to_string(i % 400 / 10) + "." + std::to_string(i % 10)},
+                                   {"List", "My Sensors"},
+                                   {"Changed", "2024-05-01 12:34:56"},
+                                   {"Dimm", "true"}}});
+    }
+    return document;
+}
+
+std::size_t heapInUse() {
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+// Bytes that a document holds once what it was read from is gone.
+template <class Load>
+double heapOf(const Load& load) {
+    const std::size_t before = heapInUse();
+    const auto document = load(plainDocument().save());
+    return static_cast<double>(heapInUse() - before);
+}
+
+Ref<CXML> loadDocument(const String& text) {
+    auto document = Ref<CXML>::make();
+    document->LoadFromBinaryStream(Ref<BinaryStream>::make(text));
+    return document;
+}
+
+PlainDocument loadPlain(std::string_view text) {
+    PlainDocument document;
+    if (!document.load(text))
+        std::abort();
+    return document;
+}
+
+// Runs an operation whose result is thrown away outside of the measured time.
+template <class Operation>
+void runAndDrop(State& state, const Operation& operation) {
+    for (auto _ : state) {
+        auto result = operation();
+        DoNotOptimize(result);
+        state.PauseTiming();
+        result = {};
+        state.ResumeTiming();
+    }
+}
+
+void registerDocuments() {
+    const auto add = [](const char* name, auto operation) {
+        benchmark::RegisterBenchmark(name, [operation](State& state) {
+            runAndDrop(state, operation);
+        })->Unit(benchmark::kMillisecond);
+    };
+    static const std::string text = plainDocument().save();
+    static const PlainDocument plain = loadPlain(text);
+    static const String shared{std::string_view(text)};
+    static const Ref<CXML> document = loadDocument(shared);
+    const auto save = [] {
+        auto block = Ref<MemoryBlock>::make();
+        document->SaveToBinaryData(Ref<BinaryStream>::make(block));
+        return block;
+    };
+    if (save()->toString().view() != text) {
+        std::fputs("bench_parts: the document and the plain structs do not hold the same\n", stderr);
+        std::exit(1);
+    }
+    add("document/save", save);
+    add("plain/save", [] { return plain.save(); });
+    add("document/clone", [] { return document->Clone(); });
+    add("plain/clone", [] { return PlainDocument(plain); });
+    add("document/dump", [] { return document->getAsDebugData(); });
+    static const double bytes =
+        heapOf([](const std::string& from) { return loadDocument(String(std::string_view(from))); });
+    static const double plainBytes = heapOf([](const std::string& from) {
+        auto loaded = loadPlain(from);
+        loaded.units.shrink_to_fit();
+        return loaded;
+    });
+    const auto addLoad = [](const char* name, const double& held, auto operation) {
+        benchmark::RegisterBenchmark(name, [&held, operation](State& state) {
+            runAndDrop(state, operation);
+            state.counters["bytes"] = held;
+        })->Unit(benchmark::kMillisecond);
+    };
+    addLoad("document/load", bytes, [] { return loadDocument(shared); });
+    addLoad("plain/load", plainBytes, [] { return loadPlain(text); });
+}
+
+BENCHMARK(parseLine)->Name("parse a set line");
+BENCHMARK(readNumbers)->Name("Val of three numbers");
+BENCHMARK(writePacket)->Name("write a value packet");
+BENCHMARK(readPacket)->Name("read a value packet");
+BENCHMARK(cutLines)->Name("cut a line off 64 KiB");
+BENCHMARK(appendText)->Name("append a line to a string");
+BENCHMARK(fillTable)->Name("enter a key, table of")->Arg(6)->Arg(65025);
+BENCHMARK(searchTable)->Name("find a key, table of")->Arg(6)->Arg(65025);
+
+int benchParts(int argc, char** argv) {
+    mySensors::createVarTypeConverter();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    registerDocuments();
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
+
+} // namespace
+
+} // namespace hearthix::bench
+
+int main(int argc, char** argv) {
+    return hearthix::bench::benchParts(argc, argv);
+}
