@@ -9,7 +9,7 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr std::size_t kHelpColumn = 24;
+constexpr std::size_t kHelpColumn = 26;
 
 const OptionSpec* findOption(const CommandSpec& command, std::string_view name) {
     const auto found = std::find_if(command.options.begin(), command.options.end(),
@@ -22,8 +22,6 @@ void appendOption(std::string& text, const OptionSpec& option) {
     if (option.value != nullptr)
         left += std::string(" ") + option.value;
     left.resize(std::max(left.size() + 2, kHelpColumn), ' ');
-    if (left.size() > kHelpColumn)
-        left += "\n" + std::string(kHelpColumn, ' ');
     text += left;
     for (const char* each = option.help; *each != '\0'; ++each) {
         text += *each;

@@ -62,4 +62,20 @@ void DeliveryCheck::arrived(const cHearthixCommand& packet) {
     ++delivered_;
 }
 
+void DeliveryCheck::commanded(const String& word, const String& address, const String& value) {
+    ensureVocabulary();
+    const String payload = word == "SetValue" ? value : word == "ON" ? String("1") : String("0");
+    const Integer node = ValInteger(String("&h") + LeftB(address, 2));
+    const Integer child = ValInteger(String("&h") + MidB(address, 3, 2));
+    const Integer variableType = mySensors::SuffixToVarType(NthField(address, ".", 2));
+    const String line = concat(Str(node), ";", Str(child), ";1;0;", Str(variableType), ";", payload);
+    commands_.emplace(line.view());
+}
+
+void DeliveryCheck::obeyed(const String& line) {
+    const auto found = commands_.find(std::string(line.view()));
+    if (found != commands_.end())
+        commands_.erase(found);
+}
+
 } // namespace hearthix::sim

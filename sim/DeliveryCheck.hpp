@@ -1,4 +1,5 @@
-// Whether every value that a gateway has sent has come through to the host.
+// Whether everything came through a driver: the gateway's values to the host, the host's commands to the
+// gateway.
 //
 // For each unit the values must arrive at the host in the order in which the gateway has sent them; between
 // units there is no order. A value that is missing counts as lost when a later one of its unit has come, or
@@ -10,6 +11,7 @@
 
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 
 namespace hearthix::sim {
@@ -21,6 +23,11 @@ public:
     // A packet at the host; only values of units count.
     void arrived(const cHearthixCommand& packet);
 
+    // A command to a unit, by the host's word for it, and a line at the gateway.
+    void commanded(const String& word, const String& address, const String& value);
+    void obeyed(const String& line);
+
+    Integer commandsMissing() const noexcept { return static_cast<Integer>(commands_.size()); }
     Integer expected() const noexcept { return expected_; }
     Integer delivered() const noexcept { return delivered_; }
     Integer unexpected() const noexcept { return unexpected_; }
@@ -30,6 +37,7 @@ public:
 private:
     // By unit address, in capitals: what is still to come.
     std::map<std::string, std::deque<std::string>> pending_;
+    std::multiset<std::string> commands_; // lines that are still to come
     Integer expected_ = 0;
     Integer delivered_ = 0;
     Integer unexpected_ = 0;

@@ -30,7 +30,7 @@ private:
     void wire();
     void commandNext();
     void settle();
-    Integer commandsLost() const { return commanded_ - gateway_.mesh().counts().obeyed; }
+    void command(const String& word, const HostUnit& unit, const String& value = String());
 
     Session& session_;
     double seconds_;
@@ -41,9 +41,7 @@ private:
     Alarm commandDue_;
     Alarm endDue_;
     std::size_t nextUnit_ = 0;
-    Integer commanded_ = 0;
     bool driverFailed_ = false;
-    bool settling_ = false;
 };
 
 GatewaySettings gatewaySettings(const CommandLine& line) {
@@ -77,6 +75,7 @@ void Demo::wire() {
     HostView& view = session_.view();
     gateway_.noted = [&view](const String& text) { view.note("gateway", text); };
     gateway_.sent = [this](const String& line) { check_.sent(line); };
+    gateway_.received = [this](const String& line) { check_.obeyed(line); };
     host_.observed = [this](const cHearthixCommand& packet) { check_.arrived(packet); };
     host_.driverEnded = [this](int) {
         driverFailed_ = true;
@@ -117,23 +116,26 @@ void Demo::commandNext() {
         const HostUnit& unit = *units[nextUnit_++ % units.size()];
         const std::string_view address = unit.address.view();
         if (address.ends_with(".STATUS"))
-            host_.command(unit.value == "ON" ? "ON" : "OFF", unit.address);
+            command(unit.value == "ON" ? "ON" : "OFF", unit);
         else if (address.ends_with(".PERCENT"))
-            host_.command("SetValue", unit.address, Val(unit.value) < 100 ? Str(Val(unit.value) + 25) : "0");
+            command("SetValue", unit, Val(unit.value) < 100 ? Str(Val(unit.value) + 25) : String("0"));
         else
             continue;
-        ++commanded_;
         return;
     }
 }
 
+void Demo::command(const String& word, const HostUnit& unit, const String& value) {
+    check_.commanded(word, unit.address, value);
+    host_.command(word, unit.address, value);
+}
+
 // Nothing new is begun; what is under way gets time to arrive.
 void Demo::settle() {
-    settling_ = true;
     commandDue_.cancel();
     gateway_.hush();
     for (int waited = 0; waited < kDrainMilliseconds && host_.hasDriver(); waited += 20) {
-        if (check_.missing() == 0 && commandsLost() <= 0 && !gateway_.hasUnsent() && waited > 0)
+        if (check_.missing() == 0 && check_.commandsMissing() == 0 && !gateway_.hasUnsent() && waited > 0)
             return;
         ConsoleApplication::DoEvents(20);
     }
@@ -141,7 +143,7 @@ void Demo::settle() {
 
 bool Demo::succeeded() const {
     return !driverFailed_ && check_.expected() > 0 && check_.missing() == 0 && check_.unexpected() == 0 &&
-           commandsLost() <= 0;
+           check_.commandsMissing() == 0;
 }
 
 String Demo::summary() const {
@@ -153,11 +155,13 @@ String Demo::summary() const {
                    Str(static_cast<Integer>(host_.model().units().size())), " units, ",
                    Str(host_.counts().logLines), " log lines\n");
     text += concat("commands  ", Str(host_.counts().commands), " sent, ", Str(mesh.obeyed), " obeyed, ",
-                   Str(mesh.ids), " IDs given\n");
+                   Str(check_.commandsMissing()), " lost\n");
     text += concat("values    ", Str(check_.expected()), " sent, ", Str(check_.delivered()), " arrived, ",
                    Str(check_.missing()), " lost, ", Str(check_.unexpected()), " unexpected\n");
     if (driverFailed_)
         text += "The driver ended by itself.\n";
+    if (check_.expected() == 0)
+        return text + "Nothing was sent.";
     return text += succeeded() ? "Nothing was lost." : "Not everything came through.";
 }
 
@@ -177,7 +181,7 @@ const CommandSpec& demoSpec() {
          {"fragment", nullptr, "send in small pieces"},
          {"junk", "PERCENT", "follow so many of the lines by a line of junk"},
          {"trace", nullptr, "print every packet between host and driver"}},
-        "It takes the commands of hearthix-sim host on standard input, and sends some itself.\n"};
+        "It takes the commands of hearthix-sim host on standard input, and sends some itself."};
     return kSpec;
 }
 

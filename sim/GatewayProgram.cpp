@@ -33,7 +33,7 @@ GatewaySettings settingsOf(const CommandLine& line) {
 } // namespace
 
 const CommandSpec& gatewaySpec() {
-    static const std::string kNotes = std::string(kMeshGrammar) + "\nCommands on standard input: quit\n";
+    static const std::string kNotes = std::string(kMeshGrammar) + "\nCommands on standard input: quit";
     static const CommandSpec kSpec{
         "gateway",
         "Stands in for a MySensors gateway with a mesh of nodes behind it.",

@@ -5,6 +5,7 @@
 #include "runtime/StringFunctions.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -14,12 +15,20 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr Integer kSettleMilliseconds = 500;
+constexpr Integer kSettleMilliseconds = 750;
 constexpr Integer kPieceMilliseconds = 2;
 constexpr Integer kRateMilliseconds = 10;
 constexpr Integer kLongestPiece = 8;
 constexpr const char* kReady = "0;255;3;0;14;Gateway startup complete.";
 constexpr const char* kVersionRequest = "0;0;3;0;2;";
+
+// The nodes still begin, ask and report their batteries by themselves.
+std::vector<MeshNode> withoutSchedule(std::vector<MeshNode> nodes) {
+    for (MeshNode& node : nodes)
+        for (MeshChild& child : node.children)
+            child.every = 0;
+    return nodes;
+}
 
 } // namespace
 
@@ -27,14 +36,19 @@ class GatewayServer::Connection : public TCPSocket {
 public:
     explicit Connection(GatewayServer& server) : server_(server) {}
     void Event_DataAvailable() override { server_.read(*this); }
-    void Event_Error(const RuntimeException& error) override { server_.disconnected(error.Message); }
+    void Event_Error(const RuntimeException& error) override {
+        server_.disconnected(LastErrorCode() == ENOTCONN ? String("it closed the connection")
+                                                         : error.Message);
+    }
 
 private:
     GatewayServer& server_;
 };
 
 GatewayServer::GatewayServer(GatewaySettings settings, std::vector<MeshNode> nodes)
-    : settings_(std::move(settings)), mesh_(std::move(nodes), std::random_device{}()) {
+    : settings_(std::move(settings)),
+      mesh_(settings_.rate > 0 ? withoutSchedule(std::move(nodes)) : std::move(nodes),
+            std::random_device{}()) {
     setAlarms();
 }
 
@@ -146,6 +160,7 @@ void GatewayServer::begin() {
     }
     mesh_.restart(now());
     reportByMesh();
+    ratedAt_ = now();
     if (settings_.rate > 0)
         rateDue_.setIn(kRateMilliseconds);
 }
@@ -157,7 +172,6 @@ void GatewayServer::hush() {
     replayDue_.cancel();
 }
 
-// With a rate the mesh's schedule is not looked at, but nodes still begin and ask for their IDs by it.
 void GatewayServer::reportByMesh() {
     if (hushed_)
         return;
@@ -168,7 +182,9 @@ void GatewayServer::reportByMesh() {
 }
 
 void GatewayServer::reportByRate() {
-    owed_ += settings_.rate * static_cast<double>(kRateMilliseconds) / 1000;
+    const Integer elapsed = now() - ratedAt_;
+    ratedAt_ += elapsed;
+    owed_ += settings_.rate * static_cast<double>(elapsed) / 1000;
     std::vector<String> lines;
     for (; owed_ >= 1; --owed_)
         if (const String line = mesh_.nextReport(); !line.empty())

@@ -1,8 +1,8 @@
 // A gateway with a mesh behind it, for one driver at a time: on a TCP port or on a pseudo-terminal.
 //
 // The driver's connection starts everything anew: the mesh presents itself, the clock of the recording and of
-// the planned mishaps starts at zero. On TCP nothing is sent for the first half second: a driver that opens a
-// TCP port isn't ready for data before it has finished opening, and ends when some come.
+// the planned mishaps starts at zero. On TCP nothing is sent for the first three quarters of a second: a
+// driver that opens a TCP port isn't ready for data before it has finished opening, and ends when some come.
 #pragma once
 
 #include "runtime/ListeningSocket.hpp"
@@ -96,6 +96,7 @@ private:
     bool silent_ = false;
     bool hushed_ = false;
     Integer connectedAt_ = 0; // milliseconds of the monotonic clock
+    Integer ratedAt_ = 0;     // likewise, up to which the rate has been met
     double owed_ = 0;         // reports that the rate asks for and that were not made yet
     std::size_t replayed_ = 0;
     String unread_;

@@ -1,11 +1,13 @@
 #include "sim/Host.hpp"
 
+#include "runtime/BinaryStream.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/FolderItem.hpp"
 #include "runtime/Numbers.hpp"
 #include "sim/PacketTrace.hpp"
 
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace hearthix::sim {
@@ -17,12 +19,15 @@ constexpr Integer kRestartMilliseconds = 1000;
 // The driver drains its links for about a second when it ends.
 constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
+// What the driver says when both of its links are up ends so.
+constexpr std::string_view kReadyEnd = " ready.";
 
 } // namespace
 
 Host::Host(HostSettings settings, HostView& view) : settings_(std::move(settings)), view_(view) {
     server_.connected = [this](const String& id) {
         connectedId_ = id;
+        ready_ = false;
         view_.note("host", concat("driver connected, connection ID ", id));
         if (driverConnected)
             driverConnected();
@@ -33,9 +38,15 @@ Host::Host(HostSettings settings, HostView& view) : settings_(std::move(settings
     server_.noted = [this](const String& text) { view_.note("host", text); };
     server_.received = [this](const Ref<cHearthixCommand>& packet) { receive(packet); };
     server_.sent = [this](const Ref<cHearthixCommand>& packet) { trace(">", *packet); };
-    driver_.printed = [this](const String& line) { view_.note("driver", line); };
+    driver_.printed = [this](const String& line) {
+        if (!line.empty())
+            view_.note("driver", line);
+    };
     driver_.ended = [this](int status) { driverGone(status); };
-    saveSoon_.action = [this] { saveUnits(); };
+    saveSoon_.action = [this] {
+        if (!saveUnits())
+            view_.note("host", concat("the units could not be saved in ", settings_.unitsFile));
+    };
     restartSoon_.action = [this] { startDriver(); };
 }
 
@@ -80,7 +91,9 @@ void Host::close() {
         ConsoleApplication::DoEvents(20);
     driver_.Stop();
     saveSoon_.cancel();
-    saveUnits();
+    if (!saveUnits())
+        throw Failure{concat("the units could not be saved in ", settings_.unitsFile,
+                             "; name a file that can be written with --units FILE")};
 }
 
 void Host::command(const String& word, const String& address, const String& value) {
@@ -121,6 +134,7 @@ void Host::receive(const Ref<cHearthixCommand>& packet) {
     trace("<", *packet);
     if (packet->Header == "L" && !packet->isMultiPacket) {
         ++counts_.logLines;
+        ready_ = ready_ || packet->LogMessage.view().ends_with(kReadyEnd);
         view_.note(concat("log ", Str(packet->LogData)), packet->LogMessage);
     } else if (packet->isMultiPacket) {
         receiveMulti(*packet);
@@ -140,9 +154,11 @@ void Host::receiveMulti(const cHearthixCommand& packet) {
         const Ref<HostUnit> unit = model_.find(packet.GetMulti("addr"));
         if (change == HostModel::Change::value)
             ++counts_.values;
-        if (unit.isNil() || change == HostModel::Change::none)
-            view_.note("host", concat("the driver sent ", word, " for an unknown unit '",
-                                      packet.GetMulti("addr"), "'"));
+        if (change == HostModel::Change::unknown)
+            view_.note("host",
+                       concat("the driver sent ", word, " for the unknown unit ", packet.GetMulti("addr")));
+        else if (unit.isNil())
+            view_.note("host", concat("the driver sent ", word, ", which means nothing here"));
         else
             view_.unitChanged(*unit, change);
         unitsChanged();
@@ -165,14 +181,23 @@ void Host::trace(const char* direction, const cHearthixCommand& packet) {
         view_.note("trace", concat(direction, " ", line));
 }
 
+// What is no list of units is refused, lest it be overwritten with one.
 void Host::loadUnits() {
     if (settings_.unitsFile.empty())
         return;
     const auto file = Ref<FolderItem>::make(settings_.unitsFile);
-    if (!file->Exists())
-        return;
+    const auto stream = BinaryStream::Open(file, false);
+    const String content = stream ? stream->Read(stream->Length()) : String();
     const auto document = Ref<CXML>::make();
-    document->loadFromFile(file, nullptr);
+    try {
+        document->loadFromString(content);
+        if ((stream.isNil() && file->Exists()) ||
+            (!content.empty() && !content.view().starts_with(kKbdbMagic)))
+            throw RuntimeException();
+    } catch (const RuntimeException&) {
+        throw Failure{concat("there are no units in ", settings_.unitsFile,
+                             "; name a new file, or one of an earlier run, with --units FILE")};
+    }
     model_.load(*document);
     view_.note("host",
                concat(Str(static_cast<Integer>(model_.units().size())), " units from ", settings_.unitsFile));
@@ -183,17 +208,14 @@ void Host::unitsChanged() {
         saveSoon_.setIn(kSaveMilliseconds);
 }
 
-void Host::saveUnits() {
+bool Host::saveUnits() {
     if (settings_.unitsFile.empty())
-        return;
+        return true;
     try {
-        if (model_.document()->SaveToFile(Ref<FolderItem>::make(settings_.unitsFile)))
-            return;
+        return model_.document()->SaveToFile(Ref<FolderItem>::make(settings_.unitsFile));
     } catch (const RuntimeException&) {
-        // The reason is in the log already.
+        return false; // the reason is in the log already
     }
-    view_.note("host", concat("the units could not be saved in ", settings_.unitsFile,
-                              "; name a file in a folder that can be written with --units FILE"));
 }
 
 } // namespace hearthix::sim

@@ -42,7 +42,8 @@ public:
     void open();
     // Starts the driver of the settings, if there is one; raises Failure when it can't be started.
     void startDriver();
-    // Asks the driver to end, waits a little for that, ends it otherwise, and saves the units.
+    // Asks the driver to end, waits a little for that, ends it otherwise, and saves the units; raises
+    // Failure when they can't be saved.
     void close();
 
     // A command to a unit: "ON", "OFF", "SetValue", "Qery".
@@ -56,6 +57,8 @@ public:
     const HostCounts& counts() const noexcept { return counts_; }
     HostView& view() noexcept { return view_; }
     bool hasDriver() const noexcept { return server_.hasDriver(); }
+    // Whether the driver has its gateway, too. A driver that gets a command for a unit before that ends.
+    bool hasReadyDriver() const noexcept { return hasDriver() && ready_; }
     SocketAddress address() const { return {settings_.listen.host, server_.port()}; }
     void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
     // For the title of a screen.
@@ -73,7 +76,8 @@ private:
     void trace(const char* direction, const cHearthixCommand& packet);
     void driverGone(int status);
     void loadUnits();
-    void saveUnits();
+    // False when they could not be saved.
+    bool saveUnits();
     void unitsChanged();
 
     HostSettings settings_;
@@ -85,6 +89,7 @@ private:
     Alarm saveSoon_;
     Alarm restartSoon_;
     String connectedId_;
+    bool ready_ = false;
     bool closing_ = false;
 };
 

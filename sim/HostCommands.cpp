@@ -17,20 +17,23 @@ constexpr std::size_t kMostRaw = 244;
 
 const std::vector<HostCommands::Entry>& HostCommands::entries() {
     static const std::vector<Entry> kEntries{
-        {"on", "ADDRESS", "switch a unit on", 1, &HostCommands::unitCommand, true},
-        {"off", "ADDRESS", "switch a unit off", 1, &HostCommands::unitCommand, true},
-        {"set", "ADDRESS VALUE", "set a unit's value", 2, &HostCommands::set, true},
-        {"query", "ADDRESS", "ask a unit for its value", 1, &HostCommands::unitCommand, true},
-        {"ping", "", "ask the driver for a sign of life", 0, &HostCommands::driverCommand, true},
-        {"debug", "on|off", "the driver's debug mode", 1, &HostCommands::debug, true},
-        {"raw", "TEXT", "a line for the gateway, as it stands", 1, &HostCommands::raw, true},
-        {"q", "", "ask the driver to quit, as a controller packet", 0, &HostCommands::letter, true},
-        {"p", "", "the same by another letter", 0, &HostCommands::letter, true},
-        {"d", "", "toggle the driver's debug mode, as a controller packet", 0, &HostCommands::letter, true},
-        {"close", "", "ask the driver to close", 0, &HostCommands::driverCommand, true},
-        {"units", "", "the units; on a screen, the next page of them", 0, &HostCommands::units, false},
-        {"help", "", "this list", 0, &HostCommands::showHelp, false},
-        {"quit", "", "end the host, and the driver that it has started", 0, &HostCommands::quit, false}};
+        {"on", "ADDRESS", "switch a unit on", 1, &HostCommands::unitCommand, Needs::readyDriver},
+        {"off", "ADDRESS", "switch a unit off", 1, &HostCommands::unitCommand, Needs::readyDriver},
+        {"set", "ADDRESS VALUE", "set a unit's value", 2, &HostCommands::set, Needs::readyDriver},
+        {"query", "ADDRESS", "ask a unit for its value", 1, &HostCommands::unitCommand, Needs::readyDriver},
+        {"ping", "", "ask the driver for a sign of life", 0, &HostCommands::driverCommand, Needs::driver},
+        {"debug", "on|off", "the driver's debug mode", 1, &HostCommands::debug, Needs::driver},
+        {"raw", "TEXT", "a line for the gateway, as it stands", 1, &HostCommands::raw, Needs::readyDriver},
+        {"q", "", "ask the driver to quit, as a controller packet", 0, &HostCommands::letter, Needs::driver},
+        {"p", "", "the same by another letter", 0, &HostCommands::letter, Needs::driver},
+        {"d", "", "toggle the driver's debug mode, as a controller packet", 0, &HostCommands::letter,
+         Needs::driver},
+        {"close", "", "ask the driver to close", 0, &HostCommands::driverCommand, Needs::driver},
+        {"units", "", "the units; on a screen, the next page of them", 0, &HostCommands::units,
+         Needs::nothing},
+        {"help", "", "this list", 0, &HostCommands::showHelp, Needs::nothing},
+        {"quit", "", "end the host, and the driver that it has started", 0, &HostCommands::quit,
+         Needs::nothing}};
     return kEntries;
 }
 
@@ -44,8 +47,10 @@ void HostCommands::run(const String& line) {
         complain(concat("there is no command '", words[0], "'; help lists them all"));
     else if (words.size() - 1 < found->count)
         complain(concat("use it as: ", found->name, " ", found->arguments));
-    else if (found->needsDriver && !host_.hasDriver())
+    else if (found->needs == Needs::driver && !host_.hasDriver())
         complain("no driver is connected yet");
+    else if (found->needs == Needs::readyDriver && !host_.hasReadyDriver())
+        complain("no driver is ready yet");
     else
         (this->*found->action)(words, line);
 }

@@ -20,13 +20,14 @@ public:
 
 private:
     using Words = std::vector<String>;
+    enum class Needs { nothing, driver, readyDriver };
     struct Entry {
         const char* name;
         const char* arguments;
         const char* help;
         std::size_t count; // of arguments
         void (HostCommands::*action)(const Words& words, const String& line);
-        bool needsDriver;
+        Needs needs;
     };
     static const std::vector<Entry>& entries();
 

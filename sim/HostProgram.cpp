@@ -61,7 +61,7 @@ const CommandSpec& hostSpec() {
          {"trace", nullptr, "print every packet"}},
         "Commands, one a line on standard input; help lists them:\n"
         "  on ADDRESS, off ADDRESS, set ADDRESS VALUE, query ADDRESS, ping, debug on|off,\n"
-        "  raw TEXT, q, p, d, close, units, help, quit\n"};
+        "  raw TEXT, q, p, d, close, units, help, quit"};
     return kSpec;
 }
 

@@ -23,7 +23,9 @@ constexpr const char* kHome = "\x1b[?25l\x1b[H";
 constexpr const char* kReverse = "\x1b[7m";
 constexpr const char* kBold = "\x1b[1m";
 constexpr const char* kNormal = "\x1b[0m";
-constexpr const char* kNextLine = "\x1b[K\r\n";
+// Rows are filled to the full width: clearing the rest of one would take its last character on some
+// terminals.
+constexpr const char* kNextLine = "\r\n";
 constexpr const char* kClearLine = "\x1b[K";
 
 struct Columns {
@@ -51,6 +53,12 @@ std::string unitRow(const Columns& columns, const HostUnit& unit) {
     const String age = unit.changedAt == 0 ? String("-") : ageText(seconds);
     const String battery = unit.battery.empty() ? String("-") : unit.battery + "%";
     return row(columns, unit.address, unit.name, unit.value, battery, age);
+}
+
+std::string rule(std::size_t columns) {
+    std::string line = "--- log --- help lists the commands, quit or Ctrl-C ends ";
+    line.resize(columns, '-');
+    return line;
 }
 
 } // namespace
@@ -118,7 +126,7 @@ std::string HostScreen::frame(terminal::Size size) {
     const std::string heading = row(layout, "ADDRESS", "NAME", "VALUE", "BATT", "AGE");
     text.append(kBold).append(padded(heading, columns)).append(kNormal).append(kNextLine);
     appendUnits(text, forUnits, columns);
-    text.append(columns, '-').append(kNextLine);
+    text.append(rule(columns)).append(kNextLine);
     appendLog(text, forLog, columns);
     // The end of a line too long for the screen is where the typing goes on.
     const std::size_t shown = std::min(typed_.size(), columns - 3);
@@ -142,6 +150,8 @@ void HostScreen::appendUnits(std::string& text, std::size_t rows, std::size_t co
                                columns));
         else if (place < count)
             text.append(padded(unitRow(layout, *model_->units()[place]), columns));
+        else
+            text.append(columns, ' ');
         text.append(kNextLine);
     }
 }
@@ -151,7 +161,7 @@ void HostScreen::appendLog(std::string& text, std::size_t rows, std::size_t colu
     for (std::size_t i = log_.size() - shown; i < log_.size(); ++i)
         text.append(padded(log_[i], columns)).append(kNextLine);
     for (std::size_t i = shown; i < rows; ++i)
-        text.append(kNextLine);
+        text.append(columns, ' ').append(kNextLine);
 }
 
 void HostScreen::typed(std::string_view bytes) {
@@ -166,6 +176,7 @@ void HostScreen::type(char key) {
     constexpr char kBackspace = 8;
     constexpr char kDelete = 127;
     constexpr char kClear = 21;
+    constexpr char kEnd = 4;
     if (inEscape_) {
         inEscape_ = key == '[' || key == 'O' || (key >= '0' && key <= '9') || key == ';';
     } else if (key == kEscape) {
@@ -178,6 +189,8 @@ void HostScreen::type(char key) {
             typed_.pop_back();
         if (!typed_.empty())
             typed_.pop_back();
+    } else if (key == kEnd && typed_.empty()) {
+        entered_("quit");
     } else if (key == kClear) {
         typed_.clear();
     } else if (static_cast<unsigned char>(key) >= ' ' && typed_.size() < kLongestTyped) {

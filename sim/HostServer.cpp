@@ -4,6 +4,7 @@
 #include "runtime/StringFunctions.hpp"
 #include "sim/CommandLine.hpp"
 
+#include <cerrno>
 #include <utility>
 
 #include <unistd.h>
@@ -40,7 +41,9 @@ public:
         buffer += ReadAll();
         server_.read(*this);
     }
-    void Event_Error(const RuntimeException& error) override { server_.drop(error.Message); }
+    void Event_Error(const RuntimeException& error) override {
+        server_.drop(LastErrorCode() == ENOTCONN ? String("it closed the link") : error.Message);
+    }
 
 private:
     HostServer& server_;

@@ -1,5 +1,6 @@
 #include "sim/Mesh.hpp"
 
+#include "mysensors/VarTypeConverter.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
@@ -98,7 +99,20 @@ struct Mesh::Line {
     }
 };
 
+String decimalText(double number, int decimals) {
+    std::string mask = "0";
+    if (decimals > 0)
+        mask.append(".").append(static_cast<std::size_t>(decimals), '0');
+    return Format(number, mask);
+}
+
+void ensureVocabulary() {
+    if (mySensors::varTypeConverter.isNil())
+        mySensors::createVarTypeConverter();
+}
+
 String unitAddress(Integer node, Integer child, Integer variableType) {
+    ensureVocabulary();
     return concat(hexByte(node), hexByte(child), ".", mySensors::varTypeToSuffix(variableType));
 }
 
@@ -204,9 +218,7 @@ void Mesh::wander(MeshChild& child) {
     const Integer step = std::max<Integer>((high - low) / 10, 1);
     const Integer present = toInteger(Val(child.value) * static_cast<double>(scale));
     const Integer next = std::clamp(present + random_.InRange(-step, step), low, high);
-    const std::string mask =
-        child.decimals > 0 ? "0." + std::string(static_cast<std::size_t>(child.decimals), '0') : "0";
-    child.value = Format(static_cast<double>(next) / static_cast<double>(scale), mask);
+    child.value = decimalText(static_cast<double>(next) / static_cast<double>(scale), child.decimals);
 }
 
 String Mesh::nextReport() {

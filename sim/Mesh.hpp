@@ -93,6 +93,10 @@ private:
     std::size_t nextReporter_ = 0;
 };
 
+// Makes the protocol's vocabulary ready for use, once.
+void ensureVocabulary();
+// A number with so many decimals.
+String decimalText(double number, int decimals);
 // The address that a host gives the unit of a child's variable, such as 0A03.TEMP.
 String unitAddress(Integer node, Integer child, Integer variableType);
 

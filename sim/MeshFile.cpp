@@ -1,6 +1,5 @@
 #include "sim/MeshFile.hpp"
 
-#include "mysensors/VarTypeConverter.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
@@ -77,7 +76,7 @@ public:
     }
     std::vector<MeshNode> result() {
         if (nodes_.empty())
-            fail("there is no node in it; begin with: node ID NAME");
+            throw Failure{concat(name_, ": there is no node in it; begin with: node ID NAME")};
         return std::move(nodes_);
     }
 
@@ -181,7 +180,8 @@ private:
         const std::size_t point = digits.find('.');
         fresh.decimals =
             point == digits.npos ? 0 : static_cast<int>(std::min<std::size_t>(digits.size() - point - 1, 4));
-        fresh.value = words[3];
+        const double middle = (fresh.low + fresh.high) / 2;
+        fresh.value = decimalText(middle, fresh.decimals);
     }
     void text(MeshChild& fresh, const Words& words) const {
         expect(words, 4, "text CHILD TYPE TEXT [every SECONDS]");
@@ -202,8 +202,7 @@ std::vector<MeshNode> standardMesh() {
 }
 
 std::vector<MeshNode> parseMesh(const String& text, const String& name) {
-    if (mySensors::varTypeConverter.isNil())
-        mySensors::createVarTypeConverter();
+    ensureVocabulary();
     Parser parser(name);
     for (const String& line : Split(text, "\n")) {
         const std::string_view whole = line.view();

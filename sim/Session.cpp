@@ -2,6 +2,7 @@
 
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/Terminal.hpp"
+#include "sim/SimLog.hpp"
 
 #include <csignal>
 
@@ -28,7 +29,13 @@ Session::Session(bool wantsScreen) : signals_(Ref<SignalWatch>::make()), input_(
         view_ = std::make_unique<PlainView>(enter);
     }
     input_->received = [this](std::string_view bytes) { view_->typed(bytes); };
+    input_->ended = [this] { ended_ = ended_ || screen_ != nullptr; };
     input_->Open();
+    logSink = [this](const String& line) { view_->note("note", line); };
+}
+
+Session::~Session() {
+    logSink = nullptr;
 }
 
 void Session::watch(const HostModel& model) {
@@ -44,7 +51,7 @@ void Session::signal(int number) {
 }
 
 void Session::run() {
-    while (!ended_)
+    while (!ended_ && !terminal::isOutputGone())
         ConsoleApplication::DoEvents(kTurnMilliseconds);
 }
 

@@ -16,12 +16,13 @@ class Session {
 public:
     // A screen needs a terminal at both ends; without one the view is plain lines.
     explicit Session(bool wantsScreen);
+    ~Session();
 
     HostView& view() noexcept { return *view_; }
     void watch(const HostModel& model);
     void end() noexcept { ended_ = true; }
     bool hasEnded() const noexcept { return ended_; }
-    // Runs events until the end.
+    // Runs events until the end, or until nobody reads the output any more.
     void run();
 
     // The title of the screen.

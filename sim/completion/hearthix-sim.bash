@@ -1,0 +1,29 @@
+# bash completion for hearthix-sim
+_hearthix_sim() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $previous in
+        --driver | --units | --mesh | --record | --replay)
+            compopt -o filenames
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            return
+            ;;
+        --serial)
+            mapfile -t COMPREPLY < <(compgen -f -- "${current:-/dev/}")
+            return
+            ;;
+        --listen | --gateway | --tcp | --id | --for | --rate | --junk | --silent-after | --drop-after)
+            return
+            ;;
+    esac
+    local words
+    case ${COMP_WORDS[1]} in
+        demo) words="--for --driver --pty --mesh --rate --fragment --junk --trace --help --version" ;;
+        host) words="--listen --driver --serial --gateway --id --restart --units --trace --help --version" ;;
+        gateway) words="--tcp --pty --mesh --greet --no-greet --rate --fragment --junk --silent-after
+            --drop-after --record --replay --help --version" ;;
+    esac
+    ((COMP_CWORD == 1)) && words="demo host gateway --help --version"
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+complete -F _hearthix_sim hearthix-sim

@@ -1,0 +1,141 @@
+// The program as people run it, with the real driver.
+#include "runtime/ChildProcess.hpp"
+#include "runtime/ConsoleApplication.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace hearthix::sim {
+namespace {
+
+// A run of the program, with its input and output at hand.
+class Program {
+public:
+    Program(const std::string& folder, const std::string& words) {
+        static int number = 0;
+        const std::string input = folder + "/input" + std::to_string(number++);
+        mkfifo(input.c_str(), 0600);
+        // Open at both ends, so that the program's end of it doesn't wait.
+        keyboard_.open(input, std::ios::in | std::ios::out);
+        child_->printed = [this](const String& line) { output.append(line.view()).append("\n"); };
+        child_->ended = [this](int status) { status_ = status; };
+        const std::string line = "exec " HEARTHIX_SIM " " + words + " <" + input;
+        EXPECT_TRUE(child_->Start("/bin/sh", {"-c", String(std::string_view(line))}));
+    }
+    // Whether the program comes to print a text so many times.
+    bool prints(const std::string& text, int times = 1) {
+        return waitUntil([&] {
+            std::size_t at = 0;
+            for (int i = 0; i < times && at != std::string::npos; ++i)
+                at = output.find(text, i == 0 ? 0 : at + 1);
+            return at != std::string::npos;
+        });
+    }
+    std::string restBehind(const std::string& text) {
+        EXPECT_TRUE(prints(text)) << text;
+        const std::size_t start = output.find(text) + text.size();
+        return output.substr(start, output.find('\n', start) - start);
+    }
+    void type(const std::string& lines) { keyboard_ << lines << std::endl; }
+    void interrupt() { kill(static_cast<pid_t>(child_->pid()), SIGINT); }
+    int status() {
+        EXPECT_TRUE(waitUntil([this] { return status_ >= 0; })) << output;
+        return status_;
+    }
+
+    std::string output;
+
+private:
+    static bool waitUntil(const std::function<bool()>& condition) {
+        for (int turns = 0; turns < 2000 && !condition(); ++turns)
+            ConsoleApplication::DoEvents(20);
+        return condition();
+    }
+
+    Ref<ChildProcess> child_ = Ref<ChildProcess>::make();
+    std::fstream keyboard_;
+    int status_ = -1;
+};
+
+class SimProgram : public ::testing::Test {
+protected:
+    SimProgram() { EXPECT_NE(mkdtemp(folder.data()), nullptr); }
+    ~SimProgram() override { std::filesystem::remove_all(folder); }
+
+    std::string folder = std::filesystem::temp_directory_path() / "hearthix-sim-XXXXXX";
+};
+
+TEST_F(SimProgram, DemoLosesNothing) {
+    for (const char* words : {"demo --for 3", "demo --for 3 --pty --fragment --junk 30 --rate 50"}) {
+        Program demo(folder, words);
+        EXPECT_EQ(demo.status(), 0);
+        for (const char* text : {"Nothing was lost.", " 0E00.TEMP created", " command  ON "})
+            EXPECT_TRUE(demo.prints(text)) << text << "\n" << demo.output;
+        EXPECT_EQ(demo.output.find('\x1b'), std::string::npos) << "no escape codes on a pipe";
+    }
+    EXPECT_EQ(Program(folder, "demo --for 3 --driver /bin/false").status(), 1);
+}
+
+TEST_F(SimProgram, HostCommandsASerialGatewayAndKeepsItsUnits) {
+    Program gateway(folder, "gateway --pty --record " + folder + "/recording");
+    const std::string words = "host --trace --listen 127.0.0.1:0 --units " + folder + "/units --serial " +
+                              gateway.restBehind("the gateway is ");
+    Program host(folder, words);
+    host.type("on 0C01.STATUS");
+    for (const char* text :
+         {"no driver is ready yet", "Gateway Ready: ", "J mcmd=\"setUnits\" DATA=document of ",
+          "responding to node ID request with ID: 14", "0C01.STATUS ON battery 0"})
+        EXPECT_TRUE(host.prints(text)) << text << "\n" << host.output;
+    host.type("on 0C01.STATUS\nset 0C02.PERCENT 40\nping\nraw 12;2;2;0;3;\nbogus");
+    EXPECT_TRUE(host.prints("value    0C02.PERCENT 40 battery 0", 2)) << "obeyed, and asked for in raw";
+    for (const char* text :
+         {"0C01.STATUS OFF battery 0", "the driver answers the ping", "there is no command 'bogus'"})
+        EXPECT_TRUE(host.prints(text)) << text;
+    host.type("quit");
+    EXPECT_EQ(host.status(), 0);
+    EXPECT_TRUE(host.prints("driver ended with status 0"));
+
+    Program again(folder, words);
+    EXPECT_TRUE(again.prints("12 units from ") && again.prints("0C02.PERCENT kept")) << again.output;
+    again.interrupt();
+    gateway.interrupt();
+    EXPECT_EQ(again.status() + gateway.status(), 0);
+    std::ifstream recording(folder + "/recording");
+    const std::string recorded(std::istreambuf_iterator<char>(recording), {});
+    EXPECT_NE(recorded.find(" < 12;1;1;0;2;1\n"), std::string::npos);
+}
+
+TEST_F(SimProgram, DroppedDriverComesBackToAReplay) {
+    std::ofstream(folder + "/replay") << "1 > 10;0;1;0;0;33\n200 < 0;0;3;0;2;\n300 > 10;0;1;0;0;34\n";
+    Program gateway(folder, "gateway --tcp 127.0.0.1:0 --drop-after 2 --replay " + folder + "/replay");
+    const std::string address = gateway.restBehind("the gateway is ");
+    Program host(folder, "host --restart --listen 127.0.0.1:0 --gateway " + address);
+    for (const char* text : {"value    0A00.TEMP 33", "mySensors communication error: "})
+        EXPECT_TRUE(host.prints(text)) << text << "\n" << host.output;
+    EXPECT_TRUE(host.prints("value    0A00.TEMP 34", 2)) << host.output;
+    Program rival(folder, "host --listen " + host.restBehind("listening on "));
+    EXPECT_EQ(rival.status(), 1);
+    EXPECT_TRUE(rival.prints("name another address with --listen"));
+    host.interrupt();
+    EXPECT_EQ(host.status(), 0);
+}
+
+TEST_F(SimProgram, RefusesBadUseInOneSentence) {
+    for (const char* words : {"", "nonsense", "demo --nonsense", "demo --for", "host --listen 20300",
+                              "host --restart", "gateway --junk=200", "gateway --pty --tcp 127.0.0.1:0"}) {
+        Program program(folder, words);
+        EXPECT_EQ(program.status(), 2) << program.output;
+        EXPECT_EQ(std::count(program.output.begin(), program.output.end(), '\n'), 1) << program.output;
+    }
+}
+
+} // namespace
+} // namespace hearthix::sim

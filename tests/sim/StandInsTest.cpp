@@ -1,0 +1,142 @@
+// The stand-ins without a driver: what the mesh says, what the host keeps, what counts as lost.
+#include "sim/CommandLine.hpp"
+#include "sim/DeliveryCheck.hpp"
+#include "sim/HostModel.hpp"
+#include "sim/MeshFile.hpp"
+#include "sim/Recording.hpp"
+#include "sim/Text.hpp"
+
+#include <gtest/gtest.h>
+
+namespace hearthix::sim {
+namespace {
+
+// Lines in one text, with a blank and a bar between them.
+std::string joined(const std::vector<String>& lines) {
+    std::string text;
+    for (const String& line : lines)
+        text.append(text.empty() ? "" : " | ").append(line.view());
+    return text;
+}
+
+// A packet in words, "NewU 0A03.TEMP Name=n": the command, the address and further keys.
+Ref<cHearthixCommand> packet(const String& text) {
+    const std::vector<String> words = wordsOf(text);
+    const auto command = Ref<cHearthixCommand>::make();
+    command->SetMulti("mcmd", words[0]);
+    if (words.size() > 1)
+        command->SetMulti("addr", words[1]);
+    for (std::size_t i = 2; i < words.size(); ++i)
+        command->SetMulti(words[i].cut(0, 4), words[i].cut(5));
+    return command;
+}
+
+template <class Parse>
+std::string failureOf(const Parse& parse, const char* text) {
+    try {
+        parse(text, "m");
+        return {};
+    } catch (const Failure& failure) {
+        return std::string(failure.sentence.view());
+    }
+}
+
+// What the driver would be told.
+Ref<CXML> documentOf(const HostModel& model) {
+    const auto document = Ref<CXML>::make();
+    document->loadFromString(model.answerForDriver());
+    return document;
+}
+
+TEST(Mesh, PresentsAsksAndReports) {
+    Mesh mesh(parseMesh("node 10 \"Roof room\" # comment\nbattery 90\nasks time\nasks config\n"
+                        "sensor 3 TEMP 20.0 20.0 every 2\nswitch 4\nnode new Fresh\ndimmer 1",
+                        "m"));
+    mesh.restart(1000);
+    EXPECT_EQ(joined(mesh.due(1000)),
+              "10;255;0;0;17;2.3.2 | 10;255;3;0;11;Roof room | 10;255;3;0;12;1.0 | 10;3;0;0;6;Roof room | "
+              "10;4;0;0;3;Roof room | 10;255;3;0;6;0 | 10;255;3;0;1; | 10;3;1;0;0;20.0 | 10;4;1;0;2;0 | "
+              "10;255;3;0;0;90 | 255;255;3;0;3;");
+    EXPECT_GE(mesh.nextDue(), 2000);
+    EXPECT_EQ(joined(mesh.due(3000)), "10;3;1;0;0;20.0");
+    EXPECT_EQ(joined(mesh.due(6000)), "10;3;1;0;0;20.0 | 255;255;3;0;3;") << "asks again";
+}
+
+TEST(Mesh, ObeysAndAnswersTheController) {
+    Mesh mesh(parseMesh("node 10 A\nsensor 3 TEMP 5 5\nswitch 4\ndimmer 5\nnode new B\nswitch 1", "m"));
+    const char* const cases[][2] = {{"10;4;1;0;2;1", "10;4;1;0;2;1"},
+                                    {"10;5;1;0;3;140", "10;5;1;0;3;100"},
+                                    {"10;4;2;0;2;", "10;4;1;0;2;1"},
+                                    {"0;0;3;0;2;", "0;0;3;0;2;2.3.2"},
+                                    {"10;3;1;0;0;7", ""},     // a sensor obeys nobody
+                                    {"255;255;3;0;4;10", ""}, // taken
+                                    {"255;255;3;0;4;77",
+                                     "77;255;0;0;17;2.3.2 | 77;255;3;0;11;B | 77;255;3;0;12;1.0 | "
+                                     "77;1;0;0;3;B | 77;1;1;0;2;0"}};
+    for (const auto& [line, answer] : cases)
+        EXPECT_EQ(joined(mesh.answer(line, 0)), answer) << line;
+}
+
+TEST(Files, RefuseWithTheLineNumber) {
+    const char* const meshes[][2] = {{"", "m: there is no node"},
+                                     {"node 1 A\n\nsensor 1 NOSUCH 1 2", "m:3: there is no type"},
+                                     {"node 1 A\nbattery", "m:2: write it as: battery"}};
+    for (const auto& [text, start] : meshes)
+        EXPECT_TRUE(failureOf(parseMesh, text).starts_with(start)) << text;
+    for (const char* text : {"x > y", "12 no mark", "-1 < 1;2", "> 1"})
+        EXPECT_TRUE(failureOf(parseRecording, text).starts_with("m:1: write it as")) << text;
+    const String line = recordedText({1234567, true, "1;2;1;0;0;<15>"});
+    EXPECT_EQ(recordedText(parseRecording(line + "\n", "r").at(0)).view(), "   1234567 > 1;2;1;0;0;<15>");
+}
+
+TEST(Text, NeverDrivesTheTerminal) {
+    EXPECT_EQ(printable("a\x1b[2J\xff\xc3\xa4\xc2\x9b\n\xe2\x82"), "a?[2J?\xc3\xa4?????");
+}
+
+TEST(HostModel, FollowsTheDriver) {
+    using Change = HostModel::Change;
+    HostModel model;
+    const struct {
+        const char* packet;
+        Change change;
+        const char* unit;
+    } steps[] = {{"SetValue 0A03.TEMP Valu=1", Change::unknown, ""},
+                 {"NewU 0A03.TEMP Name=n Dimm=true RdNL=False", Change::created, "n::"},
+                 {"SetValue 0a03.temp Valu=21.5 Batt=0", Change::value, "n:21.5:0"},
+                 {"NoOp 0A03.TEMP Batt=80", Change::battery, "n:21.5:80"},
+                 {"NewU 0A03.TEMP Name=other", Change::kept, "n:21.5:80"},
+                 {"SetDesc 0A03.TEMP DATA=warm", Change::value, "n:warm:80"}};
+    const auto shown = [](const Ref<HostUnit>& unit) {
+        return unit ? concat(unit->name, ":", unit->value, ":", unit->battery) : String();
+    };
+    for (const auto& step : steps) {
+        EXPECT_EQ(model.apply(*packet(step.packet)), step.change) << step.packet;
+        EXPECT_EQ(shown(model.find("0A03.TEMP")).view(), step.unit);
+    }
+    HostModel loaded;
+    loaded.load(*documentOf(model));
+    EXPECT_EQ(shown(loaded.find("0a03.TEMP")).view(), "n:warm:80");
+    for (Integer place = 0; place < 4000; ++place)
+        model.apply(*packet(String("NewU ") + unitAddress(1 + place % 250, place / 250, 0)));
+    EXPECT_LE(model.answerForDriver().size(), 65'000U);
+    EXPECT_EQ(documentOf(model)->GetContainerCount("unit"), 250) << "one of each node";
+}
+
+TEST(DeliveryCheck, TellsLostFromLate) {
+    DeliveryCheck check;
+    for (const char* line : {"10;3;1;0;0;1", "10;3;1;0;0;2", "10;4;1;0;2;0", "10;3;1;0;0;3",
+                             "10;255;3;0;0;80", "10;4;1;0;2;1", "10;5;1;0;24;abc"})
+        check.sent(line);
+    for (const char* text : {"ON 0A04.STATUS", "SetValue 0A03.TEMP Valu=1", "SetValue 0A03.TEMP Valu=3",
+                             "SetValue 0A03.TEMP Valu=2", "ON 0A04.STATUS", "SetDesc 0A05.VAR1 DATA=abc"})
+        check.arrived(*packet(text));
+    EXPECT_EQ(check.expected(), 6);
+    EXPECT_EQ(check.missing(), 2) << "the skipped 2 and the switch's 1";
+    EXPECT_EQ(check.unexpected(), 2) << "the late 2 and the second ON";
+    check.commanded("ON", "0A04.STATUS", String());
+    check.obeyed("10;4;1;0;2;0");
+    EXPECT_EQ(check.commandsMissing(), 1);
+}
+
+} // namespace
+} // namespace hearthix::sim
