@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <thread>
 
 namespace hearthix::test {
@@ -76,60 +75,41 @@ TEST(StaleData, IsThrownAwayAfterFiveSecondsOfSilence) {
 }
 
 // A gateway whose queue of connections is full leaves the driver waiting for one.
-class SilentGateway : public testing::Test {
-protected:
-    void start() {
-        driver_.emplace(
-            std::vector<std::string>{"IP", "127.0.0.1", host_.port(), "7", "127.0.0.1", gateway_.port()});
-        host_.accept();
-        host_.send(commonMessage('D') + multipacket({{"mcmd", "ping"}}));
-        EXPECT_EQ(host_.next(), log("mySensors debug mode is now: ON"));
-        EXPECT_EQ(host_.next(), multi({{"mcmd", "PSrp"}}));
+struct SilentGateway : testing::Test {
+    void SetUp() override {
+        host.accept();
+        host.send(commonMessage('D') + multipacket({{"mcmd", "ping"}}));
+        EXPECT_EQ(host.until(multi({{"mcmd", "PSrp"}})), Packets{log("mySensors debug mode is now: ON")});
     }
-    // A debug command may come ahead of the driver's own first steps; then they are told, all of them.
-    Packet nextBehindFirstSteps() {
-        Packet packet = host_.next();
-        if (!readable(packet).starts_with("log 4: Hearthix connection successful after: "))
-            return packet;
-        EXPECT_EQ(host_.next(),
-                  log("mySensors making IP connection to (127.0.0.1) port (" + gateway_.port() + ")", 4));
-        EXPECT_EQ(host_.next(), log("mySensors opening IP connection, polling and waiting...", 4));
-        return host_.next();
-    }
-    // The words, a number that is at least the one given, and " ticks."
-    static void expectTicks(const Packet& packet, const std::string& words, int atLeast) {
-        const std::string text = readable(packet);
-        ASSERT_TRUE(text.starts_with("log 4: " + words)) << text;
-        std::size_t end = 0;
-        EXPECT_GE(std::stoi(text.substr(7 + words.size()), &end), atLeast);
-        EXPECT_EQ(text.substr(7 + words.size() + end), " ticks.");
-    }
-
-    FakeHost host_;
-    Listener gateway_{0, 0};
-    Descriptor queued_ = gateway_.connect();
-    std::optional<DriverProcess> driver_;
+    FakeHost host;
+    Listener gateway{0, 0};
+    Descriptor queued = gateway.connect();
+    DriverProcess driver{{"IP", "127.0.0.1", host.port(), "7", "127.0.0.1", gateway.port()}};
 };
 
 TEST_F(SilentGateway, IsGivenUpAfterTenSeconds) {
-    start();
-    expectTicks(nextBehindFirstSteps(), "mySensors Connection failed to open after ", 600);
-    EXPECT_EQ(host_.untilEnd(), Packets{log("IP Open  to 127.0.0.1:" + gateway_.port() + " failed.")});
-    EXPECT_EQ(driver_->end().status, 0);
+    const Packets all = host.untilEnd();
+    ASSERT_GE(all.size(), 2u);
+    const std::string failed = readable(all[all.size() - 2]);
+    const std::string words = "log 4: mySensors Connection failed to open after ";
+    ASSERT_TRUE(failed.starts_with(words) && failed.ends_with(" ticks.")) << failed;
+    EXPECT_GE(std::stoi(failed.substr(words.size())), 600);
+    EXPECT_EQ(all.back(), log("IP Open  to 127.0.0.1:" + gateway.port() + " failed.")); // and no ready text
+    EXPECT_EQ(driver.end().status, 0);
 }
 
 TEST_F(SilentGateway, MayAnswerLate) {
-    start();
-    gateway_.accept();
-    EXPECT_EQ(nextBehindFirstSteps(), log("mySensors Device connection event. ", 4));
-    expectTicks(host_.next(), "mySensors Connection is open after ", 1);
-    EXPECT_EQ(host_.next(), readyText());
+    gateway.accept();
+    host.until(log("mySensors Device connection event. ", 4));
+    const std::string open = readable(host.next());
+    EXPECT_TRUE(open.starts_with("log 4: mySensors Connection is open after ") && open.ends_with(" ticks."))
+        << open;
+    EXPECT_EQ(host.next(), readyText());
 }
 
 TEST_F(SilentGateway, HasNoUseForCommandsYet) {
-    start();
-    host_.send(rawData("x"));
-    const Ending ending = driver_->end();
+    host.send(rawData("x"));
+    const Ending ending = driver.end();
     EXPECT_GT(ending.status, 0);
     EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
 }

@@ -1,47 +1,47 @@
 #include "tests/e2e/DriverModel.hpp"
 
 #include <algorithm>
-#include <set>
 #include <sstream>
 
 namespace hearthix::test {
 
 namespace {
 
-struct VariableType {
-    const char* suffix;
-    bool dimmable;
-    bool readOnly;
-};
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> fields;
+    std::istringstream rest(text + separator);
+    for (std::string field; std::getline(rest, field, separator);)
+        fields.push_back(field);
+    return fields;
+}
 
-constexpr VariableType kTypes[] = {
-    {"TEMP", true, true},     {"HUM", true, true},      {"STATUS", false, false},  {"PERCENT", true, false},
-    {"PRESSURE", true, true}, {"FORECAST", true, true}, {"RAIN", true, true},      {"RATE", true, true},
-    {"WIND", true, true},     {"GUST", true, true},     {"DIRECTION", true, true}, {"UV", true, true},
-    {"WEIGHT", true, true},   {"DISTANCE", true, true}, {"IMPEDE", true, true},    {"ARM", false, false},
-    {"TRIP", false, true},    {"WATTS", true, true},    {"KWH", true, true},       {"SCENE", false, false},
-    {"SCENE", false, false},  {"FAN", true, false},     {"SPEED", true, false},    {"LIGHT", true, true},
-    {"VAR1", true, false},    {"VAR2", true, false},    {"VAR3", true, false},     {"VAR4", true, false},
-    {"VAR5", true, false},    {"WINDOW", false, false}, {"WINDOW", false, false},  {"WINDOW", false, false},
-    {"IR", true, false},      {"IR", true, false},      {"FLOW", true, true},      {"VOLUME", true, true},
-    {"LOCK", false, false},   {"LEVEL", true, true},    {"VOLTAGE", true, true},   {"CURRENT", true, true},
-    {"RGB", true, false},     {"RGBW", true, false},    {"ID", true, false},       {"PREFIX", false, true},
-    {"COOL", true, false},    {"HEAT", true, false}};
-constexpr long kTypeCount = std::size(kTypes);
+// In the order of their numbers; "*" is dimmable, "!" is read-only.
+const std::vector<std::string> kTypes = split("TEMP*! HUM*! STATUS PERCENT* PRESSURE*! FORECAST*! RAIN*! "
+                                              "RATE*! WIND*! GUST*! DIRECTION*! UV*! WEIGHT*! "
+                                              "DISTANCE*! IMPEDE*! ARM TRIP! WATTS*! KWH*! SCENE SCENE FAN* "
+                                              "SPEED* LIGHT*! VAR1* VAR2* VAR3* VAR4* VAR5* "
+                                              "WINDOW WINDOW WINDOW IR* IR* FLOW*! VOLUME*! LOCK LEVEL*! "
+                                              "VOLTAGE*! CURRENT*! RGB* RGBW* ID* PREFIX! COOL* HEAT*",
+                                              ' ');
 
 bool isKnown(long type) {
-    return type >= 0 && type < kTypeCount;
+    return type >= 0 && type < static_cast<long>(kTypes.size());
+}
+
+// Unknown types have both qualities.
+bool has(long type, char quality) {
+    return !isKnown(type) || kTypes[static_cast<std::size_t>(type)].find(quality) != std::string::npos;
 }
 
 std::string suffixOf(long type) {
     const std::string digits = std::to_string(type);
-    return isKnown(type) ? kTypes[type].suffix
+    return isKnown(type) ? split(split(kTypes[static_cast<std::size_t>(type)], '*')[0], '!')[0]
                          : "UNKN" + std::string(digits.size() < 3 ? 3 - digits.size() : 0, '0') + digits;
 }
 
 long typeOf(const std::string& suffix) {
-    for (long type = 0; type < kTypeCount; ++type)
-        if (suffix == kTypes[type].suffix)
+    for (long type = 0; isKnown(type); ++type)
+        if (suffixOf(type) == suffix)
             return type;
     return -1;
 }
@@ -58,14 +58,6 @@ long hexValue(const std::string& text) {
 
 bool isNumber(const std::string& text) {
     return !text.empty() && text.find_first_not_of("-.0123456789") == std::string::npos;
-}
-
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> fields;
-    std::istringstream rest(text + separator);
-    for (std::string field; std::getline(rest, field, separator);)
-        fields.push_back(field);
-    return fields;
 }
 
 long number(const std::string& text) {
@@ -114,8 +106,7 @@ void DriverModel::setMessage(const Fields& fields, Effects& out) {
         tell(out, "creating Hearthix Unit for " + address);
         for (int i = 0; i < 2 && !isKnown(type); ++i)
             tell(out, unknown);
-        out.host.push_back(newUnit(root, suffixOf(type), !isKnown(type) || kTypes[type].dimmable,
-                                   !isKnown(type) || kTypes[type].readOnly));
+        out.host.push_back(newUnit(root, suffixOf(type), has(type, '*'), has(type, '!')));
         endpoint.types.push_back(type);
     }
     endpoint.battery = endpoints_[hexByte(node) + "FF"].battery;
@@ -126,9 +117,8 @@ void DriverModel::setMessage(const Fields& fields, Effects& out) {
     }
     if (!isKnown(type))
         tell(out, unknown);
-    out.host.push_back(!isKnown(type) || kTypes[type].dimmable
-                           ? setValue(address, value, battery)
-                           : onOff(std::stod(value) == 0 ? "ON" : "OFF", address, battery));
+    out.host.push_back(has(type, '*') ? setValue(address, value, battery)
+                                      : onOff(std::stod(value) == 0 ? "ON" : "OFF", address, battery));
 }
 
 void DriverModel::batteryMessage(const Fields& fields, Effects& out) {
@@ -154,10 +144,7 @@ void DriverModel::internalMessage(const Fields& fields, Effects& out) {
     switch (number(fields[4])) {
     case 0: return batteryMessage(fields, out);
     case 2: return tell(out, "mySensors gateway reports version: " + text);
-    case 3:
-        waiting_ = fields[0] + ";" + fields[1];
-        out.host.push_back(multi({{"mcmd", "getUnits"}}));
-        return;
+    case 3: out.host.push_back(multi({{"mcmd", "getUnits"}})); return;
     case 6: {
         const std::string line = fields[0] + ";" + fields[1] + ";3;0;6;I";
         out.gateway += line + "\n";
@@ -215,27 +202,6 @@ Effects DriverModel::hostSends(const std::string& word, const std::string& addre
                              found->second.substr(1);
     tell(out, "outgoing command (" + line + ")");
     out.gateway = line + "\n";
-    return out;
-}
-
-Effects DriverModel::unitsCome(const std::vector<std::string>& addresses) {
-    Effects out;
-    if (waiting_.empty())
-        return out;
-    std::set<long> taken;
-    for (const std::string& address : addresses)
-        taken.insert(hexValue(address.substr(0, 2)));
-    long id = taken.empty() ? 1 : *taken.rbegin() + 1;
-    const bool outOfRange = id > 253;
-    for (long free = 1; outOfRange && free <= 254; ++free)
-        if (!taken.contains(free))
-            id = free;
-    if (id == 254) {
-        tell(out, "node requests new ID but all slots are full.");
-        return out;
-    }
-    tell(out, "responding to node ID request with ID: " + std::to_string(id));
-    out.gateway = std::exchange(waiting_, "") + ";3;0;4;" + std::to_string(id) + "\n";
     return out;
 }
 

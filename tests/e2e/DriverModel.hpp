@@ -5,7 +5,6 @@
 #include "tests/support/Conversation.hpp"
 
 #include <map>
-#include <memory>
 
 namespace hearthix::test {
 
@@ -14,9 +13,6 @@ public:
     // A line without its end.
     Effects gatewaySays(const std::string& line);
     Effects hostSends(const std::string& word, const std::string& address, const std::string& value);
-    // The addresses of a unit list.
-    Effects unitsCome(const std::vector<std::string>& addresses);
-    // A child's battery level ends a driver that doesn't know the child.
     bool knows(const std::string& root) const { return endpoints_.contains(root); }
 
 private:
@@ -36,7 +32,6 @@ private:
     void internalMessage(const Fields& fields, Effects& out);
 
     std::map<std::string, Endpoint> endpoints_;
-    std::string waiting_; // the node and child that asked for an ID
 };
 
 } // namespace hearthix::test

@@ -1,6 +1,5 @@
 // Lines that make no unit: what a gateway and its nodes tell and ask, and what is no line at all.
 #include "tests/support/Conversation.hpp"
-#include "tests/support/Kbdb.hpp"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +21,6 @@ TEST(GatewayLines, AreToldToTheHost) {
         {"-1;300;0;x;99;", {log("presentation packet from node: FF2C ()")}},
         {"0;0;3;0;2;2.3.2", {log("mySensors gateway reports version: 2.3.2")}},
         {"12;3;3;0;6;0", {log("sending config to node: 12;3;3;0;6;I")}, "12;3;3;0;6;I\n"},
-        {"300;255;3;0;6;", {log("sending config to node: 300;255;3;0;6;I")}, "300;255;3;0;6;I\n"},
         {"0;255;3;0;9;hello", {log("Gateway Message: hello")}},
         {"5;255;3;0;9;hello", {log("Node Message: (05) hello")}},
         {"5;255;3;0;11;Weather", {log("node (05) sketch name: Weather")}},
@@ -54,42 +52,35 @@ TEST(GatewayLines, AreToldToTheHost) {
 TEST(GatewayLines, AreTakenApartInDebugMode) {
     struct Case {
         const char* line;
-        const char* details;
+        const char* place;
+        const char* kind;
         Packets host;
     };
     const Case cases[] = {
         {"0;255;3;0;14;ok",
-         "nodeID=0(00) childID=255(FF) messageType=3(internal) ack=0(normal message) SubType=14(gateway "
-         "reports "
-         "ready) PayLoad=ok ( 6F 6B)",
+         "nodeID=0(00) childID=255(FF) messageType=3(internal) ack=0(normal message) ",
+         "SubType=14(gateway reports ready) PayLoad=ok ( 6F 6B)",
          {log("Gateway Ready: ok")}},
         {"300;3;0;1;36;a",
-         "nodeID=300(2C) childID=3(03) messageType=0(presentation) ack=1(ack response) "
-         "SubType=36(presenting: "
-         "Unknown 036) PayLoad=a ( 61)",
+         "nodeID=300(2C) childID=3(03) messageType=0(presentation) ack=1(ack response) ",
+         "SubType=36(presenting: Unknown 036) PayLoad=a ( 61)",
          {log("presentation packet from node: 2C03 (a)")}},
         {"5;255;1;2;21;",
-         "nodeID=5(05) childID=255(FF) messageType=1(SET value) ack=2(unknown) SubType=21(setting variable "
-         "type: "
-         "FAN) PayLoad= ()",
+         "nodeID=5(05) childID=255(FF) messageType=1(SET value) ack=2(unknown) ",
+         "SubType=21(setting variable type: FAN) PayLoad= ()",
          {log("creating unit at node level for node: 05"), log("creating unit at node level for node: 05"),
           log("node 05 received a node level message that wasn't an internal command: ")}},
         {"5;3;2;0;46;",
-         "nodeID=5(05) childID=3(03) messageType=2(REQuest value) ack=0(normal message) SubType=46(getting "
-         "variable "
-         "type: UNKN046) PayLoad= ()",
+         "nodeID=5(05) childID=3(03) messageType=2(REQuest value) ack=0(normal message) ",
+         "SubType=46(getting variable type: UNKN046) PayLoad= ()",
          {log("unhandled command (5;3;2;0;46;)")}},
-        {"5;3;4;0;0;\x05",
-         "nodeID=5(05) childID=3(03) messageType=4(stream) ack=0(normal message) SubType=0(stream packet) "
-         "PayLoad=\x05 ( 05)",
-         {log("unhandled command (5;3;4;0;0;\x05)")}},
-        {"5;3;9;0;0;z",
-         "nodeID=5(05) childID=3(03) messageType=9(unknown) ack=0(normal message) SubType=0(unknown) "
-         "PayLoad=z ( 7A)",
-         {log("unhandled command (5;3;9;0;0;z)")}},
+        {"5;3;9;0;0;\x05",
+         "nodeID=5(05) childID=3(03) messageType=9(unknown) ack=0(normal message) ",
+         "SubType=0(unknown) PayLoad=\x05 ( 05)",
+         {log("unhandled command (5;3;9;0;0;\x05)")}},
         {"5;255;3;0;7;0",
-         "nodeID=5(05) childID=255(FF) messageType=3(internal) ack=0(normal message) SubType=7(find parent) "
-         "PayLoad=0 ( 30)",
+         "nodeID=5(05) childID=255(FF) messageType=3(internal) ack=0(normal message) ",
+         "SubType=7(find parent) PayLoad=0 ( 30)",
          {log("unhandled command: 5;255;3;0;7;0")}},
     };
     Conversation talk;
@@ -101,7 +92,8 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
     };
     for (const Case& c : cases) {
         const std::string line = c.line;
-        Packets expected{readFromPort(line), log("mySensors packet received (" + line + ")"), log(c.details)};
+        Packets expected{readFromPort(line), log("mySensors packet received (" + line + ")"),
+                         log(std::string(c.place) + c.kind)};
         expected.insert(expected.end(), c.host.begin(), c.host.end());
         EXPECT_EQ(talk.gatewaySays(line + "\r\n"), effects(expected)) << line;
     }
@@ -122,93 +114,6 @@ TEST(GatewayLines, ATimeRequestIsAnsweredWithTheLocalClock) {
     EXPECT_GE(std::stoll(seconds), before);
     EXPECT_LE(std::stoll(seconds), after);
     EXPECT_EQ(seconds, std::to_string(std::stoll(seconds)) + "\n");
-}
-
-std::vector<std::string> unitsOf(int first, int last, std::vector<std::string> more = {}) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    for (int node = first; node <= last; ++node)
-        more.push_back(std::string{kDigits[node >> 4], kDigits[node & 15]} + "03.TEMP");
-    return more;
-}
-
-TEST(NodeIds, FollowTheHostsUnits) {
-    struct Case {
-        const char* name;
-        std::vector<std::string> addresses;
-        int id; // 0 when all slots count as full
-    };
-    const Case cases[] = {
-        {"no units", {}, 1},
-        {"highest plus one", {"0203.TEMP", "0103.TEMP", "0104.HUM"}, 3},
-        {"gaps stay", {"01FF", "FC00.TEMP"}, 253},
-        {"253 fills the range", {"0100.TEMP", "FD00.TEMP"}, 0},
-        {"254 reuses the highest gap", {"0100.TEMP", "FE00.TEMP"}, 253},
-        {"254 and lower gaps", unitsOf(100, 254, {"0100.TEMP"}), 99},
-        {"254 and none free", unitsOf(1, 254), 255},
-        {"255 alone", {"FF00.TEMP"}, 0},
-        {"255 and 254", {"FF00.TEMP", "FE00.TEMP", "FD00.TEMP"}, 252},
-        {"255 and none free", unitsOf(1, 255), 256},
-        {"foreign addresses", {"ZZ00.TEMP", "A", "", "lamp"}, 11},
-        {"small letters", {"0b00.temp"}, 12},
-    };
-    const Packet getUnits = multi({{"mcmd", "getUnits"}});
-    for (const ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
-        Conversation talk;
-        for (const Case& c : cases) {
-            EXPECT_EQ(talk.gatewaySays("255;254;3;0;3;\n"), effects({getUnits})) << c.name;
-            const std::string id = std::to_string(c.id);
-            const Effects expected = c.id == 0
-                                         ? effects({log("node requests new ID but all slots are full.")})
-                                         : effects({log("responding to node ID request with ID: " + id)},
-                                                   "255;254;3;0;4;" + id + "\n");
-            EXPECT_EQ(talk.hostSends(unitsPacket(unitList(c.addresses, order))), expected) << c.name;
-        }
-        EXPECT_EQ(talk.hostSends(unitsPacket(unitList({"0100.TEMP"}, order))), Effects{}) << "nobody asked";
-    }
-}
-
-TEST(NodeIds, AreGivenWhateverTheHostSends) {
-    const std::string known = "O" + std::string("\4\0\0\0unit", 8) + document({{"Address", "0503.TEMP"}}, {});
-    const std::string cutUnit = "O" + std::string("\4\0\0\0unitKbd", 11);
-    const Packet noData = log("Hearthix sent no valid data in response to asking for units");
-    struct Case {
-        const char* name;
-        std::string packet;
-        Packets ahead;
-        const char* id;
-    };
-    const Case cases[] = {
-        {"no data", multipacket({{"mcmd", "SETUNITS"}}), {}, "1"},
-        {"no document", unitsPacket("<xml/>"), {}, "1"},
-        {"a newer version", unitsPacket("kbdbBL  " + known), {noData}, "1"},
-        {"capitals, no end", unitsPacket("KBDBAL  \x01" + known), {}, "6"},
-        {"a unit breaks off", unitsPacket("KbdbAL  " + known + cutUnit), {noData}, "6"},
-        {"an unknown byte order keeps the parent's",
-         unitsPacket(
-             document({}, {{"unit", document({{"Address", "07"}}, {}, static_cast<ByteOrder>('?'))}})),
-         {log("read error unable to get byte order")},
-         "8"},
-    };
-    Conversation talk;
-    talk.hostSends(multipacket({{"mcmd", "debug"}, {"Valu", "false"}}));
-    for (const Case& c : cases) {
-        talk.gatewaySays("255;255;3;0;3;\n");
-        Effects expected = effects(c.ahead, "255;255;3;0;4;" + std::string(c.id) + "\n");
-        expected.host.push_back(log("responding to node ID request with ID: " + std::string(c.id)));
-        EXPECT_EQ(talk.hostSends(c.packet), expected) << c.name;
-    }
-}
-
-TEST(NodeIds, TheLatestRequestIsServedAndServedOnce) {
-    const Packet getUnits = multi({{"mcmd", "getUnits"}});
-    const std::string units = unitsPacket(unitList({"0100.TEMP"}));
-    Conversation talk;
-    EXPECT_EQ(talk.gatewaySays("255;255;3;0;3;\n9;8;3;0;3;\n"), effects({getUnits, getUnits}));
-    talk.debug = true;
-    talk.hostSends(commonMessage('D'));
-    EXPECT_EQ(talk.hostSends(units + units),
-              effects({log("set ID packet: 9;8;3;0;4;2"), log("responding to node ID request with ID: 2")},
-                      "9;8;3;0;4;2\n"));
 }
 
 } // namespace

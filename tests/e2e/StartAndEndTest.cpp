@@ -58,7 +58,7 @@ TEST(Start, ArgumentsAreReadLeniently) {
         FakeGateway gateway(Transport::tcp);
         std::vector<std::string> arguments{c.transport, c.address, host.port() + c.portSuffix, c.id};
         arguments.insert(arguments.end(), c.extra.begin(), c.extra.end());
-        arguments.insert(arguments.end(), {"127.0.0.1", " " + gateway.listener().port() + c.portSuffix});
+        arguments.insert(arguments.end(), {"127.0.0.1", " " + gateway.port() + c.portSuffix});
         const DriverProcess driver(arguments);
         EXPECT_EQ(host.accept(), c.id);
         gateway.accept();

@@ -4,7 +4,11 @@
 
 #include "tests/support/Stream.hpp"
 
+#include <cstdlib>
+#include <stdexcept>
 #include <vector>
+
+#include <fcntl.h>
 
 namespace hearthix::test {
 
@@ -12,11 +16,31 @@ enum class Transport { tcp, serial };
 
 class FakeGateway {
 public:
-    explicit FakeGateway(Transport transport);
-    // The command line that leads a driver here, with the host's place in the middle.
-    std::vector<std::string> arguments(const std::string& hostPort, const std::string& id = "7") const;
+    explicit FakeGateway(Transport transport) {
+        if (transport == Transport::tcp)
+            return;
+        Descriptor ours(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+        char name[128];
+        if (grantpt(ours.get()) != 0 || unlockpt(ours.get()) != 0 ||
+            ptsname_r(ours.get(), name, sizeof name) != 0)
+            throw std::runtime_error("no pseudo-terminal");
+        device_ = name;
+        stream_ = Stream(std::move(ours));
+    }
+
+    // The command line that leads a driver here.
+    std::vector<std::string> arguments(const std::string& hostPort, const std::string& id = "7") const {
+        if (device_.empty())
+            return {"IP", "127.0.0.1", hostPort, id, "127.0.0.1", listener_.port()};
+        return {device_, "127.0.0.1", hostPort, id};
+    }
+
     // Waits for the driver; a terminal is there from the start.
-    void accept();
+    void accept() {
+        if (device_.empty())
+            stream_ = listener_.accept();
+    }
+
     void say(std::string_view bytes) { stream_.write(bytes); }
     // What the driver sends up to this line, without it.
     std::string hearUntil(std::string_view line) { return stream_.readThrough(line); }
@@ -24,7 +48,7 @@ public:
     bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
     void hangUp() { stream_.close(); }
-    Listener& listener() { return listener_; }
+    std::string port() const { return listener_.port(); }
     // The terminal device, and its end on this side.
     const std::string& device() const { return device_; }
     int terminal() const { return stream_.descriptor(); }

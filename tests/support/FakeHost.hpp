@@ -5,20 +5,52 @@
 #include "tests/support/Packets.hpp"
 #include "tests/support/Stream.hpp"
 
+#include <stdexcept>
+
 namespace hearthix::test {
 
 class FakeHost {
 public:
     explicit FakeHost(int receiveBuffer = 0) : listener_(receiveBuffer) {}
     std::string port() const { return listener_.port(); }
+
     // Waits for the driver and returns the connection ID of its opening line.
-    std::string accept();
+    std::string accept() {
+        stream_ = listener_.accept();
+        const std::string line = stream_.readThrough("\r");
+        if (!line.starts_with("MYSENSORS:"))
+            throw std::runtime_error("no opening line: " + readable(line));
+        return line.substr(10);
+    }
+
     void send(std::string_view bytes) { stream_.write(bytes); }
-    Packet next();
+
+    Packet next() {
+        std::size_t length = 0;
+        while ((length = packetLength(stream_.pending())) == 0 || stream_.pending().size() < length)
+            stream_.await();
+        return {stream_.read(length)};
+    }
+
     // All packets up to this one, without it.
-    Packets until(const Packet& last);
-    // All packets up to the end of the connection.
-    Packets untilEnd();
+    Packets until(const Packet& last) {
+        Packets packets;
+        for (Packet packet = next(); packet != last; packet = next())
+            packets.push_back(std::move(packet));
+        return packets;
+    }
+
+    // All packets up to the end of the connection; one that is cut off counts as one.
+    Packets untilEnd() {
+        Packets packets;
+        std::string rest = stream_.readToEnd();
+        while (!rest.empty()) {
+            packets.push_back({rest.substr(0, packetLength(rest + "\1\1"))});
+            rest.erase(0, packets.back().bytes.size());
+        }
+        return packets;
+    }
+
     bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
     void hangUp() { stream_.close(); }

@@ -8,12 +8,13 @@ namespace hearthix::test {
 
 namespace {
 
-constexpr unsigned char kLittleEndian = 128;
-
-std::string sixteenBits(std::size_t value, bool littleEndian) {
-    const char low = static_cast<char>(value & 255);
-    const char high = static_cast<char>(value >> 8 & 255);
-    return littleEndian ? std::string{low, high} : std::string{high, low};
+std::string number(std::size_t value, std::size_t width, bool littleEndian) {
+    std::string bytes;
+    for (std::size_t i = 0; i < width; ++i)
+        bytes += static_cast<char>(value >> 8 * i & 255);
+    if (!littleEndian)
+        std::reverse(bytes.begin(), bytes.end());
+    return bytes;
 }
 
 std::size_t byteAt(std::string_view bytes, std::size_t place) {
@@ -26,14 +27,8 @@ std::string asCommon(char header, std::string body) {
     return std::string{header, static_cast<char>(body.size() + 2)} + body;
 }
 
-std::string readableEntries(std::string_view entries) {
-    std::string text;
-    while (entries.size() >= 6) {
-        const std::size_t length = byteAt(entries, 4) + 256 * byteAt(entries, 5);
-        text += ' ' + readable(entries.substr(0, 4)) + '=' + readable(entries.substr(6, length));
-        entries.remove_prefix(std::min(entries.size(), 6 + length));
-    }
-    return text + (entries.empty() ? "" : " rest " + readable(entries));
+std::string counted(const std::string& bytes, ByteOrder order) {
+    return number(bytes.size(), 4, order != ByteOrder::big) + bytes;
 }
 
 } // namespace
@@ -41,8 +36,8 @@ std::string readableEntries(std::string_view entries) {
 std::string multipacket(const Entries& entries, unsigned char flags) {
     std::string body;
     for (const auto& [key, value] : entries)
-        body += key + sixteenBits(value.size(), (flags & kLittleEndian) != 0) + value;
-    return 'J' + sixteenBits(body.size() + 4, true) + static_cast<char>(flags) + body;
+        body += key + number(value.size(), 2, flags >= 128) + value;
+    return 'J' + number(body.size() + 4, 2, true) + static_cast<char>(flags) + body;
 }
 
 std::string commonMessage(char command, unsigned char flags, char header) {
@@ -51,9 +46,8 @@ std::string commonMessage(char command, unsigned char flags, char header) {
 }
 
 std::string rawData(std::string_view data) {
-    return asCommon('X', "a\x40LX\x40"
-                         "0X" +
-                             std::string(1, static_cast<char>(data.size())) + std::string(data));
+    const char length = static_cast<char>(data.size());
+    return asCommon('X', std::string("a\x40LX\x40\x30X") + length + std::string(data));
 }
 
 Packet log(std::string_view text, char level) {
@@ -81,47 +75,65 @@ Packet batteryOnly(const std::string& address, const std::string& battery) {
 }
 
 Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable, bool readOnly) {
+    const auto word = [](bool value) { return value ? "true" : "False"; };
     return multi({{"mcmd", "NewU"},
                   {"addr", root + "." + suffix},
                   {"Name", "(" + root + ") " + suffix},
-                  {"Dimm", dimmable ? "true" : "False"},
-                  {"RdNL", readOnly ? "true" : "False"},
+                  {"Dimm", word(dimmable)},
+                  {"RdNL", word(readOnly)},
                   {"List", "My Sensors"}});
 }
 
 std::size_t packetLength(std::string_view stream) {
     if (stream.size() < 3)
         return 0;
-    if (stream[0] == 'L')
-        return byteAt(stream, 1);
-    if (stream[0] == 'J')
-        return byteAt(stream, 1) + 256 * byteAt(stream, 2);
-    throw std::runtime_error("no packet starts like this: " + readable(stream.substr(0, 200)));
+    if (stream[0] != 'L' && stream[0] != 'J')
+        throw std::runtime_error("no packet starts like this: " + readable(stream.substr(0, 200)));
+    return byteAt(stream, 1) + (stream[0] == 'J' ? 256 * byteAt(stream, 2) : 0);
 }
 
 std::string readable(std::string_view bytes) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
-    for (const char c : bytes) {
-        const unsigned char value = static_cast<unsigned char>(c);
-        if (value >= ' ' && value < 127)
+    for (const char c : bytes)
+        if (c >= ' ' && c < 127)
             text += c;
         else
-            text += std::string{'\\', kDigits[value >> 4], kDigits[value & 15]};
-    }
+            text += std::string{'\\', kDigits[c >> 4 & 15], kDigits[c & 15]};
     return text;
 }
 
 std::string readable(const Packet& packet) {
     const std::string_view bytes = packet.bytes;
-    if (bytes.size() >= 3 && bytes[0] == 'L')
-        return "log " + std::to_string(byteAt(bytes, 2)) + ": " + readable(bytes.substr(3));
-    return readable(bytes.substr(0, 4)) +
-           readableEntries(bytes.substr(std::min<std::size_t>(4, bytes.size())));
+    if (bytes.size() < 3 || bytes[0] != 'L')
+        return readable(bytes);
+    return "log " + std::to_string(byteAt(bytes, 2)) + ": " + readable(bytes.substr(3));
 }
 
 void PrintTo(const Packet& packet, std::ostream* out) {
     *out << "\n    " << readable(packet);
+}
+
+std::string document(const Entries& values, const Entries& children, ByteOrder order) {
+    std::string bytes = "KbdbA" + std::string{static_cast<char>(order), ' ', ' '};
+    for (const auto& [key, value] : values)
+        bytes += 'V' + counted(key, order) + counted(value, order);
+    for (const auto& [name, child] : children)
+        bytes += 'O' + counted(name, order) + child;
+    return bytes + 'E';
+}
+
+std::string unitsPacket(const std::string& document) {
+    return multipacket({{"mcmd", "setUnits"}, {"DATA", document}});
+}
+
+std::string unitsPacket(const std::vector<std::string>& addresses, ByteOrder order) {
+    const Entries foreign{{"Address", "F000.TEMP"}};
+    const Entries inner{{"unit", document(foreign, {}, order)}};
+    Entries children{{"scene", document(foreign, {}, order)}};
+    for (const std::string& address : addresses)
+        children.emplace_back("unit", document({{"Name", "lamp"}, {"Address", address}}, inner, order));
+    return unitsPacket(document(foreign, children, order));
 }
 
 } // namespace hearthix::test

@@ -1,6 +1,6 @@
-// The host's side of the wire, written down once more and on purpose without the driver's own code: what the
-// host sends as builders of whole packets, what the driver sends as packets that compare byte for byte and
-// print as text. Lengths and 16-bit numbers are cut to their fields without a check, so that tests can lie.
+// The host's side of the wire, told once more and on purpose without the driver's own code: builders of what
+// the host sends, and packets of what the driver sends, which compare byte for byte and print as text.
+// Lengths are cut to their fields without a check, so that tests can lie.
 #pragma once
 
 #include <iosfwd>
@@ -28,22 +28,28 @@ std::string commonMessage(char command, unsigned char flags = 64, char header = 
 // A common message whose data the driver passes to the gateway.
 std::string rawData(std::string_view data);
 
-// What the driver sends.
+// What the driver sends: log lines, the value commands of a unit, its battery level alone, its creation.
 Packet log(std::string_view text, char level = 2);
 Packet multi(const Entries& entries);
-
-// The value command of a unit, and the report of its battery level alone.
 Packet setValue(const std::string& address, const std::string& value, const std::string& battery = "0");
 Packet onOff(const std::string& word, const std::string& address, const std::string& battery = "0");
 Packet describe(const std::string& address, const std::string& text, const std::string& battery = "0");
 Packet batteryOnly(const std::string& address, const std::string& battery);
 Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable, bool readOnly);
 
-// The bytes of the first packet's length, or 0 while the header isn't there.
+// The length of the packet at the start of a stream, or 0 while its header isn't all there.
 std::size_t packetLength(std::string_view stream);
 
 std::string readable(std::string_view bytes);
 std::string readable(const Packet& packet);
 void PrintTo(const Packet& packet, std::ostream* out);
+
+// The host's documents: values, then named documents inside, in either byte order.
+enum class ByteOrder : char { little = 'L', big = 'B' };
+std::string document(const Entries& values, const Entries& children, ByteOrder order = ByteOrder::little);
+
+// The answer to "getUnits": a document as it stands, or one with a unit an address and other things between.
+std::string unitsPacket(const std::string& document);
+std::string unitsPacket(const std::vector<std::string>& addresses, ByteOrder order = ByteOrder::little);
 
 } // namespace hearthix::test

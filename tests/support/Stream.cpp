@@ -60,7 +60,9 @@ void Stream::write(std::string_view bytes) {
     while (!bytes.empty()) {
         if (!waitFor(descriptor(), POLLOUT, kPatience))
             throw std::runtime_error("the driver takes no bytes");
-        const ssize_t count = ::write(descriptor(), bytes.data(), bytes.size());
+        ssize_t count = send(descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count < 0 && errno == ENOTSOCK) // a terminal
+            count = ::write(descriptor(), bytes.data(), bytes.size());
         if (count < 0 && errno != EAGAIN)
             check(-1, "write");
         bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
@@ -87,31 +89,24 @@ void Stream::await() {
         throw std::runtime_error("the driver has closed; unread: " + readable(pending().substr(0, kShown)));
 }
 
-std::string Stream::take(std::size_t count) {
-    std::string bytes(pending().substr(0, count));
-    start_ += bytes.size();
-    return bytes;
+std::string Stream::read(std::size_t count) {
+    while (pending().size() < count)
+        await();
+    start_ += count;
+    return pending_.substr(start_ - count, count);
 }
 
 std::string Stream::readThrough(std::string_view mark) {
     std::size_t place = 0;
     while ((place = pending().find(mark)) == std::string_view::npos)
         await();
-    std::string bytes = take(place);
-    take(mark.size());
-    return bytes;
-}
-
-std::string Stream::read(std::size_t count) {
-    while (pending().size() < count)
-        await();
-    return take(count);
+    return read(place + mark.size()).substr(0, place);
 }
 
 std::string Stream::readToEnd() {
     while (receive()) {
     }
-    return take(pending().size());
+    return read(pending().size());
 }
 
 bool Stream::hasNews(std::chrono::milliseconds limit) {

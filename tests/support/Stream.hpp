@@ -1,4 +1,4 @@
-// One end of a byte stream whose other end is the driver. Everything waits, nothing waits for ever: a peer
+// One end of a byte stream whose other end is the driver. Everything waits, nothing waits for ever: a driver
 // that is silent for kPatience raises std::runtime_error with what had come until then.
 #pragma once
 
@@ -28,26 +28,23 @@ private:
 class Stream {
 public:
     Stream() = default;
-    // Takes the descriptor over and makes it non-blocking.
     explicit Stream(Descriptor descriptor);
 
     void write(std::string_view bytes);
+    std::string read(std::size_t count);
     // Everything up to the first mark, without it.
     std::string readThrough(std::string_view mark);
-    std::string read(std::size_t count);
-    // Everything up to the end of the stream.
     std::string readToEnd();
-    // Whether a byte arrives, or the end, within the time given.
-    bool hasNews(std::chrono::milliseconds limit);
-    // What has come and wasn't read yet; grows by at least a byte with each call of await.
+    // What has come and wasn't read yet; await waits for more of it.
     std::string_view pending() const { return std::string_view(pending_).substr(start_); }
     void await();
+    // Whether a byte or the end arrives within the time given.
+    bool hasNews(std::chrono::milliseconds limit);
     void close() { descriptor_.close(); }
     int descriptor() const { return descriptor_.get(); }
 
 private:
     bool receive();
-    std::string take(std::size_t count);
 
     Descriptor descriptor_;
     std::string pending_;
