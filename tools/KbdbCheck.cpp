@@ -46,7 +46,9 @@ private:
 
     bool takeHeader() {
         const std::string_view header = bytes_.substr(at_, kHeaderSize);
-        if (!RuntimeStringCompare(header.substr(0, kMagicSize), kKbdbMagic))
+        const std::string_view magic = header.substr(0, kMagicSize);
+        if (magic.empty() ||
+            !RuntimeStringCompare(magic, std::string_view(kKbdbMagic).substr(0, magic.size())))
             return failAtMagic();
         if (header.size() < kHeaderSize)
             return fail(bytes_.size(), "the file ends inside a document's header");

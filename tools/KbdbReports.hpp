@@ -21,7 +21,7 @@ int finish();
 // Every value and child of a tree: the text of CXML::saveToReadableString, but indented no deeper than
 // kDeepestIndent levels; what stands below tells its level instead.
 void reportTree(const CXML& root);
-inline constexpr std::size_t kDeepestIndent = 32;
+inline constexpr std::size_t kDeepestIndent = 16;
 
 // The "unit" containers at the root, one a line, and which node IDs from 1 to 254 their addresses take.
 void reportUnits(const CXML& root);

@@ -3,19 +3,50 @@
 #include "runtime/Exceptions.hpp"
 #include "shell/Logging.hpp"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <set>
 
-#include <stdlib.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace tests = hearthix::testing;
 
 void hearthix::HearthixSupport::WriteLog(const String& message) {
-    testing::logged.emplace_back(message.view());
+    tests::logged.emplace_back(message.view());
+}
+
+// The program's own definitions come ahead of the C library's.
+extern "C" int fsync(int descriptor) {
+    tests::calls += "sync ";
+    errno = EIO;
+    return tests::failSync ? -1 : static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+extern "C" int renameat2(int from, const char* old, int to, const char* fresh, unsigned flags) noexcept {
+    tests::calls += "exchange ";
+    errno = EINVAL;
+    return tests::failExchange ? -1 : static_cast<int>(syscall(SYS_renameat2, from, old, to, fresh, flags));
+}
+
+void* operator new(std::size_t size) {
+    tests::largestAllocation = std::max(tests::largestAllocation, size);
+    if (void* memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
 }
 
 namespace hearthix::testing {
-
-std::vector<std::string> logged;
 
 std::string bytesOf(const std::string& hex) {
     std::string digits = hex;
@@ -56,6 +87,15 @@ bool loadRaises(CXML& document, std::string_view bytes) {
     }
 }
 
+std::string textOf(const CXML& document) {
+    std::string text;
+    for (Integer i = 0; i < document.GetKeyCount(); ++i)
+        text += plain(document.GetKeyByIndex(i)) + "=" + plain(document.Values->ValueAt(i).asString()) + " ";
+    for (std::int64_t i = 1; i <= document.Containers.Ubound(); ++i)
+        text += plain(document.Containers[i]->Name) + "{" + textOf(*document.Containers[i]) + "} ";
+    return text;
+}
+
 std::string readFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -67,6 +107,8 @@ void writeFile(const std::filesystem::path& path, std::string_view bytes) {
 
 DocumentTest::DocumentTest() {
     logged.clear();
+    calls.clear();
+    failSync = failExchange = false;
     std::string pattern = (std::filesystem::temp_directory_path() / "document-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("no folder for the test");

@@ -1,4 +1,4 @@
-// What the tests of documents share: bytes in hexadecimal, trees in one line, the log, a folder of their own.
+// What the tests of documents share: bytes in hexadecimal, trees in one line, faults, a folder of their own.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -30,17 +30,21 @@ Ref<CXML> node(const std::string& name, const Pairs& values, const std::vector<R
 Ref<CXML> nested(std::size_t levels);
 // Loads from bytes; true when that raised.
 bool loadRaises(CXML& document, std::string_view bytes);
-// Every name and value of the tree.
-inline std::string textOf(const CXML& document) {
-    return plain(document.getAsDebugData());
-}
-
+// The tree in one line: "a=1 unit{b=2 } ".
+std::string textOf(const CXML& document);
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, std::string_view bytes);
-// The lines logged in this test so far.
-extern std::vector<std::string> logged;
 
-// A clean log and a folder that goes with the test.
+// The lines logged in this test so far.
+inline std::vector<std::string> logged;
+// Between the code under test and the system: the calls that make a saved file last ("sync ", "exchange "),
+// whether they fail, and the largest single allocation since this was last set to 0.
+inline std::string calls;
+inline bool failSync = false;
+inline bool failExchange = false;
+inline std::size_t largestAllocation = 0;
+
+// A clean log, a sound system, and a folder that goes with the test.
 class DocumentTest : public ::testing::Test {
 protected:
     DocumentTest();

@@ -1,13 +1,38 @@
-#include "tests/document/KbdbProcess.hpp"
+// kbdb as a person runs it, and the page that describes the format.
+#include "tests/document/DocumentTest.hpp"
+
+#include <cstdlib>
+#include <fstream>
 
 #include <sys/stat.h>
 
 namespace hearthix::testing {
 namespace {
 
-class Kbdb : public KbdbTest {
+class Kbdb : public DocumentTest {
 protected:
-    // A step of a story: the words, the exit status, and the output or, of a failure, words of the complaint.
+    struct Run {
+        std::string status; // as the shell tells it
+        std::string output;
+        std::string complaint;
+    };
+    // In the test's folder. The output goes to a file, or where the shell's redirection says.
+    Run run(const std::vector<std::string>& words, const std::string& redirection = "") const {
+        const std::string aside = folder.string() + ".";
+        std::string command = "cd " + folder.string() + "; { timeout 60 " + KBDB_PROGRAM;
+        for (const std::string& word : words)
+            command.append(" '").append(word).append("'");
+        command += " 2>" + aside + "err; echo $? >" + aside + "status; } ";
+        command += redirection.empty() ? ">" + aside + "out" : redirection;
+        EXPECT_GE(std::system(command.c_str()), 0);
+        const Run done{readFile(aside + "status").substr(0, 1), readFile(aside + "out"),
+                       readFile(aside + "err")};
+        for (const char* file : {"out", "err", "status"})
+            std::filesystem::remove(aside + file);
+        return done;
+    }
+
+    // A step of a story: the words, the status, and the output or, of a failure, words of the complaint.
     struct Step {
         std::vector<std::string> words;
         const char* status;
@@ -26,6 +51,21 @@ protected:
 };
 
 TEST_F(Kbdb, EditsADocument) {
+    const std::string units = "0A03.TEMP    Name=Kitchen  Value=21.5\n"
+                              "0103.V_LONG  Name=a=b      Value=\n"
+                              "0b00.HUM\n"
+                              "FE00.HUM\n"
+                              "units: 4\n"
+                              "node IDs taken: 4: 1, 10-11, 254\n"
+                              "node IDs free: 250: 2-9, 12-253\n";
+    const std::string shown = "(1) value keys\n"
+                              "    Name=K\u00fcche\n"
+                              "    Container: unit (3) value keys\n"
+                              "        Address=0103.V_LONG\n"
+                              "        Name=a=b\n"
+                              "        Value=\n"
+                              "    Container: unit (1) value keys\n"
+                              "        Address=0b00.HUM\n";
     tell({
         {{"new", "d"}, "0", ""},
         {{"new", "d"}, "1", "kbdb: d: is there already. "},
@@ -41,19 +81,11 @@ TEST_F(Kbdb, EditsADocument) {
         {{"add-unit", "d", "0b00.HUM"}, "0", ""},
         {{"add-unit", "d", "FE00.HUM"}, "0", ""},
         {{"add-unit", "d", "0a03.temp"}, "1", "kbdb: d: the unit 0a03.temp is there already. "},
-        {{"units", "d"},
-         "0",
-         "0A03.TEMP    Name=Kitchen  Value=21.5\n0103.V_LONG  Name=a=b      "
-         "Value=\n0b00.HUM\nFE00.HUM\nunits: 4\n"
-         "node IDs taken: 4: 1, 10-11, 254\nnode IDs free: 250: 2-9, 12-253\n"},
+        {{"units", "d"}, "0", units},
         {{"remove-unit", "d", "0a03.temp"}, "0", ""},
         {{"remove-unit", "d", "0A03.TEMP"}, "1", "kbdb: d: no unit has the address \"0A03.TEMP\". "},
         {{"remove-unit", "d", "FE00.HUM"}, "0", ""},
-        {{"show", "d"},
-         "0",
-         "(1) value keys\n    Name=K\u00fcche\n    Container: unit (3) value keys\n"
-         "        Address=0103.V_LONG\n        Name=a=b\n        Value=\n    Container: unit (1) value keys\n"
-         "        Address=0b00.HUM\n"},
+        {{"show", "d"}, "0", shown},
     });
     EXPECT_EQ(names(), "d ");
 }
@@ -103,7 +135,8 @@ TEST_F(Kbdb, FindsTheFirstFault) {
         {header + "56 01000000 61 FFFFFFFF",
          "byte 14: the length of a value is 4294967295, but only 0 bytes"},
         {header + "4F FF000000", "byte 9: the length of a child's name is 255"},
-        {header + "4F 01000000 63 4B62", "byte 14: a child does not begin"},
+        {header + "4F 01000000 63 4B62", "byte 16: the file ends inside a document's header"},
+        {header + "4F 01000000 63 4B45", "byte 14: a child does not begin"},
         {header + "45 0A0A",
          "byte 9: 2 bytes follow the end of the document. If nothing needs that, cut the file to 9"},
         // The child's mark stays in force, so the root's next length is no longer 1.
@@ -112,19 +145,17 @@ TEST_F(Kbdb, FindsTheFirstFault) {
     };
     for (const auto& [hex, fault] : faults) {
         writeFile(at("d"), bytesOf(hex));
-        for (const auto& words : {std::vector<std::string>{"check", "d"},
-                                  {"units", "d"},
-                                  {"set", "d", "k", "v"},
-                                  {"add-unit", "d", "0A"},
-                                  {"show", "d"}})
-            tell({{words, "1", std::string("kbdb: d: ") + fault}});
-        EXPECT_EQ(readFile(at("d")), bytesOf(hex)) << "edited";
+        tell({{{"check", "d"}, "1", std::string("kbdb: d: ") + fault}});
     }
-    const std::string sound[] = {"4B424442 30423031 45",
-                                 header + child + child + "45 45 56 00000000 00000000 45"};
-    for (const std::string& hex : sound) {
-        writeFile(at("d"), bytesOf(hex));
-        EXPECT_EQ(run({"check", "d"}).status, "0") << hex;
+    const std::string last = readFile(at("d"));
+    for (const auto& words :
+         {std::vector<std::string>{"units", "d"}, {"set", "d", "k", "v"}, {"add-unit", "d", "0A"}})
+        tell({{words, "1", "kbdb: d: byte 24: "}});
+    EXPECT_EQ(readFile(at("d")), last) << "edited";
+    for (const std::string& sound :
+         {std::string("4B424442 30423031 45"), header + child + child + "45 45 56 00000000 00000000 45"}) {
+        writeFile(at("d"), bytesOf(sound));
+        EXPECT_EQ(run({"check", "d"}).status, "0") << sound;
     }
     const std::string whole = plain(node("", {{"a", "1"}}, {node("unit", {{"b", "2"}})})->SaveToString());
     for (std::size_t cut = 0; cut < whole.size(); ++cut) {
@@ -132,7 +163,9 @@ TEST_F(Kbdb, FindsTheFirstFault) {
         EXPECT_EQ(run({"check", "d"}).status, "1") << cut;
     }
     writeFile(at("d"), whole.substr(0, 30));
-    EXPECT_EQ(run({"show", "d"}).output, "(1) value keys\n    a=1\n    Container: unit (0) value keys\n");
+    const Run half = run({"show", "d"});
+    EXPECT_EQ(half.output, "(1) value keys\n    a=1\n    Container: unit (0) value keys\n");
+    EXPECT_TRUE(half.complaint.starts_with("kbdb: d: byte 30: "));
 }
 
 TEST_F(Kbdb, ShowsAnythingInBoundedText) {
@@ -140,8 +173,7 @@ TEST_F(Kbdb, ShowsAnythingInBoundedText) {
     EXPECT_TRUE(run({"check", "d"}).output.starts_with("d: sound; bytes: 5"));
     const std::string deep = run({"show", "d"}).output;
     EXPECT_LT(deep.size(), 200'000U * 2 * 200);
-    const std::string last = std::string(128, ' ') + "[level 200001] k=v\n";
-    EXPECT_TRUE(deep.ends_with(last));
+    EXPECT_TRUE(deep.ends_with(std::string(64, ' ') + "[level 200001] k=v\n"));
     EXPECT_EQ(run({"set", "d", "k", "v"}).status, "0");
     EXPECT_EQ(run({"show", "d"}, "| true").status, "1");
     EXPECT_EQ(run({"show", "d"}, "| true").complaint, "");
@@ -150,14 +182,13 @@ TEST_F(Kbdb, ShowsAnythingInBoundedText) {
     const Ref<CXML> wide = node("", {{"k", "\x1B[31m\x7F\xC2\x9B\n"}});
     wide->InsertContainer(node("unit", {{"Address", "01"}, {"long", std::string(200'000, 'x')}, {"a", "b"}}));
     for (int i = 0; i < 2000; ++i)
-        wide->InsertContainer(node(
-            "unit", {{"Address", "02\r"}, {std::string("k").append(std::to_string(i)), "v"}, {"a", "b"}}));
+        wide->InsertContainer(node("unit", {{"Address", "02\r"}, {std::to_string(i), "v"}, {"a", "b"}}));
     writeFile(at("d"), plain(wide->SaveToString()));
     EXPECT_TRUE(
         run({"show", "d"}).output.starts_with("(1) value keys\n    k=\\x1B[31m\\x7F\\xC2\\x9B\\x0A\n"));
     const std::string units = run({"units", "d"}).output;
     EXPECT_LT(units.size(), 200'000U + 2000 * 100);
-    EXPECT_NE(units.find("\n02\\x0D  k7=v"), std::string::npos);
+    EXPECT_NE(units.find("\n02\\x0D  7=v"), std::string::npos);
 }
 
 TEST_F(Kbdb, ReplacesTheFileBehindALinkAndKeepsItsRights) {
@@ -169,6 +200,48 @@ TEST_F(Kbdb, ReplacesTheFileBehindALinkAndKeepsItsRights) {
     EXPECT_TRUE(std::filesystem::is_symlink(at("link")));
     EXPECT_EQ(std::filesystem::status(at("there/d")).permissions(), std::filesystem::perms::owner_read);
     EXPECT_EQ(run({"get", "there/d", "k"}).output, "v\n");
+}
+
+// A fenced block of the page, "```kbdb" and its kind, and the text block that follows.
+struct Example {
+    std::string kind;
+    std::string bytes;
+    std::string text;
+};
+
+std::vector<Example> examplesOf(const std::string& path) {
+    std::vector<Example> examples;
+    std::ifstream page(path);
+    std::string fence;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("```")) {
+            fence = fence.empty() ? line.substr(3) : "";
+            if (fence.starts_with("kbdb "))
+                examples.push_back({fence.substr(5), "", ""});
+        } else if (fence == "text" && !examples.empty()) {
+            examples.back().text += line + "\n";
+        } else if (fence.starts_with("kbdb ")) {
+            examples.back().bytes += bytesOf(line.substr(0, line.find("  ")));
+        }
+    }
+    return examples;
+}
+
+TEST_F(Kbdb, ThePageOfTheFormatIsTrue) {
+    const std::vector<Example> examples = examplesOf(FORMAT_PAGE);
+    ASSERT_GE(examples.size(), 9U);
+    for (const auto& [kind, bytes, text] : examples) {
+        writeFile(at("d"), bytes);
+        if (kind == "broken") {
+            tell({{{"check", "d"}, "1", "kbdb: d: " + text.substr(0, text.size() - 1) + ". "}});
+            continue;
+        }
+        EXPECT_EQ(run({"check", "d"}).status, "0") << text;
+        tell({{{"show", "d"}, "0", text}});
+        CXML document;
+        EXPECT_FALSE(loadRaises(document, bytes));
+        EXPECT_EQ(plain(document.SaveToString()) == bytes, kind == "written") << text;
+    }
 }
 
 } // namespace
