@@ -2,9 +2,14 @@
 // both byte orders, entries in any order and junk in between. That is on purpose: documents come from other
 // writers too.
 #include "document/CXML.hpp"
+#include "runtime/ByteOrder.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/StringFunctions.hpp"
 #include "shell/Logging.hpp"
+
+#include <array>
+#include <cstring>
+#include <utility>
 
 namespace hearthix {
 
@@ -17,25 +22,52 @@ constexpr std::uint8_t kValueTag = 'V';
 constexpr std::uint8_t kChildTag = 'O';
 constexpr std::uint8_t kEndTag = 'E';
 
-void writeText(BinaryStream& stream, const String& text) {
-    stream.WriteUInt32(static_cast<std::uint32_t>(text.size()));
-    stream.Write(text);
-}
+// Collects the small pieces of a document and hands them to the stream in large ones.
+class KbdbWriter {
+public:
+    explicit KbdbWriter(BinaryStream& stream) : stream_(stream) { stream_.LittleEndian = true; }
 
-void writeHeaderAndValues(BinaryStream& stream, const Dictionary& values) {
-    stream.Write(kKbdbMagic);
-    stream.WriteUInt8(kVersion);
-    stream.WriteUInt8(kLittleEndianMark);
-    stream.LittleEndian = true;
-    stream.Write("  ");
-    const Integer count = values.Count();
-    for (Integer i = 0; i < count; ++i) {
-        stream.WriteUInt8(kValueTag);
-        writeText(stream, values.Key(i).asString());
-        writeText(stream, values.ValueAt(i).asString());
-        RuntimeBackgroundTask();
+    void header(const Dictionary& values) {
+        constexpr char kHeader[] = {'K', 'b', 'd', 'b', kVersion, kLittleEndianMark, ' ', ' '};
+        std::memcpy(room(sizeof kHeader), kHeader, sizeof kHeader);
+        for (const auto& entry : values.entries()) {
+            tagged(kValueTag, entry.key.asString());
+            text(entry.value.asString());
+            RuntimeBackgroundTask();
+        }
     }
-}
+    void child(const String& name) { tagged(kChildTag, name); }
+    void end() { *room(1) = static_cast<char>(kEndTag); }
+    void flush() { stream_.Write(std::string_view(buffer_.data(), std::exchange(used_, 0))); }
+
+private:
+    static constexpr std::size_t kLengthSize = 4;
+
+    void tagged(std::uint8_t tag, const String& content) {
+        *room(1) = static_cast<char>(tag);
+        text(content);
+    }
+    void text(const String& content) {
+        const std::string_view bytes = content.view();
+        encodeNumber(room(kLengthSize), kLengthSize, bytes.size(), true);
+        if (bytes.size() > buffer_.size()) {
+            flush();
+            stream_.Write(bytes);
+        } else if (!bytes.empty()) {
+            std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
+        }
+    }
+    char* room(std::size_t count) {
+        if (buffer_.size() - used_ < count)
+            flush();
+        used_ += count;
+        return buffer_.data() + used_ - count;
+    }
+
+    BinaryStream& stream_;
+    std::array<char, 16 * 1024> buffer_;
+    std::size_t used_ = 0;
+};
 
 void readHeader(BinaryStream& stream) {
     if (!(stream.Read(4) == kKbdbMagic) || stream.ReadUInt8() > kVersion)
@@ -63,13 +95,13 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         const CXML* node;
         std::int64_t next;
     };
-    BinaryStream& out = *stream;
-    writeHeaderAndValues(out, *Values);
+    KbdbWriter out(*stream);
+    out.header(*Values);
     std::vector<Frame> open{{this, 0}};
     while (!open.empty()) {
         Frame& frame = open.back();
         if (frame.next > frame.node->Containers.Ubound()) {
-            out.WriteUInt8(kEndTag);
+            out.end();
             open.pop_back();
             continue;
         }
@@ -77,11 +109,11 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         RuntimeBackgroundTask();
         if (child.isNil())
             continue;
-        out.WriteUInt8(kChildTag);
-        writeText(out, child->Name);
-        writeHeaderAndValues(out, *child->Values);
+        out.child(child->Name);
+        out.header(*child->Values);
         open.push_back({child.get(), 0});
     }
+    out.flush();
 }
 
 void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {

@@ -8,8 +8,6 @@
 namespace hearthix {
 
 CXML::CXML() : Values(Ref<Dictionary>::make()) {
-    Containers.Resize(0);
-    ValueBuffer.Resize(0);
 }
 
 // Takes the tree apart from the top, so that no destructor runs inside another one's.
@@ -17,10 +15,10 @@ CXML::~CXML() {
     if (Containers.Ubound() < 1)
         return;
     std::vector<Ref<CXML>> orphans;
-    const auto collect = [&orphans](Array<Ref<CXML>>& children) {
-        for (Ref<CXML>& child : children)
-            if (child)
-                orphans.push_back(std::exchange(child, nullptr));
+    const auto collect = [&orphans](OneBasedArray<Ref<CXML>>& children) {
+        for (std::int64_t i = 1; i <= children.Ubound(); ++i)
+            if (children[i])
+                orphans.push_back(std::exchange(children[i], nullptr));
     };
     collect(Containers);
     while (!orphans.empty()) {
@@ -36,9 +34,9 @@ void CXML::Release() {
     while (!waiting.empty()) {
         const Ref<CXML> node = std::move(waiting.back());
         waiting.pop_back();
-        for (Ref<CXML>& child : node->Containers) {
-            if (child)
-                waiting.push_back(std::exchange(child, nullptr));
+        for (std::int64_t i = 0; i <= node->Containers.Ubound(); ++i) {
+            if (node->Containers[i])
+                waiting.push_back(std::exchange(node->Containers[i], nullptr));
             RuntimeBackgroundTask();
         }
     }

@@ -12,7 +12,7 @@
 //         or: "O" name length (4) name  the child as a whole document
 #pragma once
 
-#include "runtime/Array.hpp"
+#include "document/OneBasedArray.hpp"
 #include "runtime/BinaryStream.hpp"
 #include "runtime/Color.hpp"
 #include "runtime/Date.hpp"
@@ -33,9 +33,9 @@ public:
     CXML();
     ~CXML() override;
 
-    Array<Ref<CXML>> Containers; // element 0 is a placeholder and nil; children stand from 1 on
+    OneBasedArray<Ref<CXML>> Containers; // element 0 is a placeholder and nil; children stand from 1 on
     Ref<Dictionary> Values;
-    Array<String> ValueBuffer;
+    OneBasedArray<String> ValueBuffer;
     String Name; // under which the parent finds this node; empty for a root
     bool IsPlistDEP = false;
     Ref<Object> RootPlistDictionaryDEP;

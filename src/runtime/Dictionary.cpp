@@ -2,6 +2,7 @@
 
 #include "runtime/StringFunctions.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace hearthix {
@@ -91,11 +92,14 @@ void Dictionary::SetValue(Variant key, Variant value) {
         enterSlot(hashOf(entries_.back().key), entries_.size() - 1);
 }
 
-// Large tables grow by a quarter: memory matters more there than the rare move.
+// Small tables start with a few places; large ones grow by a quarter, as memory matters more there than the
+// rare move.
 void Dictionary::makeRoom() {
+    constexpr std::size_t kFirst = 3;
     constexpr std::size_t kLarge = 1024;
-    if (entries_.size() == entries_.capacity() && entries_.size() > kLarge)
-        entries_.reserve(entries_.size() + entries_.size() / 4);
+    const std::size_t size = entries_.size();
+    if (size == entries_.capacity())
+        entries_.reserve(std::max(kFirst, size > kLarge ? size + size / 4 : size * 2));
 }
 
 void Dictionary::Remove(const Variant& key) {

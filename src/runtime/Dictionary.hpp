@@ -6,6 +6,7 @@
 #pragma once
 
 #include "runtime/Array.hpp"
+#include "runtime/Exceptions.hpp"
 #include "runtime/Object.hpp"
 #include "runtime/Variant.hpp"
 

@@ -1,0 +1,59 @@
+// An array whose element 0 is always there and stays empty, so that its content counts from 1. The
+// placeholder stands in the object itself: an array without content allocates nothing.
+#pragma once
+
+#include "runtime/Array.hpp"
+
+#include <cstdint>
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
+namespace hearthix {
+
+template <class T>
+class OneBasedArray {
+public:
+    OneBasedArray() = default;
+    // The first item is element 0.
+    OneBasedArray(std::initializer_list<T> items) {
+        for (const T& item : items)
+            if (&item == items.begin())
+                placeholder_ = item;
+            else
+                content_.push_back(item);
+    }
+
+    // The last index; 0 when there is no content.
+    std::int64_t Ubound() const noexcept { return static_cast<std::int64_t>(content_.size()); }
+    void Append(T item) { content_.push_back(std::move(item)); }
+    // Either raises OutOfBoundsException outside of 0 to Ubound.
+    T& operator[](std::int64_t index) {
+        check(index);
+        return index == 0 ? placeholder_ : content_[static_cast<std::size_t>(index - 1)];
+    }
+    const T& operator[](std::int64_t index) const {
+        check(index);
+        return index == 0 ? placeholder_ : content_[static_cast<std::size_t>(index - 1)];
+    }
+    // From 1 on.
+    void Remove(std::int64_t index) {
+        check(index - 1);
+        check(index);
+        content_.erase(content_.begin() + (index - 1));
+    }
+    void Resize(std::int64_t lastIndex) {
+        content_.resize(static_cast<std::size_t>(lastIndex > 0 ? lastIndex : 0));
+    }
+
+private:
+    void check(std::int64_t index) const {
+        if (index < 0 || index > Ubound())
+            raiseOutOfBounds();
+    }
+
+    T placeholder_{};
+    std::vector<T> content_;
+};
+
+} // namespace hearthix
