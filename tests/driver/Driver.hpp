@@ -38,7 +38,7 @@ protected:
         mySensors::createVarTypeConverter();
         HearthixSupport::HearthixSocket =
             Ref<cHearthixDeviceSocket>::make([](const Ref<cHearthixCommand>&) {});
-        host_ = pairWith(*HearthixSupport::HearthixSocket);
+        host_.pairWith(*HearthixSupport::HearthixSocket);
     }
     ~DriverTest() override {
         HearthixSupport::HearthixSocket = nullptr;

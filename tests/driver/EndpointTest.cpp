@@ -1,7 +1,6 @@
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cMySensors.hpp"
 #include "runtime/Clock.hpp"
-#include "shell/Logging.hpp"
 #include "tests/driver/Driver.hpp"
 
 #include <optional>
@@ -109,16 +108,6 @@ TEST_F(EndpointTest, TellsNodesTheSecondsOfTheLocalClock) {
     EXPECT_EQ(port_->sent, "12;255;3;0;1;86400\n");
     clocks::replaceWallClock(nullptr);
     EXPECT_EQ(sent(), test::Packets());
-}
-
-TEST_F(EndpointTest, LogsInPacketsOfAByteLength) {
-    using Case = std::pair<std::size_t, std::size_t>; // bytes of the line, and of its packet
-    for (const auto& [line, packet] : {Case(0, 3), Case(249, 252), Case(250, 252), Case(70'000, 252)}) {
-        HearthixSupport::HearthixSocket->SendLog(String(std::string(line, 'x')), 4);
-        EXPECT_EQ(sent(), (test::Packets{test::log(std::string(packet - 3, 'x'), 4)}));
-    }
-    HearthixSupport::HearthixSocket = nullptr;
-    EXPECT_THROW(HearthixSupport::WriteLog("x"), NilObjectException);
 }
 
 } // namespace

@@ -2,7 +2,10 @@
 #include "runtime/Clock.hpp"
 #include "runtime/Timer.hpp"
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
+#include <tuple>
 
 namespace hearthix {
 namespace {
@@ -28,6 +31,16 @@ public:
     }
 };
 
+bool waitForError(const Link& link) {
+    return serveUntil([&] { return link.near->events.ends_with('e'); });
+}
+
+// A Poll right behind a read does not read again; a moment later it does.
+void pollLater(TCPSocket& socket) {
+    clocks::sleep(50'000);
+    socket.Poll();
+}
+
 TEST(EventLoop, DoEventsTakesItsTimeAndNoMore) {
     Link link;
     for (const bool busy : {false, true}) {
@@ -46,10 +59,7 @@ TEST(EventLoop, ServesDataAheadOfATimerThatIsOverdue) {
     Link link;
     NotedTimer watchdog, other;
     std::string order;
-    link.near->onData = [&] {
-        order += 'd';
-        watchdog.arm(10'000);
-    };
+    link.near->onData = [&] { order += 'd', watchdog.arm(10'000); };
     other.onAction = [&] { order += 't'; };
     watchdog.arm(5);
     other.arm(5);
@@ -62,14 +72,11 @@ TEST(EventLoop, ServesDataAheadOfATimerThatIsOverdue) {
 
 TEST(EventLoop, SourcesMayCloseThemselvesAndOneAnother) {
     Link one, two, closing, dropped;
+    int served = 0;
     one.near->onData = [&] { two.near->Close(); };
     two.near->onData = [&] { one.near->Close(); };
     closing.near->onData = [&] { closing.near->Close(); };
-    int served = 0;
-    dropped.near->onData = [&] {
-        ++served;
-        dropped.near = nullptr;
-    };
+    dropped.near->onData = [&] { ++served, dropped.near = nullptr; };
     for (Link* link : {&one, &two, &closing, &dropped}) {
         link->far.send("x");
         link->far.close();
@@ -107,9 +114,119 @@ TEST(Timer, MayArmAndDropTimersWhenItFires) {
     };
     for (NotedTimer* timer : {itself.get(), &again, last.get()})
         timer->arm(1);
-    clocks::sleep(5 * kMillisecond);
-    EXPECT_TRUE(serveUntil([&] { return again.fired == 3; }));
-    EXPECT_TRUE(itself.isNil());
+    EXPECT_TRUE(serveUntil([&] { return again.fired == 3 && itself.isNil(); }));
+}
+
+TEST(TCPSocket, DeliversDataAheadOfTheClose) {
+    for (const std::size_t size : {std::size_t{1}, std::size_t{600'000}}) {
+        Link link;
+        link.connect("127.0.0.1");
+        for (std::size_t sent = 0; sent < size; ConsoleApplication::DoEvents(1))
+            sent += link.far.send(std::string(size - sent, 'x'));
+        link.far.close();
+        EXPECT_TRUE(waitForError(link));
+        EXPECT_EQ(link.near->received.size(), size);
+        EXPECT_EQ(link.near->LastErrorCode(), ENOTCONN);
+        link.near->Write("into the void");
+        pollLater(*link.near);
+        EXPECT_EQ(std::count(link.near->events.begin(), link.near->events.end(), 'e'), 1);
+    }
+}
+
+TEST(TCPSocket, DeliversDataThatCameAheadOfAReset) {
+    for (const bool overLoopback : {false, true}) {
+        Link link;
+        if (overLoopback)
+            link.connect("127.0.0.1");
+        link.near->Write("unread");
+        link.near->Poll();
+        link.far.send("last words");
+        link.far.close(); // resets the connection, as there are bytes to read
+        link.near->Write("more");
+        EXPECT_TRUE(waitForError(link));
+        EXPECT_EQ(link.near->received, "last words");
+    }
+}
+
+TEST(TCPSocket, TellsAFailureOnlyWhenTheDataEventHasReturned) {
+    Link link;
+    link.near->onData = [&] {
+        link.far.close();
+        pollLater(*link.near);
+        EXPECT_EQ(link.near->events, "d");
+    };
+    link.far.send("x");
+    EXPECT_TRUE(waitForError(link));
+}
+
+TEST(TCPSocket, TellsAFailedConnectInALaterPoll) {
+    ListeningSocket listener;
+    ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
+    const Integer closedPort = listener.Port();
+    listener.Close();
+    const String noName(std::string(70, 'a')); // too long a label for any server to be asked
+    using Case = std::tuple<String, Integer, bool>;
+    for (const auto& [address, error, byPoll] :
+         {Case("127.0.0.1", ECONNREFUSED, true), Case("localhost", ECONNREFUSED, false),
+          Case("", EHOSTUNREACH, true), Case(noName, EHOSTUNREACH, false)}) {
+        NotedSocket socket;
+        socket.Address = address;
+        socket.Port = closedPort;
+        socket.Connect();
+        EXPECT_EQ(socket.events, "") << address.view();
+        for (int turn = 0; turn < 2000 && socket.events.empty(); ++turn)
+            byPoll ? pollLater(socket) : ConsoleApplication::DoEvents(1);
+        EXPECT_EQ(socket.events, "e") << address.view();
+        EXPECT_EQ(socket.LastErrorCode(), error) << address.view();
+    }
+}
+
+TEST(TCPSocket, ConnectsAgainAfterAFailure) {
+    Link link;
+    link.far.close();
+    EXPECT_TRUE(waitForError(link));
+    link.connect("localhost"); // perhaps by way of an address that refuses
+    link.near->Write("hello");
+    link.near->Close(); // sends what stands in the buffer
+    link.near->Close();
+    EXPECT_TRUE(serveUntil([&] { return (link.near->received += link.far.take()) == "hello"; }));
+    EXPECT_EQ(link.near->events, "ec");
+}
+
+TEST(TCPSocket, BoundsTheDepthOfPollsInsideEventsAndLosesNothing) {
+    constexpr int kBytes = 1000;
+    for (const bool byPoll : {true, false}) {
+        Link link;
+        int depth = 0, deepest = 0, sent = 1;
+        link.near->onData = [&] {
+            deepest = std::max(deepest, ++depth);
+            if (sent++ < kBytes)
+                link.far.send("x");
+            pollLater(*link.near);
+            --depth;
+        };
+        link.far.send("x");
+        for (int turn = 0; turn < kBytes && sent < kBytes; ++turn)
+            byPoll ? pollLater(*link.near) : ConsoleApplication::DoEvents(0);
+        ConsoleApplication::DoEvents(0);
+        EXPECT_EQ(link.near->received, std::string(kBytes, 'x'));
+        EXPECT_TRUE(deepest > 2 && deepest <= StreamDevice::kMostNested) << deepest;
+    }
+}
+
+TEST(TCPSocket, FailsWhenThePeerNeverReads) {
+    Link link;
+    std::size_t most = 0;
+    for (int i = 0; i < 80; ++i) {
+        link.near->Write(std::string(1024 * 1024, 'x'));
+        most = std::max(most, link.near->unsentBytes());
+    }
+    EXPECT_TRUE(most <= StreamDevice::kSendCeiling && most > StreamDevice::kSendCeiling / 2) << most;
+    EXPECT_EQ(link.near->unsentBytes(), 0U);
+    EXPECT_EQ(link.near->events, ""); // never inside Write
+    ConsoleApplication::DoEvents(0);
+    EXPECT_EQ(link.near->events, "e");
+    EXPECT_EQ(link.near->LastErrorCode(), ENOBUFS);
 }
 
 } // namespace

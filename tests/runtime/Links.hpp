@@ -26,35 +26,33 @@ inline bool serveUntil(const std::function<bool()>& done) {
 
 class Peer {
 public:
-    explicit Peer(int descriptor = -1) : descriptor_(descriptor) {}
-    Peer(Peer&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Peer& operator=(Peer&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
     ~Peer() { close(); }
-
-    bool isOpen() const { return descriptor_ >= 0; }
+    void close() {
+        if (descriptor >= 0)
+            ::close(std::exchange(descriptor, -1));
+    }
     // As much as the system takes.
     std::size_t send(std::string_view bytes) {
-        const ssize_t sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t sent = ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         return sent < 0 ? 0 : static_cast<std::size_t>(sent);
     }
     // All that has arrived.
     std::string take() {
         std::string all;
         char bytes[65536];
-        for (ssize_t got = 0; (got = recv(descriptor_, bytes, sizeof bytes, MSG_DONTWAIT)) > 0;)
+        for (ssize_t got = 0; (got = recv(descriptor, bytes, sizeof bytes, MSG_DONTWAIT)) > 0;)
             all.append(bytes, static_cast<std::size_t>(got));
         return all;
     }
-    void close() {
-        if (isOpen())
-            ::close(std::exchange(descriptor_, -1));
+    // Becomes the other end of a socket pair, whose bytes cross at once, while those of loopback take time.
+    void pairWith(TCPSocket& socket) {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+        socket.adopt(ends[0]);
+        descriptor = ends[1];
     }
 
-private:
-    int descriptor_;
+    int descriptor = -1;
 };
 
 class NotedSocket : public TCPSocket {
@@ -75,27 +73,21 @@ public:
     }
 };
 
-// Makes the socket one end of a socket pair, whose bytes cross at once, while those of loopback take time.
-inline Peer pairWith(TCPSocket& socket) {
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-    socket.adopt(ends[0]);
-    return Peer(ends[1]);
-}
-
 struct Link {
     Ref<NotedSocket> near = Ref<NotedSocket>::make();
-    Peer far = pairWith(*near);
+    Peer far;
 
+    Link() { far.pairWith(*near); }
+    // Another connection in place of this one, over loopback.
     void connect(const String& address) {
         ListeningSocket listener;
         EXPECT_TRUE(listener.Listen("127.0.0.1", 0));
-        listener.accepted = [this](int descriptor) { far = Peer(descriptor); };
+        listener.accepted = [this](int descriptor) { far.descriptor = descriptor; };
         far.close();
         near->Address = address;
         near->Port = listener.Port();
         near->Connect();
-        EXPECT_TRUE(serveUntil([this] { return near->IsConnected() && far.isOpen(); }));
+        EXPECT_TRUE(serveUntil([this] { return near->IsConnected() && far.descriptor >= 0; }));
     }
 };
 

@@ -141,20 +141,5 @@ TEST_F(DateTest, CarriesAFieldOutOfRange) {
     }
 }
 
-TEST_F(DateTest, ReachesTheEpochFromAnyDay) {
-    for (const Integer utc :
-         {1709164800, 1706659200, 1735689599, 0}) { // a leap day, a 31st, a year's last second
-        setNow("UTC0", utc, 999'999'999);
-        Date epoch;
-        epoch.setYear(1904);
-        epoch.setMonth(1);
-        epoch.setDay(1);
-        epoch.setHour(0);
-        epoch.setMinute(0);
-        epoch.setSecond(0);
-        EXPECT_EQ(epoch.TotalSeconds(), 0);
-    }
-}
-
 } // namespace
 } // namespace hearthix
