@@ -1,0 +1,201 @@
+// Arbitrary bytes as a document: read, written, read again, cloned, dumped, changed, taken apart.
+#include "document/CXML.hpp"
+#include "fuzz/Require.hpp"
+#include "runtime/Base64.hpp"
+#include "runtime/Clock.hpp"
+#include "runtime/Exceptions.hpp"
+#include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
+#include "shell/Logging.hpp"
+
+#include <cmath>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace hearthix {
+
+// The log of this program: nobody reads it.
+void HearthixSupport::WriteLog(const String&) {
+}
+
+namespace fuzz {
+
+namespace {
+
+bool same(const String& left, const String& right) {
+    return left.view() == right.view();
+}
+
+// False when the bytes are refused; the document keeps what came ahead.
+bool load(CXML& document, const Ref<BinaryStream>& stream) {
+    try {
+        document.LoadFromBinaryStream(stream);
+    } catch (const RuntimeException&) {
+        return false;
+    }
+    return true;
+}
+
+// The number of values in a document that looks as the writer makes them: little-endian, values ahead of
+// children, nothing in between or behind. -1 for any other.
+Integer valuesAsWritten(std::string_view bytes) {
+    bool good = true;
+    const auto take = [&](std::size_t count) {
+        good = good && count <= bytes.size();
+        const std::string_view taken = bytes.substr(0, count);
+        bytes.remove_prefix(taken.size());
+        return taken;
+    };
+    const auto skipText = [&] {
+        std::size_t length = 0;
+        unsigned shift = 0;
+        for (const char byte : take(4))
+            length |= std::size_t{static_cast<unsigned char>(byte)} << std::exchange(shift, shift + 8);
+        take(length);
+    };
+    const auto skipHeader = [&] { good = take(8) == "KbdbAL  " && good; };
+    Integer values = 0;
+    std::vector<bool> hasChildren{false};
+    skipHeader();
+    while (good && !hasChildren.empty()) {
+        const std::string_view tag = take(1);
+        if (tag == "E") {
+            hasChildren.pop_back();
+        } else if (tag == "V" && !hasChildren.back()) {
+            skipText();
+            skipText();
+            ++values;
+        } else if (tag == "O") {
+            skipText();
+            skipHeader();
+            hasChildren.back() = true;
+            hasChildren.push_back(false);
+        } else {
+            good = false;
+        }
+    }
+    return good && bytes.empty() ? values : -1;
+}
+
+struct Place {
+    const CXML* node;
+    std::size_t depth;
+};
+
+std::vector<Place> allNodes(const CXML& root) {
+    std::vector<Place> places{{&root, 0}};
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        const Place place = places[i];
+        for (std::int64_t child = 1; child <= place.node->Containers.Ubound(); ++child)
+            places.push_back({place.node->Containers[child].get(), place.depth + 1});
+    }
+    return places;
+}
+
+std::size_t sizeOfDump(const std::vector<Place>& places) {
+    constexpr std::size_t kIndent = 4;
+    std::size_t size = 0;
+    for (const auto& [node, depth] : places) {
+        if (depth > 0)
+            size += kIndent * depth + std::string_view("Container:  ").size() + node->Name.size();
+        size += Str(node->GetKeyCount()).size() + std::string_view("() value keys\n").size();
+        for (Integer i = 0; i < node->GetKeyCount(); ++i)
+            size += kIndent * (depth + 1) + node->Values->Key(i).asString().size() +
+                    node->Values->ValueAt(i).asString().size() + std::string_view("=\n").size();
+    }
+    return size;
+}
+
+// Wherever a value comes from: what a getter makes of it, its setter keeps.
+void checkTypes(const CXML& node, const String& key) {
+    const auto copy = Ref<CXML>::make();
+    copy->SetDate(key, node.getDate(key));
+    require(copy->getDate(key)->TotalSeconds() == node.getDate(key)->TotalSeconds(), "a date is kept");
+    const double number = node.GetDoubleValue(key);
+    copy->SetDoubleValue(key, number);
+    const bool whole = std::isfinite(number) && std::trunc(number) == number;
+    require(!whole || copy->GetDoubleValue(key) == number, "a whole number is kept");
+    copy->SetIntegervalue(key, node.GetIntegerValue(key));
+    require(copy->GetIntegerValue(key) == node.GetIntegerValue(key), "an integer is kept");
+    const std::uint64_t natural = node.GetUInt64Value(key);
+    copy->SetStringValue(key, Str(natural));
+    require(number < 0 || copy->GetUInt64Value(key) == natural, "an unsigned integer is kept");
+    copy->SetColorValue(key, node.GetColorValue(key));
+    require(copy->GetColorValue(key).blue == node.GetColorValue(key).blue, "a colour is kept");
+    const String text = node.GetStringValue(key);
+    copy->setEncryptedStringValue(key, text);
+    require(same(copy->GetStringValue(key), text) && same(copy->GetStringValue(key, "other"), text),
+            "a wrapped text is kept");
+    copy->SetBinaryValue(key, text);
+    // Base64 that happens to look like the second wrapping is taken for it.
+    const bool plain = same(copy->GetStringValue(key), EncodeBase64(text, 76));
+    require(!plain || same(copy->GetBinaryData(key), text), "bytes are kept");
+    copy->SetFile(key, node.GetFile(key));
+    require(copy->GetFile(key)->ShellPath() == node.GetFile(key)->ShellPath(), "a file is kept");
+}
+
+void checkChildren(CXML& root) {
+    if (root.Containers.Ubound() < 1)
+        return;
+    const String name = DefineEncoding(root.Containers[1]->Name, Encodings::UTF8);
+    const auto found = root.containersNamed(name);
+    const auto count = static_cast<Integer>(found.size());
+    require(count > 0 && root.GetContainerCount(name) == count, "children are counted by their name");
+    require(root.GetContainer(name, count) == found.back(), "the last child of a name is found");
+    root.removeContainer(name, 1);
+    require(root.GetContainerCount(name) == count - 1, "one child less");
+}
+
+void run(const String& bytes) {
+    constexpr std::size_t kLargestDump = 4 * 1024 * 1024; // it grows with the square of the depth
+    const auto document = Ref<CXML>::make();
+    const bool accepted = load(*document, Ref<BinaryStream>::make(bytes));
+    const String written = document->SaveToString();
+    const auto places = allNodes(*document);
+    Integer values = 0;
+    for (const Place& place : places)
+        values += place.node->GetKeyCount();
+    require(valuesAsWritten(written) == values, "every value is written, in the one form");
+    // A key that comes twice is kept once.
+    require(valuesAsWritten(bytes) != values || same(bytes, written), "a document is written as it was read");
+
+    const auto block = Ref<MemoryBlock>::make(bytes);
+    block->LittleEndian = false;
+    const auto fromBlock = Ref<CXML>::make();
+    require(load(*fromBlock, Ref<BinaryStream>::make(block)) == accepted &&
+                same(fromBlock->SaveToString(), written),
+            "a string and a block read alike");
+    const auto again = Ref<CXML>::make();
+    again->loadFromString(written);
+    require(same(again->SaveToString(), written), "what was written reads back");
+    const auto clone = document->Clone();
+    require(same(clone->SaveToString(), written), "a clone is equal");
+
+    if (const std::size_t size = sizeOfDump(places); size <= kLargestDump)
+        require(document->getAsDebugData().size() == size, "the dump has every node and value");
+    for (const Place& place : places)
+        for (Integer i = 0; i < place.node->GetKeyCount(); ++i)
+            checkTypes(*place.node, place.node->GetKeyByIndex(i));
+    checkChildren(*clone);
+    clone->InsertValues(document);
+    clone->Release();
+    require(valuesAsWritten(clone->SaveToString()) >= 0, "a released document has no children");
+}
+
+} // namespace
+
+} // namespace fuzz
+} // namespace hearthix
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    // In the middle of a leap year's month: a date is put together field by field, on top of the present one.
+    hearthix::clocks::replaceWallClock([] { return std::int64_t{1'705'320'000} * 1'000'000'000; });
+    return setenv("TZ", "UTC0", 1);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    hearthix::fuzz::run(hearthix::String(std::string_view(reinterpret_cast<const char*>(data), size)));
+    return 0;
+}

@@ -1,0 +1,155 @@
+// The gateway's byte stream, in whatever pieces, with silences, watchdog alarms and host commands in between.
+//
+// An input's first line is a list of steps, used in turn: "!" is a silence of six seconds, "*" the watchdog's
+// alarm, "0" to "5" a packet from the host that waits for the driver's next poll. Every step then brings a
+// piece of the stream, as many bytes as the step's own value is.
+#include "endpoints/cMSEndpoint.hpp"
+#include "fuzz/Rig.hpp"
+#include "gateway/cPingTimer.hpp"
+#include "hostlink/CommandDispatch.hpp"
+#include "mysensors/AddressIndex.hpp"
+#include "runtime/StringFunctions.hpp"
+
+#include <algorithm>
+#include <deque>
+
+namespace hearthix::fuzz {
+
+namespace {
+
+std::string trimmed(std::string_view line) {
+    constexpr std::string_view kWhite = " \t\n\v\f\r";
+    const std::size_t first = std::min(line.find_first_not_of(kWhite), line.size());
+    return std::string(line.substr(first, line.find_last_not_of(kWhite) + 1 - first));
+}
+
+// The rule of lines, told once more: what the driver must take for a line, in this order.
+class ExpectedLines {
+public:
+    void arrive(std::string_view bytes) {
+        held_ += bytes;
+        for (std::size_t end = 0; (end = held_.find('\n')) != std::string::npos; held_.erase(0, end + 1))
+            waiting_.push_back(trimmed(held_.substr(0, end)));
+    }
+    void silence() { held_.clear(); }
+    void take(std::string_view line) {
+        require(!waiting_.empty() && waiting_.front() == line, "a line is what stands between two line ends");
+        last = waiting_.front();
+        waiting_.pop_front();
+    }
+    bool allTaken() const { return waiting_.empty(); }
+
+    std::string last;
+
+private:
+    std::string held_;
+    std::deque<std::string> waiting_;
+};
+
+class CheckedDriver : public cMySensors {
+public:
+    ExpectedLines lines;
+
+    void HandleMSCommand(const String& line) override {
+        lines.take(line);
+        cMySensors::HandleMSCommand(line);
+    }
+};
+
+// The one line that ends the driver: the battery level of a child whose node isn't known.
+bool isOrphansBattery(const std::string& line) {
+    const cMSCommand command{String(line)};
+    return command.good && command.messageType == 3 && command.SubType == 0 && command.childID != 255;
+}
+
+void checkLineToGateway(std::string_view line) {
+    require(std::count(line.begin(), line.end(), ';') == 5, "a line to the gateway has six fields");
+    require(line.find('\n') == line.size() - 1, "a line to the gateway ends with its one line feed");
+}
+
+void checkPackets(Rig& rig) {
+    for (const std::string_view packet : rig.packetsToHost()) {
+        if (packet[0] != 'J')
+            continue;
+        const std::string word = "|" + std::string(valueOf(packet, "mcmd")) + "|";
+        require(std::string_view("|NewU|NoOp|SetValue|SetDesc|ON|OFF|getUnits|").find(word) !=
+                    std::string_view::npos,
+                "a command to the host is one of those it knows");
+        require(word == "|getUnits|" || valueOf(packet, "addr").find('.') == 4, "a command names its unit");
+    }
+}
+
+void checkIndex() {
+    const Dictionary& index = *mySensors::AddressIndex;
+    for (Integer i = 0; i < index.Count(); ++i) {
+        const String& key = index.Key(i).asString();
+        const auto* endpoint = index.ValueAt(i).objectAs<cMSEndpoint>();
+        require(key.size() == 4 && endpoint->RootIndexString == key, "an endpoint stands at its address");
+        require(!cMSEndpoint::find(LeftB(key, 2) + String("FF")).isNil(), "no child without its node");
+    }
+}
+
+std::string hostPacket(char step) {
+    using Pairs = std::vector<std::pair<const char*, String>>;
+    static constexpr char kUnits[] = "KbdbAL  O\4\0\0\0unitKbdbAL  V\7\0\0\0Address\11\0\0\0"
+                                     "0A03.TEMPEE";
+    const String units(std::string_view(kUnits, sizeof kUnits - 1));
+    static const std::vector<Pairs> kPackets{{{"mcmd", "debug"}, {"Valu", "true"}},
+                                             {{"mcmd", "debug"}, {"Valu", "false"}},
+                                             {{"mcmd", "ON"}, {"addr", "0A03.STATUS"}},
+                                             {{"mcmd", "SetValue"}, {"addr", "123.DIMMER"}, {"Valu", "7"}},
+                                             {{"mcmd", "Qery"}, {"addr", "0B01.TEMP"}},
+                                             {{"mcmd", "setUnits"}, {"DATA", units}}};
+    cHearthixCommand packet;
+    for (const auto& [key, value] : kPackets[static_cast<std::size_t>(step - '0')])
+        packet.SetMulti(key, value);
+    return std::string(packet.GetRawMultipacket().view());
+}
+
+void doStep(char step, const Rig& rig, ExpectedLines& lines) {
+    if (step == '!') {
+        Rig::pass(6);
+        lines.silence();
+    } else if (step == '*' && mySensors::gPingTimer) {
+        mySensors::gPingTimer->Event_Action();
+    } else if (step >= '0' && step <= '5') {
+        rig.hostWrites(hostPacket(step));
+    }
+}
+
+void deliver(const Input& input, Rig& rig, CheckedDriver& driver) {
+    std::string_view rest = input.stream;
+    for (std::size_t turn = 0; !rest.empty(); ++turn) {
+        const char step = input.control.empty() ? '\xFF' : input.control[turn % input.control.size()];
+        doStep(step, rig, driver.lines);
+        const std::string_view piece =
+            rest.substr(0, std::max<unsigned char>(static_cast<unsigned char>(step), 1));
+        rest.remove_prefix(piece.size());
+        driver.lines.arrive(piece);
+        driver.PortDataAvailable(String(piece));
+        require(driver.lines.allTaken(), "a line is handled as soon as it is whole");
+        rig.serve();
+    }
+}
+
+void run(const Input& input) {
+    const auto driver = Ref<CheckedDriver>::make();
+    Rig rig(Ref<cHearthixDeviceSocket>::make(&CommandSupportModule::HandleIncomingCommand), driver);
+    rig.port->onSend = checkLineToGateway;
+    try {
+        deliver(input, rig, *driver);
+        checkIndex();
+    } catch (const KeyNotFoundException&) {
+        require(isOrphansBattery(driver->lines.last), "nothing else ends the driver");
+    }
+    checkPackets(rig);
+}
+
+} // namespace
+
+} // namespace hearthix::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    hearthix::fuzz::run(hearthix::fuzz::Input(data, size));
+    return 0;
+}

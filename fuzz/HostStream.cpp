@@ -1,0 +1,181 @@
+// The host's byte stream, through the real socket, into a driver that knows two nodes and has one that waits
+// for its ID.
+//
+// An input's first line tells the form and the pieces. With "t" ahead, the stream is text: a line "mcmd=ON"
+// is an entry of a multipacket, an empty line ends one, any other line is a common message without its length
+// byte. With anything else it is the bytes themselves. The value of each further byte is the size of a piece,
+// used in turn. A piece arrives when the driver is done with the one before, or while it sends a line to the
+// gateway: the rest of that event then runs into it.
+//
+// Two ends are known and expected. A stream that keeps the driver turning without end is recognised ahead of
+// that turn, by the rules of framing told once more, and left there. A packet without entries raises
+// NilObjectException, and nothing else may raise anything.
+#include "fuzz/Rig.hpp"
+#include "hostlink/CommandDispatch.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace hearthix::fuzz {
+
+namespace {
+
+unsigned byteAt(std::string_view bytes, std::size_t offset) {
+    return offset < bytes.size() ? static_cast<unsigned char>(bytes[offset]) : 0U;
+}
+
+bool isOneOf(char letter, std::string_view letters) {
+    return letters.find(letter) != std::string_view::npos;
+}
+
+// A common message that is no command for the driver itself.
+bool hasNoEntries(std::string_view packet) {
+    return !isOneOf(packet[0], "Jj") && (isOneOf(packet[0], "Ll") || (byteAt(packet, 6) & 0x40U) == 0);
+}
+
+class Framing {
+public:
+    enum class Next { packet, wait, endless };
+
+    void arrive(std::string_view bytes) { held_ += bytes; }
+    // What the driver meets next, behind all that it drops as malformed.
+    Next look() {
+        while (!held_.empty()) {
+            const bool multipacket = held_.size() > 4 && isOneOf(held_[0], "Jj");
+            length_ = byteAt(held_, 1) | (multipacket ? byteAt(held_, 2) << 8U : 0U);
+            if (length_ == 0 || length_ > held_.size())
+                return length_ > 0 && multipacket ? Next::wait : Next::endless;
+            if (multipacket || isOneOf(held_[0], "XYLMNxylmn"))
+                return Next::packet;
+            take();
+            ++malformed;
+        }
+        return Next::wait;
+    }
+    std::string take() {
+        std::string packet = held_.substr(0, length_);
+        held_.erase(0, length_);
+        return packet;
+    }
+
+    std::size_t malformed = 0;
+
+private:
+    std::string held_;
+    std::size_t length_ = 0;
+};
+
+struct EndlessTurn {};
+
+// One run: the pieces still to come, and what the driver's socket is about to meet.
+struct Run {
+    bool done() const { return rest.empty() && sent.empty(); }
+    void send() {
+        if (rest.empty() || !sent.empty())
+            return;
+        const std::size_t size = sizes.empty() ? rest.size() : byteAt(sizes, turn++ % sizes.size());
+        sent = rest.substr(0, std::max<std::size_t>(size, 1));
+        rest.remove_prefix(sent.size());
+        rig.hostWrites(sent);
+    }
+    // Called where the driver's loop is about to go on.
+    void leaveEndlessTurn() {
+        if (framing.look() == Framing::Next::endless)
+            throw EndlessTurn();
+    }
+
+    std::string_view sizes;
+    std::string_view rest;
+    Rig& rig;
+    std::string_view sent = {};
+    std::size_t turn = 0;
+    Framing framing = {};
+    std::string handling = {};
+};
+
+Run* run = nullptr;
+
+void handleChecked(const Ref<cHearthixCommand>& command) {
+    require(run->framing.look() == Framing::Next::packet, "the stream holds a packet");
+    const std::string packet = run->framing.take();
+    require(packet == command->RawCommonCommand.view(), "a packet is what the framing cuts out");
+    run->handling = packet;
+    CommandSupportModule::HandleIncomingCommand(command);
+    require(!hasNoEntries(packet), "a packet without entries isn't handled");
+    run->leaveEndlessTurn();
+}
+
+class CheckedSocket : public cHearthixDeviceSocket {
+public:
+    using cHearthixDeviceSocket::cHearthixDeviceSocket;
+
+    void Event_DataAvailable() override {
+        run->framing.arrive(std::exchange(run->sent, {}));
+        run->leaveEndlessTurn();
+        cHearthixDeviceSocket::Event_DataAvailable();
+        require(run->framing.look() == Framing::Next::wait, "no whole packet is left behind");
+    }
+};
+
+std::string lowAndHigh(std::size_t number) {
+    return {static_cast<char>(number & 0xFFU), static_cast<char>(number >> 8U & 0xFFU)};
+}
+
+std::string streamFromText(std::string_view text) {
+    std::string stream;
+    std::string entries;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const bool entry = line.size() > 4 && line[4] == '=';
+        if (entry)
+            entries.append(line.substr(0, 4)).append(lowAndHigh(line.size() - 5)).append(line.substr(5));
+        if (!entries.empty() && (!entry || text.empty()))
+            stream += "J" + lowAndHigh(entries.size() + 4) + '\x80' + std::exchange(entries, {});
+        if (!entry && !line.empty())
+            stream.append({line[0], static_cast<char>(line.size() + 1)}).append(line.substr(1));
+    }
+    return stream;
+}
+
+void runInput(const Input& input) {
+    static const String kPrelude("10;3;1;0;0;21.5\n10;3;1;0;2;1\n11;1;1;0;3;50\n10;255;3;0;0;80\n"
+                                 "255;255;3;0;3;\n");
+    const bool text = input.control.starts_with('t');
+    const std::string stream = text ? streamFromText(input.stream) : std::string(input.stream);
+    const auto driver = Ref<cMySensors>::make();
+    Rig rig(Ref<CheckedSocket>::make(&handleChecked), driver);
+    Run present{input.control.substr(std::min<std::size_t>(input.control.size(), 1)), stream, rig};
+    run = &present;
+    rig.port->onSend = [](std::string_view) { run->send(); };
+    driver->PortDataAvailable(kPrelude);
+    bool ended = false;
+    try {
+        while (!present.done()) {
+            present.send();
+            rig.serve();
+        }
+    } catch (const EndlessTurn&) {
+        ended = true;
+    } catch (const NilObjectException&) {
+        ended = true;
+        require(hasNoEntries(present.handling), "only a packet without entries ends the driver");
+    }
+    const auto packets = rig.packetsToHost();
+    const auto told = std::count_if(packets.begin(), packets.end(), [](std::string_view packet) {
+        return packet.substr(2) == "\4mySensors: Received malformed packet from host";
+    });
+    require(ended || static_cast<std::size_t>(told) == present.framing.malformed,
+            "each malformed packet is told once");
+}
+
+} // namespace
+
+} // namespace hearthix::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    // A piece must fit into the socket pair.
+    if (size <= 65536)
+        hearthix::fuzz::runInput(hearthix::fuzz::Input(data, size));
+    return 0;
+}

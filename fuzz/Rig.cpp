@@ -1,0 +1,146 @@
+#include "fuzz/Rig.hpp"
+
+#include "endpoints/cMSEndpoint.hpp"
+#include "gateway/cPingTimer.hpp"
+#include "hostlink/PacketHooks.hpp"
+#include "mysensors/AddressIndex.hpp"
+#include "mysensors/VarTypeConverter.hpp"
+#include "runtime/Clock.hpp"
+#include "runtime/EventLoop.hpp"
+#include "shell/Globals.hpp"
+
+#include <array>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace hearthix::fuzz {
+
+namespace {
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kStart = 1'700'000'000 * kSecond;
+constexpr std::size_t kLogHeader = 3;
+constexpr std::size_t kMultipacketHeader = 4;
+constexpr std::size_t kEntryHeader = 6;
+
+std::int64_t present = kStart;
+
+std::size_t byteAt(std::string_view bytes, std::size_t offset) {
+    return static_cast<unsigned char>(bytes[offset]);
+}
+
+std::size_t numberAt(std::string_view bytes, std::size_t offset) {
+    return byteAt(bytes, offset) | byteAt(bytes, offset + 1) << 8U;
+}
+
+// Length of the packet at the start of the bytes.
+std::size_t packetLength(std::string_view bytes) {
+    const bool isLog = bytes[0] == 'L';
+    require(isLog || bytes[0] == 'J', "a packet to the host is a log line or a multipacket");
+    require(bytes.size() >= (isLog ? kLogHeader : kMultipacketHeader), "a packet to the host has its header");
+    const std::size_t length = isLog ? byteAt(bytes, 1) : numberAt(bytes, 1);
+    require(length <= bytes.size(), "a packet to the host is as long as it says");
+    if (isLog) {
+        require(length >= kLogHeader && byteAt(bytes, 2) <= 4, "a log line has a level");
+        return length;
+    }
+    require(byteAt(bytes, 3) == 128, "a multipacket says that its numbers are little-endian");
+    std::size_t at = kMultipacketHeader;
+    while (at + kEntryHeader <= length)
+        at += kEntryHeader + numberAt(bytes, at + 4);
+    require(at == length && at > kMultipacketHeader, "a multipacket's entries end with it");
+    return length;
+}
+
+} // namespace
+
+Rig::Rig(const Ref<cHearthixDeviceSocket>& socket, const Ref<cMySensors>& driver)
+    : port(Ref<WatchedPort>::make()) {
+    std::array<int, 2> ends{};
+    require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data()) == 0,
+            "there are sockets left");
+    host_ = ends[0];
+    socket->adopt(ends[1]);
+    present = kStart;
+    clocks::replaceWallClock([] { return present; });
+    if (mySensors::varTypeConverter.isNil())
+        mySensors::createVarTypeConverter();
+    HearthixSupport::HearthixSocket = socket;
+    mySensors::AddressIndex = Ref<Dictionary>::make();
+    Globals::gAbstractedPort = port;
+    Globals::gMySensors = driver;
+}
+
+Rig::~Rig() {
+    // A child numbered as the node itself, modulo 256, stands in its own table.
+    for (Integer i = 0; i < mySensors::AddressIndex->Count(); ++i)
+        mySensors::AddressIndex->ValueAt(i).objectAs<cMSEndpoint>()->subUnits = nullptr;
+    mySensors::AddressIndex = nullptr;
+    mySensors::gPingTimer = nullptr;
+    Globals::gMySensors = nullptr;
+    Globals::gAbstractedPort = nullptr;
+    HearthixSupport::HearthixSocket = nullptr;
+    HearthixSupport::gSignalStrength = 0;
+    Globals::DebugMode = false;
+    Globals::DoQuit = false;
+    close(host_);
+    // The loop forgets the places of what is gone only in a pass.
+    EventLoop::instance().run(0);
+}
+
+void Rig::hostWrites(std::string_view bytes) const {
+    const ssize_t written = send(host_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    require(written == static_cast<ssize_t>(bytes.size()), "the driver has read what came before");
+}
+
+void Rig::hostReads() {
+    static std::array<char, 65536> buffer;
+    bool more = true;
+    while (more) {
+        HearthixSupport::HearthixSocket->Flush();
+        const ssize_t got = recv(host_, buffer.data(), buffer.size(), 0);
+        more = got > 0;
+        if (more)
+            received_.append(buffer.data(), static_cast<std::size_t>(got));
+    }
+    require(HearthixSupport::HearthixSocket->unsentBytes() == 0, "a host that reads gets everything");
+}
+
+void Rig::serve() {
+    EventLoop::instance().run(0);
+    hostReads();
+}
+
+std::vector<std::string_view> Rig::packetsToHost() {
+    hostReads();
+    std::vector<std::string_view> packets;
+    std::string_view rest = received_;
+    while (!rest.empty()) {
+        packets.push_back(rest.substr(0, packetLength(rest)));
+        rest.remove_prefix(packets.back().size());
+    }
+    return packets;
+}
+
+void Rig::pass(std::int64_t seconds) {
+    present += seconds * kSecond;
+}
+
+std::string_view valueOf(std::string_view packet, std::string_view key) {
+    std::size_t at = kMultipacketHeader;
+    while (at < packet.size()) {
+        const std::size_t length = numberAt(packet, at + 4);
+        if (packet.substr(at, key.size()) == key)
+            return packet.substr(at + kEntryHeader, length);
+        at += kEntryHeader + length;
+    }
+    return {};
+}
+
+Input::Input(const std::uint8_t* data, std::size_t size) : stream(reinterpret_cast<const char*>(data), size) {
+    control = stream.substr(0, stream.find('\n'));
+    stream.remove_prefix(std::min(control.size() + 1, stream.size()));
+}
+
+} // namespace hearthix::fuzz
