@@ -74,19 +74,6 @@ TEST_F(EndpointTest, AsksForUnits) {
                                                   {"List", "My Sensors"}})}));
 }
 
-// Messages that the dispatch never sends here.
-TEST_F(EndpointTest, IgnoresWhatIsNotMeantForIt) {
-    const auto node = cMSEndpoint::create(10, 255, -1), child = cMSEndpoint::create(10, 3, 0);
-    sent();
-    node->HandleReceivedMSCommand(cMSCommand("10;255;3;0;1;"));
-    EXPECT_EQ(sent(), (test::Packets{test::log(
-                          "node 0A recevied a node level internal message that wasn't a batteryLevel: ")}));
-    child->HandleReceivedMSCommand(cMSCommand("10;3;2;0;0;"));
-    child->SendOnlyBatteryLevel(55);
-    EXPECT_EQ(sent(), test::Packets());
-    EXPECT_EQ(child->batteryLevel, 55);
-}
-
 TEST_F(EndpointTest, TellsNodesTheSecondsOfTheLocalClock) {
     setenv("TZ", "XYZ-2", 1);
     tzset();

@@ -118,34 +118,30 @@ TEST(Timer, MayArmAndDropTimersWhenItFires) {
 }
 
 TEST(TCPSocket, DeliversDataAheadOfTheClose) {
-    for (const std::size_t size : {std::size_t{1}, std::size_t{600'000}}) {
-        Link link;
-        link.connect("127.0.0.1");
-        for (std::size_t sent = 0; sent < size; ConsoleApplication::DoEvents(1))
-            sent += link.far.send(std::string(size - sent, 'x'));
-        link.far.close();
-        EXPECT_TRUE(waitForError(link));
-        EXPECT_EQ(link.near->received.size(), size);
-        EXPECT_EQ(link.near->LastErrorCode(), ENOTCONN);
-        link.near->Write("into the void");
-        pollLater(*link.near);
-        EXPECT_EQ(std::count(link.near->events.begin(), link.near->events.end(), 'e'), 1);
-    }
+    Link link;
+    link.connect("127.0.0.1");
+    constexpr std::size_t kSize = 600'000;
+    for (std::size_t sent = 0; sent < kSize; ConsoleApplication::DoEvents(1))
+        sent += link.far.send(std::string(kSize - sent, 'x'));
+    link.far.close();
+    EXPECT_TRUE(waitForError(link));
+    EXPECT_EQ(link.near->received.size(), kSize);
+    EXPECT_EQ(link.near->LastErrorCode(), ENOTCONN);
+    link.near->Write("into the void");
+    pollLater(*link.near);
+    EXPECT_EQ(std::count(link.near->events.begin(), link.near->events.end(), 'e'), 1);
 }
 
 TEST(TCPSocket, DeliversDataThatCameAheadOfAReset) {
-    for (const bool overLoopback : {false, true}) {
-        Link link;
-        if (overLoopback)
-            link.connect("127.0.0.1");
-        link.near->Write("unread");
-        link.near->Poll();
-        link.far.send("last words");
-        link.far.close(); // resets the connection, as there are bytes to read
-        link.near->Write("more");
-        EXPECT_TRUE(waitForError(link));
-        EXPECT_EQ(link.near->received, "last words");
-    }
+    Link link;
+    link.near->Write("unread");
+    link.near->Poll();
+    link.far.send("last words");
+    link.far.close(); // resets the connection, as there are bytes to read
+    link.near->Write("more");
+    EXPECT_TRUE(waitForError(link));
+    EXPECT_EQ(link.near->events, "de");
+    EXPECT_EQ(link.near->received, "last words");
 }
 
 TEST(TCPSocket, TellsAFailureOnlyWhenTheDataEventHasReturned) {

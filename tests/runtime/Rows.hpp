@@ -16,9 +16,8 @@ struct Row {
 };
 
 inline void expectRows(std::initializer_list<Row> rows) {
-    int number = 0;
     for (const Row& row : rows)
-        EXPECT_EQ(row.got.view(), row.want) << "row " << number++;
+        EXPECT_EQ(row.got.view(), row.want) << "row " << &row - rows.begin();
 }
 
 } // namespace hearthix

