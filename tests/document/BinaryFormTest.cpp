@@ -49,6 +49,7 @@ TEST_F(BinaryForm, IsReadForgivingly) {
         {"4B 62 64 62 41 42 20 20 56 00000001 61 00000001 31 45", "a=1 "},
         {"4B 62 64 62 41 42 20 20 4F 00000001 63" + kHeader + "45" + a1 + "45",
          "a=1 c{} "}, // the child's order stays
+        {kHeader + child + "4B 62 64 62 41 42 20 20 45 56 00000001 61 00000001 31 45", "a=1 c{} "},
         {kHeader + child + "4B 62 64 62 41 00 20 20" + a1 + "4545",
          "c{a=1 } "}, // the root's holds, without a mark
         {kHeader + child + kHeader + "45" + a1 + "45", "a=1 c{} "},
