@@ -8,6 +8,7 @@
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iterator>
 #include <thread>
