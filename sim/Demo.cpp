@@ -14,7 +14,7 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr double kCommandSeconds = 0.7;
+constexpr double kCommandSeconds = 0.5;
 constexpr int kDrainMilliseconds = 5000;
 
 class Demo {

@@ -9,8 +9,6 @@
 #include <cstring>
 #include <utility>
 
-#include <unistd.h>
-
 namespace hearthix::sim {
 
 namespace {
@@ -120,7 +118,9 @@ String GatewayServer::where() const {
 
 void GatewayServer::accept(int descriptor) {
     if (connection_ != nullptr) {
-        ::close(descriptor);
+        const auto unwanted = Ref<TCPSocket>::make();
+        unwanted->adopt(descriptor);
+        unwanted->Close();
         noted("turned a second driver away: one is connected already");
         return;
     }

@@ -5,6 +5,7 @@
 #include "sim/Text.hpp"
 
 #include <algorithm>
+#include <array>
 
 namespace hearthix::sim {
 
@@ -13,27 +14,32 @@ namespace {
 // A common message tells its length in one byte, and its other fields take eleven.
 constexpr std::size_t kMostRaw = 244;
 
+// Short enough for the log of the smallest screen.
+constexpr std::array<const char*, 6> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
+                                           "query ADDRESS: ask a unit's node for its value",
+                                           "ping, close, debug on|off: commands to the driver",
+                                           "q, p, d: quit, quit, toggle debug, as controller packets",
+                                           "raw TEXT: a line that the driver hands to the gateway",
+                                           "units: all units, or the next page; quit: end everything"};
+
 } // namespace
 
 const std::vector<HostCommands::Entry>& HostCommands::entries() {
     static const std::vector<Entry> kEntries{
-        {"on", "ADDRESS", "switch a unit on", 1, &HostCommands::unitCommand, Needs::readyDriver},
-        {"off", "ADDRESS", "switch a unit off", 1, &HostCommands::unitCommand, Needs::readyDriver},
-        {"set", "ADDRESS VALUE", "set a unit's value", 2, &HostCommands::set, Needs::readyDriver},
-        {"query", "ADDRESS", "ask a unit for its value", 1, &HostCommands::unitCommand, Needs::readyDriver},
-        {"ping", "", "ask the driver for a sign of life", 0, &HostCommands::driverCommand, Needs::driver},
-        {"debug", "on|off", "the driver's debug mode", 1, &HostCommands::debug, Needs::driver},
-        {"raw", "TEXT", "a line for the gateway, as it stands", 1, &HostCommands::raw, Needs::readyDriver},
-        {"q", "", "ask the driver to quit, as a controller packet", 0, &HostCommands::letter, Needs::driver},
-        {"p", "", "the same by another letter", 0, &HostCommands::letter, Needs::driver},
-        {"d", "", "toggle the driver's debug mode, as a controller packet", 0, &HostCommands::letter,
-         Needs::driver},
-        {"close", "", "ask the driver to close", 0, &HostCommands::driverCommand, Needs::driver},
-        {"units", "", "the units; on a screen, the next page of them", 0, &HostCommands::units,
-         Needs::nothing},
-        {"help", "", "this list", 0, &HostCommands::showHelp, Needs::nothing},
-        {"quit", "", "end the host, and the driver that it has started", 0, &HostCommands::quit,
-         Needs::nothing}};
+        {"on", "ADDRESS", 1, &HostCommands::unitCommand, Needs::readyDriver},
+        {"off", "ADDRESS", 1, &HostCommands::unitCommand, Needs::readyDriver},
+        {"set", "ADDRESS VALUE", 2, &HostCommands::set, Needs::readyDriver},
+        {"query", "ADDRESS", 1, &HostCommands::unitCommand, Needs::readyDriver},
+        {"ping", "", 0, &HostCommands::driverCommand, Needs::driver},
+        {"debug", "on|off", 1, &HostCommands::debug, Needs::driver},
+        {"raw", "TEXT", 1, &HostCommands::raw, Needs::readyDriver},
+        {"q", "", 0, &HostCommands::letter, Needs::driver},
+        {"p", "", 0, &HostCommands::letter, Needs::driver},
+        {"d", "", 0, &HostCommands::letter, Needs::driver},
+        {"close", "", 0, &HostCommands::driverCommand, Needs::driver},
+        {"units", "", 0, &HostCommands::units, Needs::nothing},
+        {"help", "", 0, &HostCommands::showHelp, Needs::nothing},
+        {"quit", "", 0, &HostCommands::quit, Needs::nothing}};
     return kEntries;
 }
 
@@ -53,15 +59,6 @@ void HostCommands::run(const String& line) {
         complain("no driver is ready yet");
     else
         (this->*found->action)(words, line);
-}
-
-std::vector<String> HostCommands::help() {
-    std::vector<String> lines;
-    for (const Entry& each : entries()) {
-        const std::string left = std::string(each.name) + " " + each.arguments;
-        lines.emplace_back(padded(left, 18) + " " + each.help, TextEncoding::utf8);
-    }
-    return lines;
 }
 
 void HostCommands::unitCommand(const Words& words, const String&) {
@@ -104,7 +101,7 @@ void HostCommands::units(const Words&, const String&) {
 }
 
 void HostCommands::showHelp(const Words&, const String&) {
-    for (const String& line : help())
+    for (const char* line : kHelp)
         host_.view().note("help", line);
 }
 

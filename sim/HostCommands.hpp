@@ -15,16 +15,12 @@ public:
     // Carries out a line; what is wrong with it is told in one line of the log.
     void run(const String& line);
 
-    // The commands with their help, one line each.
-    static std::vector<String> help();
-
 private:
     using Words = std::vector<String>;
     enum class Needs { nothing, driver, readyDriver };
     struct Entry {
         const char* name;
         const char* arguments;
-        const char* help;
         std::size_t count; // of arguments
         void (HostCommands::*action)(const Words& words, const String& line);
         Needs needs;

@@ -28,16 +28,23 @@ constexpr const char* kNormal = "\x1b[0m";
 constexpr const char* kNextLine = "\r\n";
 constexpr const char* kClearLine = "\x1b[K";
 
+constexpr std::size_t kLeastName = 6;
+constexpr std::size_t kMostName = 24;
+constexpr std::size_t kLeastValue = 8;
+
 struct Columns {
     std::size_t address = 16;
-    std::size_t name = 24;
+    std::size_t name = 0;
     std::size_t value = 0;
     std::size_t battery = 6;
     std::size_t age = 5;
 
     explicit Columns(std::size_t width) {
-        const std::size_t taken = address + name + battery + age + 4;
-        value = width > taken + 8 ? width - taken : 8;
+        const std::size_t gaps = 4;
+        const std::size_t taken = address + battery + age + gaps;
+        const std::size_t room = std::max<std::size_t>(width, taken + kLeastName + kLeastValue) - taken;
+        name = std::clamp(room - kLeastValue, kLeastName, kMostName);
+        value = room - name;
     }
 };
 
@@ -92,8 +99,10 @@ void HostScreen::unitChanged(const HostUnit& unit, HostModel::Change change) {
 }
 
 void HostScreen::showUnits(const HostModel& model) {
-    const std::size_t page = unitRows(static_cast<std::size_t>(terminal::size().rows));
-    firstUnit_ = firstUnit_ + page < model.units().size() ? firstUnit_ + page : 0;
+    const std::size_t rows = unitRows(static_cast<std::size_t>(terminal::size().rows));
+    const std::size_t page = rows > 1 ? rows - 1 : 1;
+    firstUnit_ =
+        firstUnit_ + page < model.units().size() && rows < model.units().size() ? firstUnit_ + page : 0;
     drawSoon();
 }
 
@@ -138,13 +147,14 @@ std::string HostScreen::frame(terminal::Size size) {
 void HostScreen::appendUnits(std::string& text, std::size_t rows, std::size_t columns) const {
     const Columns layout(columns);
     const std::size_t count = model_ != nullptr ? model_->units().size() : 0;
+    const bool isPaged = rows < count;
+    const std::size_t first = isPaged ? firstUnit_ : 0;
     for (std::size_t i = 0; i < rows; ++i) {
-        const std::size_t place = firstUnit_ + i;
-        const bool isLastRow = i + 1 == rows;
+        const std::size_t place = first + i;
         if (count == 0)
             text.append(padded("no units yet", columns));
-        else if (isLastRow && (place + 1 < count || firstUnit_ > 0))
-            text.append(padded(concat("units ", Str(static_cast<Integer>(firstUnit_ + 1)), " to ",
+        else if (isPaged && i + 1 == rows)
+            text.append(padded(concat("units ", Str(static_cast<Integer>(first + 1)), " to ",
                                       Str(static_cast<Integer>(std::min(place, count))), " of ",
                                       Str(static_cast<Integer>(count)), "; type units for the next page"),
                                columns));

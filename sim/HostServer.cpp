@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <utility>
 
-#include <unistd.h>
-
 namespace hearthix::sim {
 
 namespace {
@@ -71,7 +69,9 @@ bool HostServer::hasDriver() const noexcept {
 
 void HostServer::accept(int descriptor) {
     if (link_) {
-        ::close(descriptor);
+        const auto unwanted = Ref<TCPSocket>::make();
+        unwanted->adopt(descriptor);
+        unwanted->Close();
         noted("turned a second driver away: one is connected already");
         return;
     }

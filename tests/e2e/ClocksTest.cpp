@@ -62,8 +62,10 @@ TEST(StaleData, IsThrownAwayAfterFiveSecondsOfSilence) {
     Conversation talk;
     talk.gatewaySays(""); // the last chunk was a whole line: no gap makes the next one stale
     std::this_thread::sleep_for(milliseconds(6500));
-    talk.gateway.say("0;255;3;0");
-    std::this_thread::sleep_for(seconds(3));
+    for (const char* piece : {"0;255", ";3;0"}) { // a line may take as long as it likes
+        talk.gateway.say(piece);
+        std::this_thread::sleep_for(seconds(3));
+    }
     EXPECT_EQ(talk.gatewaySays(";9;slow\n"), effects({log("Gateway Message: slow")}));
     talk.gateway.say("0;255;3;0;9;whole\n1;2;1;0");
     EXPECT_EQ(talk.host.next(), log("Gateway Message: whole"));

@@ -17,7 +17,8 @@ const Pool kPayloads{"0", "1", "21.5", "-7", "0.0", "100", "abc", "", "on", "-0.
 const Pool kLevels{"0", "80", "80.9", "100", "-3", "low"};
 const Pool kInternal{"2", "3", "6", "7", "9", "11", "12", "14", "20"};
 const Pool kWords{"ON", "OFF", "SetValue", "Qery", "NoOp", ""};
-const Pool kRoots{"0A03", "0500", "0AFF", "2C03", "1F03", "1FF", "123", "FF03", "0003", "6363"};
+const Pool kRoots{"0A03", "0500", "0AFF", "2C03", "2C00", "2CFE",
+                  "1F03", "1FF",  "123",  "FF03", "0003", "6363"};
 const Pool kSuffixes{".TEMP", ".STATUS", ".SCENE", ".NOSUCH", ".TRIP", "", ".HUM.X", ".WINDOW"};
 const Pool kBroken{"", "hello", "1;2;3;4;5", "10;3;1;0;0"};
 

@@ -60,9 +60,10 @@ DriverProcess::DriverProcess(const std::vector<std::string>& arguments, Output o
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    if (output == Output::closed)
+    if (output == Output::closed) {
+        posix_spawn_file_actions_addclose(&actions, STDIN_FILENO);
         posix_spawn_file_actions_addclose(&actions, STDOUT_FILENO);
-    else
+    } else
         posix_spawn_file_actions_adddup2(&actions, output_.get(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors_.get(), STDERR_FILENO);
     const int error = posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, pointersTo(words).data(),

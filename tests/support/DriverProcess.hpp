@@ -17,7 +17,7 @@ struct Ending {
     std::string errors;
 };
 
-// Where a driver's standard output leads.
+// Where a driver's standard output leads; closed means standard input too.
 enum class Output { captured, closed, brokenPipe, full };
 
 class DriverProcess {
