@@ -26,8 +26,8 @@ Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
 }
 
 cMSEndpoint::cMSEndpoint(Integer node, Integer child)
-    : RootIndexString(mySensors::rootAddressOf(node, child)), subUnits(Ref<Dictionary>::make(std::size_t{1})), nodeID(node),
-      childID(child) {
+    : RootIndexString(mySensors::rootAddressOf(node, child)), subUnits(Ref<Dictionary>::make(std::size_t{1})),
+      nodeID(node), childID(child) {
 }
 
 void cMSEndpoint::enter() {

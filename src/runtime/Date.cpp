@@ -54,6 +54,7 @@ void Date::resolve() const {
 
 Date::Civil Date::civil() const {
     resolve();
+    carry();
     const Integer days = localDay_ + 719468;
     const Integer era = floorDivide(days, 146097);
     const Integer dayOfEra = days - era * 146097;
@@ -69,47 +70,57 @@ Integer Date::localSeconds() const {
     return secondsOfDay_;
 }
 
-void Date::set(const Civil& date, Integer secondsOfDay) {
-    resolve();
-    const Integer monthIndex = clampField(date.month) - 1;
-    const Integer year = clampField(date.year) + floorDivide(monthIndex, 12);
+Date::Civil& Date::fields() {
+    if (!fields_)
+        fields_ = civil();
+    return *fields_;
+}
+
+void Date::carry() const {
+    if (!fields_)
+        return;
+    const Integer monthIndex = clampField(fields_->month) - 1;
+    const Integer year = clampField(fields_->year) + floorDivide(monthIndex, 12);
     const Integer month = monthIndex - floorDivide(monthIndex, 12) * 12 + 1;
-    const Integer dayCarry = floorDivide(secondsOfDay, kSecondsOfDay);
-    localDay_ = daysFromCivil(year, month, 1) + clampField(date.day) - 1 + dayCarry;
-    secondsOfDay_ = secondsOfDay - dayCarry * kSecondsOfDay;
+    localDay_ = daysFromCivil(year, month, 1) + clampField(fields_->day) - 1;
+    fields_.reset();
+}
+
+void Date::setSecondsOfDay(Integer seconds) {
+    const Integer days = floorDivide(seconds, kSecondsOfDay);
+    secondsOfDay_ = seconds - days * kSecondsOfDay;
+    Civil& date = fields();
+    date.day = clampField(date.day) + days;
 }
 
 void Date::setYear(Integer year) {
-    const Civil now = civil();
-    set({year, now.month, now.day}, localSeconds());
+    fields().year = year;
 }
 
 void Date::setMonth(Integer month) {
-    const Civil now = civil();
-    set({now.year, month, now.day}, localSeconds());
+    fields().month = month;
 }
 
 void Date::setDay(Integer day) {
-    const Civil now = civil();
-    set({now.year, now.month, day}, localSeconds());
+    fields().day = day;
 }
 
 void Date::setHour(Integer hour) {
-    set(civil(), clampField(hour) * 3600 + localSeconds() % 3600);
+    setSecondsOfDay(clampField(hour) * 3600 + localSeconds() % 3600);
 }
 
 void Date::setMinute(Integer minute) {
-    set(civil(), Hour() * 3600 + clampField(minute) * 60 + Second());
+    setSecondsOfDay(Hour() * 3600 + clampField(minute) * 60 + Second());
 }
 
 void Date::setSecond(Integer second) {
-    const Integer whole = localSeconds() - Second() + clampField(second);
-    set(civil(), whole);
+    setSecondsOfDay(localSeconds() - Second() + clampField(second));
     fraction_ = 0;
 }
 
 double Date::TotalSeconds() const {
     resolve();
+    carry();
     return static_cast<double>((localDay_ + kDaysFrom1904To1970) * kSecondsOfDay + secondsOfDay_) + fraction_;
 }
 

@@ -2,12 +2,14 @@
 //
 // A new Date holds the present moment. The single fields can be set one by one; a field out of its range
 // carries over into the next higher one (month 13 is January of the next year), and a day that the month
-// lacks likewise. A value type; "no date" is an empty std::optional.
+// lacks likewise. They carry when the date is read: month, day and year may be set in any order. A value
+// type; "no date" is an empty std::optional.
 #pragma once
 
 #include "runtime/String.hpp"
 
 #include <cstdint>
+#include <optional>
 
 namespace hearthix {
 
@@ -45,13 +47,17 @@ private:
 
     // The conversion to local time is made on first use: most dates are never looked at.
     void resolve() const;
+    void carry() const;
     Civil civil() const;
     // Seconds of the day.
     Integer localSeconds() const;
-    void set(const Civil& date, Integer secondsOfDay);
+    // The date's fields, to be set; they carry with the next reading.
+    Civil& fields();
+    void setSecondsOfDay(Integer seconds);
 
     std::int64_t moment_; // nanoseconds of the wall clock at construction
     mutable bool resolved_ = false;
+    mutable std::optional<Civil> fields_;   // set, and not yet carried into localDay_
     mutable std::int64_t localDay_ = 0;     // days from 1970-01-01 on the local clock
     mutable std::int64_t secondsOfDay_ = 0; // 0 to 86399
     mutable double fraction_ = 0;           // of a second

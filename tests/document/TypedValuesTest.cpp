@@ -122,8 +122,8 @@ TEST_F(TypedValues, UnwrapTextInTwoWays) {
 }
 
 TEST_F(TypedValues, ReadDatesColoursBytesAndFilesBack) {
-    // On 7 January 2021.
-    clocks::replaceWallClock([] { return clocks::Nanoseconds{1'610'000'000} * 1'000'000'000; });
+    // On 31 January 2021: other months lack that day.
+    clocks::replaceWallClock([] { return clocks::Nanoseconds{1'612'094'400} * 1'000'000'000; });
     const std::pair<const char*, const char*> dates[] = {
         {"3/7/2021 9:05:02", "3/7/2021 9:5:2"},
         {"12/31/1999 23:59:59", "12/31/1999 23:59:59"},
