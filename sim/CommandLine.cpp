@@ -11,13 +11,13 @@ namespace {
 
 constexpr std::size_t kHelpColumn = 26;
 
-const OptionSpec* findOption(const CommandSpec& command, std::string_view name) {
+const OptionUsage* findOption(const CommandUsage& command, std::string_view name) {
     const auto found = std::find_if(command.options.begin(), command.options.end(),
-                                    [name](const OptionSpec& each) { return name == each.name; });
+                                    [name](const OptionUsage& each) { return name == each.name; });
     return found == command.options.end() ? nullptr : &*found;
 }
 
-void appendOption(std::string& text, const OptionSpec& option) {
+void appendOption(std::string& text, const OptionUsage& option) {
     std::string left = std::string("  --") + option.name;
     if (option.value != nullptr)
         left += std::string(" ") + option.value;
@@ -37,10 +37,10 @@ String SocketAddress::text() const {
     return concat(host, ":", Str(port));
 }
 
-String helpText(const CommandSpec& command) {
+String helpText(const CommandUsage& command) {
     std::string text = "Usage: hearthix-sim ";
     text.append(command.name).append(" [OPTION]...\n\n").append(command.summary).append("\n\nOptions:\n");
-    for (const OptionSpec& option : command.options)
+    for (const OptionUsage& option : command.options)
         appendOption(text, option);
     appendOption(text, {"help", nullptr, "this text"});
     appendOption(text, {"version", nullptr, "the version"});
@@ -48,7 +48,7 @@ String helpText(const CommandSpec& command) {
     return String(text, TextEncoding::utf8);
 }
 
-CommandLine::CommandLine(const CommandSpec& command, const std::vector<String>& words)
+CommandLine::CommandLine(const CommandUsage& command, const std::vector<String>& words)
     : command_(command.name) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string_view word = words[i].view();
@@ -56,7 +56,7 @@ CommandLine::CommandLine(const CommandSpec& command, const std::vector<String>& 
             refuse(concat("does not know what to do with '", words[i], "'"));
         const std::size_t equals = word.find('=');
         const std::string_view name = word.substr(2, equals == word.npos ? word.npos : equals - 2);
-        const OptionSpec* option = findOption(command, name);
+        const OptionUsage* option = findOption(command, name);
         if (option == nullptr)
             refuse(concat("has no option --", String(name)));
         const bool hasValue = equals != word.npos;

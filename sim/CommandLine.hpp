@@ -28,26 +28,26 @@ struct SocketAddress {
     String text() const;
 };
 
-struct OptionSpec {
+struct OptionUsage {
     const char* name;
     const char* value; // what its value is called in the help; null for an option without one
     const char* help;  // lines after the first are indented by the writer of the help
 };
 
-struct CommandSpec {
+struct CommandUsage {
     const char* name;
     const char* summary;
-    std::vector<OptionSpec> options;
+    std::vector<OptionUsage> options;
     const char* notes; // printed below the options
 };
 
-String helpText(const CommandSpec& command);
+String helpText(const CommandUsage& command);
 
 class CommandLine {
 public:
     // Raises UsageError for words that the table lacks. Both "--name value" and "--name=value" are read; of
     // an option given twice the last one counts.
-    CommandLine(const CommandSpec& command, const std::vector<String>& words);
+    CommandLine(const CommandUsage& command, const std::vector<String>& words);
 
     bool has(std::string_view name) const { return values_.contains(name); }
     // The value as it was given; the fallback when the option was not.

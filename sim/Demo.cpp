@@ -167,8 +167,8 @@ String Demo::summary() const {
 
 } // namespace
 
-const CommandSpec& demoSpec() {
-    static const CommandSpec kSpec{
+const CommandUsage& demoUsage() {
+    static const CommandUsage kUsage{
         "demo",
         "Shows the driver at work: a host, a gateway with a small house behind it, and the\n"
         "driver between them, in one terminal. It ends at Ctrl-C, at quit, or when its time\n"
@@ -182,11 +182,11 @@ const CommandSpec& demoSpec() {
          {"junk", "PERCENT", "follow so many of the lines by a line of junk"},
          {"trace", nullptr, "print every packet between host and driver"}},
         "It takes the commands of hearthix-sim host on standard input, and sends some itself."};
-    return kSpec;
+    return kUsage;
 }
 
 int runDemo(const std::vector<String>& words) {
-    const CommandLine line(demoSpec(), words);
+    const CommandLine line(demoUsage(), words);
     String summary;
     bool succeeded = false;
     {

@@ -32,9 +32,9 @@ GatewaySettings settingsOf(const CommandLine& line) {
 
 } // namespace
 
-const CommandSpec& gatewaySpec() {
+const CommandUsage& gatewayUsage() {
     static const std::string kNotes = std::string(kMeshGrammar) + "\nCommands on standard input: quit";
-    static const CommandSpec kSpec{
+    static const CommandUsage kUsage{
         "gateway",
         "Stands in for a MySensors gateway with a mesh of nodes behind it.",
         {{"tcp", "ADDRESS:PORT", "listen here, 127.0.0.1:5003 by default; port 0 takes\na free one"},
@@ -51,11 +51,11 @@ const CommandSpec& gatewaySpec() {
          {"record", "FILE", "write down every line with its direction and time"},
          {"replay", "FILE", "send what such a file holds, in its own time"}},
         kNotes.c_str()};
-    return kSpec;
+    return kUsage;
 }
 
 int runGateway(const std::vector<String>& words) {
-    const CommandLine line(gatewaySpec(), words);
+    const CommandLine line(gatewayUsage(), words);
     const GatewaySettings settings = settingsOf(line);
     std::vector<MeshNode> nodes = line.has("mesh") ? loadMesh(line.text("mesh")) : standardMesh();
     Session session(false);

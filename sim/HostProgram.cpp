@@ -44,8 +44,8 @@ String defaultDriver() {
     return self->Parent()->Child("hearthix-mysensors")->ShellPath();
 }
 
-const CommandSpec& hostSpec() {
-    static const CommandSpec kSpec{
+const CommandUsage& hostUsage() {
+    static const CommandUsage kUsage{
         "host",
         "Stands in for the home-automation host: waits for a driver, keeps its units and\n"
         "sends it commands. On a terminal the units are shown live.",
@@ -62,11 +62,11 @@ const CommandSpec& hostSpec() {
         "Commands, one a line on standard input; help lists them:\n"
         "  on ADDRESS, off ADDRESS, set ADDRESS VALUE, query ADDRESS, ping, debug on|off,\n"
         "  raw TEXT, q, p, d, close, units, help, quit"};
-    return kSpec;
+    return kUsage;
 }
 
 int runHost(const std::vector<String>& words) {
-    const HostSettings settings = settingsOf(CommandLine(hostSpec(), words));
+    const HostSettings settings = settingsOf(CommandLine(hostUsage(), words));
     Session session(true);
     Host host(settings, session.view());
     HostCommands commands(host, [&session] { session.end(); });

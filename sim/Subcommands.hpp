@@ -8,13 +8,13 @@
 
 namespace hearthix::sim {
 
-const CommandSpec& hostSpec();
+const CommandUsage& hostUsage();
 int runHost(const std::vector<String>& words);
 
-const CommandSpec& gatewaySpec();
+const CommandUsage& gatewayUsage();
 int runGateway(const std::vector<String>& words);
 
-const CommandSpec& demoSpec();
+const CommandUsage& demoUsage();
 int runDemo(const std::vector<String>& words);
 
 // The driver that stands beside this program.

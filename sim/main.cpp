@@ -11,12 +11,12 @@ namespace hearthix::sim {
 namespace {
 
 struct Subcommand {
-    const CommandSpec& (*spec)();
+    const CommandUsage& (*usage)();
     int (*run)(const std::vector<String>& words);
 };
 
 constexpr std::array<Subcommand, 3> kSubcommands{
-    {{demoSpec, runDemo}, {hostSpec, runHost}, {gatewaySpec, runGateway}}};
+    {{demoUsage, runDemo}, {hostUsage, runHost}, {gatewayUsage, runGateway}}};
 
 constexpr const char* kVersion = "hearthix-sim " HEARTHIX_VERSION;
 constexpr const char* kHelp = "Usage: hearthix-sim COMMAND [OPTION]...\n\n"
@@ -45,12 +45,12 @@ int dispatch(std::vector<String> words) {
     if (name.empty())
         throw UsageError{"hearthix-sim needs a command: demo, host or gateway; see hearthix-sim --help"};
     for (const Subcommand& each : kSubcommands) {
-        if (!(name == each.spec().name))
+        if (!(name == each.usage().name))
             continue;
         words.erase(words.begin());
         if (!asksFor(words, "--help"))
             return each.run(words);
-        Print(helpText(each.spec()));
+        Print(helpText(each.usage()));
         return 0;
     }
     throw UsageError{concat("hearthix-sim has no command '", name,
