@@ -190,8 +190,8 @@ void run(const String& bytes) {
 } // namespace hearthix
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // In the middle of a leap year's month: a date is put together field by field, on top of the present one.
-    hearthix::clocks::replaceWallClock([] { return std::int64_t{1'705'320'000} * 1'000'000'000; });
+    // The last of a long month, in no leap year: a stored date means the same on whatever day it is read.
+    hearthix::clocks::replaceWallClock([] { return std::int64_t{1'675'166'400} * 1'000'000'000; });
     return setenv("TZ", "UTC0", 1);
 }
 
