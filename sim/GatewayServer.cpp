@@ -64,6 +64,11 @@ void GatewayServer::setAlarms() {
     dropDue_.action = [this] { drop(); };
 }
 
+void GatewayServer::cancelAlarms() {
+    for (Alarm* alarm : {&beginSoon_, &meshDue_, &rateDue_, &pieceDue_, &replayDue_, &silenceDue_, &dropDue_})
+        alarm->cancel();
+}
+
 Integer GatewayServer::now() const {
     return clocks::monotonic() / 1'000'000;
 }
@@ -94,8 +99,7 @@ void GatewayServer::openPseudoTerminal() {
 }
 
 void GatewayServer::close() {
-    for (Alarm* alarm : {&beginSoon_, &meshDue_, &rateDue_, &pieceDue_, &replayDue_, &silenceDue_, &dropDue_})
-        alarm->cancel();
+    cancelAlarms();
     connection_ = nullptr;
     if (listener_)
         listener_->Close();
@@ -148,8 +152,7 @@ void GatewayServer::connected(StreamDevice& connection) {
 
 void GatewayServer::disconnected(const String& reason) {
     connection_ = nullptr;
-    for (Alarm* alarm : {&beginSoon_, &meshDue_, &rateDue_, &pieceDue_, &replayDue_, &silenceDue_, &dropDue_})
-        alarm->cancel();
+    cancelAlarms();
     noted(concat("driver disconnected: ", reason));
 }
 

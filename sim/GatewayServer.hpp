@@ -66,6 +66,7 @@ private:
     class Connection;
 
     void setAlarms();
+    void cancelAlarms();
     void accept(int descriptor);
     void openPseudoTerminal();
     void connected(StreamDevice& connection);
