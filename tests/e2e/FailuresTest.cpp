@@ -63,7 +63,7 @@ TEST(StackDump, AnswersAGatewayThatTalksOrLeavesAtOnce) {
 // The process takes its processor, which an idle one never does, and keeps its memory within bounds.
 void expectEndlessTurns(const DriverProcess& driver, const std::string& name) {
     constexpr std::chrono::milliseconds kBusy{500};
-    constexpr std::size_t kBound = 512u << 20;
+    constexpr std::size_t kBound = 256u << 20;
     const auto start = driver.processorTime();
     const auto limit = std::chrono::steady_clock::now() + kPatience;
     while (driver.processorTime() - start < kBusy && std::chrono::steady_clock::now() < limit)
