@@ -153,7 +153,13 @@ std::size_t widthOf(std::string_view bytes) {
     for (std::size_t i = 1; i < width; ++i)
         if (i >= bytes.size() || (static_cast<unsigned char>(bytes[i]) & 0xC0U) != 0x80U)
             return 1;
-    return width;
+    if (width < 3)
+        return width;
+    const unsigned start = lead * 256U + static_cast<unsigned char>(bytes[1]); // 3 or 4 bytes: no gaps
+    return start < 0xE0A0 || (start >= 0xEDA0 && start < 0xEE00) || (start >= 0xF000 && start < 0xF090) ||
+                   start >= 0xF490
+               ? 1
+               : width;
 }
 
 Characters charactersOf(const String& text) {

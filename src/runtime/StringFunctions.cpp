@@ -23,6 +23,12 @@ bool isContinuation(unsigned char byte) {
     return (byte & 0xC0U) == 0x80U;
 }
 
+// Overlong forms, surrogates, and what lies behind the last code point: the second byte tells.
+bool isForbiddenStart(unsigned lead, unsigned second) {
+    return (lead == 0xE0U && second < 0xA0U) || (lead == 0xEDU && second > 0x9FU) ||
+           (lead == 0xF0U && second < 0x90U) || (lead == 0xF4U && second > 0x8FU);
+}
+
 // Length in bytes of the UTF-8 character at an offset; 1 for a byte that starts no whole character.
 std::size_t characterLength(std::string_view bytes, std::size_t offset) {
     const auto lead = static_cast<unsigned char>(bytes[offset]);
@@ -38,7 +44,7 @@ std::size_t characterLength(std::string_view bytes, std::size_t offset) {
     for (std::size_t i = 1; i < length; ++i)
         if (!isContinuation(static_cast<unsigned char>(bytes[offset + i])))
             return 1;
-    return length;
+    return length > 2 && isForbiddenStart(lead, static_cast<unsigned char>(bytes[offset + 1])) ? 1 : length;
 }
 
 bool hasWideCharacters(const String& text) {

@@ -115,8 +115,9 @@ TEST(StringFunctions, CountABrokenSequenceByteByByte) {
     using Case = std::pair<const char*, Integer>;
     for (const auto& [text, length] :
          {Case("\x80\x80", 2), Case("\xC3", 1), Case("\xC3z", 2), Case("\xE2\x82", 2), Case("\xE2\x82z", 3),
-          Case("\xF0\x9F\x98", 3), Case("\xC0\x80", 2), Case("\xF5\x80\x80\x80", 4),
-          Case("\xC3\xC3\xA4", 2)}) {
+          Case("\xF0\x9F\x98", 3), Case("\xC0\x80", 2), Case("\xF5\x80\x80\x80", 4), Case("\xC3\xC3\xA4", 2),
+          Case("\xE0\x9F\xBF", 3), Case("\xE0\xA0\x80", 1), Case("\xED\x9F\xBF", 1), Case("\xED\xA0\x80", 3),
+          Case("\xF0\x8F\xBF\xBF", 4), Case("\xF4\x8F\xBF\xBF", 1), Case("\xF4\x90\x80\x80", 4)}) {
         EXPECT_EQ(Len(text), length) << testing::PrintToString(text);
         EXPECT_EQ((Left(text, 1) + Mid(text, 2)).view(), text);
         EXPECT_EQ((Left(text, length - 1) + Right(text, 1)).view(), text);
