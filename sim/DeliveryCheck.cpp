@@ -11,6 +11,8 @@ namespace hearthix::sim {
 
 namespace {
 
+constexpr Integer kBatteryLevel = 0; // an internal message
+
 // What the host must be told for a payload. Of a unit without a level it hears on or off, and 0 is on.
 std::string toldFor(Integer variableType, const String& payload) {
     String told;
@@ -40,26 +42,58 @@ bool isValueWord(const String& word) {
 
 void DeliveryCheck::sent(const String& line) {
     const Array<String> fields = Split(line, ";");
-    if (fields.Ubound() < 5 || ValInteger(fields[2]) != mySensors::kSet ||
-        ValInteger(fields[1]) == mySensors::kNodeLevelChild)
+    if (fields.Ubound() < 5)
         return;
+    const Integer child = ValInteger(fields[1]);
     const Integer variableType = ValInteger(fields[4]);
-    const String address = unitAddress(ValInteger(fields[0]), ValInteger(fields[1]), variableType);
-    pending_[std::string(address.view())].push_back(toldFor(variableType, fields[5]));
-    ++expected_;
+    const std::string address(unitAddress(ValInteger(fields[0]), child, variableType).view());
+    if (ValInteger(fields[2]) == mySensors::kInternal && variableType == kBatteryLevel)
+        batteries_[address.substr(0, 2)] = fields[5].view();
+    if (ValInteger(fields[2]) != mySensors::kSet || child == mySensors::kNodeLevelChild)
+        return;
+    const std::string told = toldFor(variableType, fields[5]);
+    latest_[address] = told;
+    pending_[address].push_back({told, ++expected_});
 }
 
 void DeliveryCheck::arrived(const cHearthixCommand& packet) {
     if (!packet.isMultiPacket || !isValueWord(packet.GetMulti("mcmd")))
         return;
-    std::deque<std::string>& pending = pending_[std::string(packet.GetMulti("addr").view())];
-    const auto found = std::find(pending.begin(), pending.end(), toldBy(packet, packet.GetMulti("mcmd")));
+    std::deque<Value>& pending = pending_[std::string(packet.GetMulti("addr").view())];
+    const std::string told = toldBy(packet, packet.GetMulti("mcmd"));
+    const auto found = std::find_if(pending.begin(), pending.end(),
+                                    [&told](const Value& value) { return value.told == told; });
     if (found == pending.end()) {
         ++unexpected_;
         return;
     }
+    lastArrived_ = std::max(lastArrived_, found->number);
     pending.erase(pending.begin(), found + 1);
     ++delivered_;
+}
+
+void DeliveryCheck::beginAnew() {
+    for (const auto& [address, values] : pending_)
+        inFlight_ += std::count_if(values.begin(), values.end(),
+                                   [this](const Value& value) { return value.number > lastArrived_; });
+    commandsInFlight_ += commandsMissing();
+    pending_.clear();
+    commands_.clear();
+    latest_.clear();
+    batteries_.clear();
+}
+
+Integer DeliveryCheck::disagreements(const HostModel& model) const {
+    Integer count = 0;
+    for (const auto& [address, told] : latest_) {
+        const Ref<HostUnit> unit = model.find(String(address));
+        const auto level = batteries_.find(address.substr(0, 2));
+        const std::string battery = level == batteries_.end() ? "0" : level->second;
+        const bool agrees =
+            unit && unit->value.view() == told.substr(told.find(' ') + 1) && unit->battery.view() == battery;
+        count += agrees ? 0 : 1;
+    }
+    return count;
 }
 
 void DeliveryCheck::commanded(const String& word, const String& address, const String& value) {
@@ -74,8 +108,11 @@ void DeliveryCheck::commanded(const String& word, const String& address, const S
 
 void DeliveryCheck::obeyed(const String& line) {
     const auto found = commands_.find(std::string(line.view()));
+    const Array<String> fields = Split(line, ";");
     if (found != commands_.end())
         commands_.erase(found);
+    else if (fields.Ubound() == 5 && ValInteger(fields[2]) == mySensors::kSet)
+        ++commandsUnexpected_;
 }
 
 } // namespace hearthix::sim

@@ -162,14 +162,22 @@ void GatewayServer::begin() {
         return;
     }
     mesh_.restart(now());
+    report();
+}
+
+void GatewayServer::report() {
+    if (hushed_ || connection_ == nullptr || beginSoon_.isSet())
+        return;
     reportByMesh();
     ratedAt_ = now();
     if (settings_.rate > 0)
         rateDue_.setIn(kRateMilliseconds);
 }
 
-void GatewayServer::hush() {
-    hushed_ = true;
+void GatewayServer::hush(bool on) {
+    hushed_ = on;
+    if (!on)
+        return report();
     meshDue_.cancel();
     rateDue_.cancel();
     replayDue_.cancel();
@@ -259,7 +267,7 @@ void GatewayServer::write(const String& line, bool isJunk) {
     recorder_.note({now() - connectedAt_, true, line});
     if (sent && !isJunk)
         sent(line);
-    if (!settings_.fragment) {
+    if (!settings_.fragment && waiting_.empty()) {
         connection_->Write(line + "\n");
         return;
     }
@@ -270,7 +278,8 @@ void GatewayServer::write(const String& line, bool isJunk) {
 
 // Pieces of one to eight bytes, and larger ones when more waits than such pieces could carry away.
 void GatewayServer::flushPieces() {
-    const Integer size = random_.InRange(1, kLongestPiece) + LenB(waiting_) / 256;
+    const Integer piece = random_.InRange(1, kLongestPiece) + LenB(waiting_) / 256;
+    const Integer size = settings_.fragment ? piece : LenB(waiting_);
     if (connection_ != nullptr) {
         connection_->Write(LeftB(waiting_, size));
         connection_->Flush();

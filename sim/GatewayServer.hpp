@@ -45,8 +45,14 @@ public:
     // Raises Failure when there can be no such port or file.
     void open();
     void close();
-    // No more reports from here on; what the driver asks is still answered.
-    void hush();
+    // No reports while it is on; what the driver asks is still answered.
+    void hush(bool on);
+
+    // Mishaps, as in the settings, that come and go.
+    void setFragment(bool on) { settings_.fragment = on; }
+    void setJunk(double percent) { settings_.junk = percent; }
+    void setSilent(bool on) { silent_ = on; }
+    void drop();
 
     // Where a driver finds it: one word for a serial line, address and port for TCP.
     std::vector<String> transport() const;
@@ -72,6 +78,7 @@ private:
     void connected(StreamDevice& connection);
     void disconnected(const String& reason);
     void begin();
+    void report();
     void read(StreamDevice& connection);
     void handle(const String& line);
     void send(const std::vector<String>& lines);
@@ -81,7 +88,6 @@ private:
     void reportByRate();
     void replayNext();
     void fallSilent();
-    void drop();
     String junkLine();
     Integer now() const;
 

@@ -60,6 +60,10 @@ public:
     // Whether the driver has its gateway, too. A driver that gets a command for a unit before that ends.
     bool hasReadyDriver() const noexcept { return hasDriver() && ready_; }
     SocketAddress address() const { return {settings_.listen.host, server_.port()}; }
+    Integer driverProcess() const noexcept { return driver_.pid(); }
+    // Mishaps: nothing is read while it stalls, and a dropped link ends the driver.
+    void stall(bool on) { server_.stall(on); }
+    void dropLink() { server_.drop("dropped, as asked for"); }
     void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
     // For the title of a screen.
     String status() const;

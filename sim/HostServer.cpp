@@ -44,6 +44,8 @@ public:
     }
 
 private:
+    bool wantsRead() const noexcept override { return !server_.stalled_ && TCPSocket::wantsRead(); }
+
     HostServer& server_;
 };
 

@@ -33,6 +33,8 @@ public:
     // Dropped when there is no driver.
     void send(const Ref<cHearthixCommand>& packet);
     void drop(const String& reason);
+    // Nothing is read while it is on.
+    void stall(bool on) { stalled_ = on; }
 
 private:
     class Link;
@@ -44,6 +46,7 @@ private:
 
     Ref<ListeningSocket> listener_;
     Ref<Link> link_;
+    bool stalled_ = false;
 };
 
 } // namespace hearthix::sim

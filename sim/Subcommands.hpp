@@ -17,6 +17,9 @@ int runGateway(const std::vector<String>& words);
 const CommandUsage& demoUsage();
 int runDemo(const std::vector<String>& words);
 
+const CommandUsage& soakUsage();
+int runSoak(const std::vector<String>& words);
+
 // The driver that stands beside this program.
 String defaultDriver();
 

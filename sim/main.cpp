@@ -15,14 +15,15 @@ struct Subcommand {
     int (*run)(const std::vector<String>& words);
 };
 
-constexpr std::array<Subcommand, 3> kSubcommands{
-    {{demoUsage, runDemo}, {hostUsage, runHost}, {gatewayUsage, runGateway}}};
+constexpr std::array<Subcommand, 4> kSubcommands{
+    {{demoUsage, runDemo}, {soakUsage, runSoak}, {hostUsage, runHost}, {gatewayUsage, runGateway}}};
 
 constexpr const char* kVersion = "hearthix-sim " HEARTHIX_VERSION;
 constexpr const char* kHelp = "Usage: hearthix-sim COMMAND [OPTION]...\n\n"
                               "Stand-ins for what the Hearthix MySensors driver stands between.\n\n"
                               "Commands:\n"
                               "  demo     host, gateway and driver in one terminal\n"
+                              "  soak     the same under mishaps, with a verdict\n"
                               "  host     a home-automation host that a driver connects to\n"
                               "  gateway  a MySensors gateway with a mesh of nodes\n\n"
                               "hearthix-sim COMMAND --help tells more; --version tells the version.";
@@ -43,7 +44,8 @@ int dispatch(std::vector<String> words) {
         return 0;
     }
     if (name.empty())
-        throw UsageError{"hearthix-sim needs a command: demo, host or gateway; see hearthix-sim --help"};
+        throw UsageError{
+            "hearthix-sim needs a command: demo, soak, host or gateway; see hearthix-sim --help"};
     for (const Subcommand& each : kSubcommands) {
         if (!(name == each.usage().name))
             continue;
@@ -54,7 +56,7 @@ int dispatch(std::vector<String> words) {
         return 0;
     }
     throw UsageError{concat("hearthix-sim has no command '", name,
-                            "': there are demo, host and gateway; see hearthix-sim --help")};
+                            "': there are demo, soak, host and gateway; see hearthix-sim --help")};
 }
 
 class SimApplication : public ConsoleApplication {

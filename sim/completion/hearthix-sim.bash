@@ -19,11 +19,12 @@ _hearthix_sim() {
     local words
     case ${COMP_WORDS[1]} in
         demo) words="--for --driver --pty --mesh --rate --fragment --junk --trace --help --version" ;;
+        soak) words="--for --driver --pty --rate --help --version" ;;
         host) words="--listen --driver --serial --gateway --id --restart --units --trace --help --version" ;;
         gateway) words="--tcp --pty --mesh --greet --no-greet --rate --fragment --junk --silent-after
             --drop-after --record --replay --help --version" ;;
     esac
-    ((COMP_CWORD == 1)) && words="demo host gateway --help --version"
+    ((COMP_CWORD == 1)) && words="demo soak host gateway --help --version"
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }
 complete -F _hearthix_sim hearthix-sim
