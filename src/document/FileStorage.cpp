@@ -1,4 +1,6 @@
 // Documents in files. The old content of a file is touched only when the new one is complete on the disk.
+// Whoever names a symbolic link means the file behind it: that one is made or replaced, and the link stays. A
+// replaced file keeps its owner and permissions.
 #include "document/CXML.hpp"
 #include "runtime/Clock.hpp"
 #include "runtime/Exceptions.hpp"
@@ -17,10 +19,15 @@ namespace {
     throw RuntimeException();
 }
 
-void writeDocument(const CXML& document, const Ref<FolderItem>& file) {
+// The file takes the rights of the one that it is to replace, if any.
+void writeDocument(const CXML& document, const Ref<FolderItem>& file, const Ref<FolderItem>& old = nullptr) {
+    if (old)
+        file->createPrivate();
     const auto stream = BinaryStream::Create(file, true);
     if (stream.isNil())
         giveUpSaving();
+    if (old)
+        file->takeRightsOf(old);
     document.SaveToBinaryData(stream);
     stream->Close();
     if (!stream->succeeded()) {
@@ -32,13 +39,15 @@ void writeDocument(const CXML& document, const Ref<FolderItem>& file) {
 
 } // namespace
 
-bool CXML::SaveToFile(const Ref<FolderItem>& target) const {
+bool CXML::SaveToFile(const Ref<FolderItem>& named) const {
+    const auto target = named->withoutLink();
     if (!target->Exists()) {
         writeDocument(*this, target);
+        target->syncFolder();
         return true;
     }
     const auto fresh = target->Parent()->Child(concat(Format(Microseconds(), "#"), "_", target->Name()));
-    writeDocument(*this, fresh);
+    writeDocument(*this, fresh, target);
     if (const Integer status = ExchangeFiles(fresh, target); status != 0) {
         WriteLog(String("error swapping files while saving: database remains unchanged ") + Str(status));
         return false;

@@ -16,6 +16,8 @@ void ConsoleApplication::DoEvents(Integer milliseconds) {
 int ConsoleApplication::execute(int count, const char* const* values) {
     openStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that may not grow any further is a failed write, as on a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     Array<String> arguments;
     for (int i = 0; i < count; ++i)
         arguments.Append(values[i]);

@@ -46,14 +46,16 @@ bool writeAt(int descriptor, std::size_t offset, std::string_view bytes) {
 } // namespace
 
 std::unique_ptr<FileBuffer> FileBuffer::create(const String& path, bool overwrite) {
-    const int flags = O_RDWR | O_CREAT | O_CLOEXEC | (overwrite ? O_TRUNC : O_EXCL);
+    const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY | (overwrite ? O_TRUNC : O_EXCL);
     const int descriptor = ::open(std::string(path.view()).c_str(), flags, 0666);
     return std::unique_ptr<FileBuffer>(descriptor < 0 ? nullptr : new FileBuffer(descriptor, 0));
 }
 
 std::unique_ptr<FileBuffer> FileBuffer::open(const String& path, bool writable) {
-    const int descriptor =
-        ::open(std::string(path.view()).c_str(), (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC);
+    // Without waiting: a pipe would keep us until somebody writes to it, a serial line until its carrier
+    // comes.
+    const int flags = (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    const int descriptor = ::open(std::string(path.view()).c_str(), flags);
     if (descriptor < 0)
         return nullptr;
     struct stat status {};

@@ -10,7 +10,8 @@ namespace hearthix {
 
 class FileBuffer {
 public:
-    // Both yield null when the system refuses; errno then tells why.
+    // Both yield null when the system refuses; errno then tells why. Only a regular file is opened, and none
+    // is waited for.
     static std::unique_ptr<FileBuffer> create(const String& path, bool overwrite);
     static std::unique_ptr<FileBuffer> open(const String& path, bool writable);
     FileBuffer(const FileBuffer&) = delete;

@@ -20,13 +20,12 @@ std::string pathOf(const FolderItem& item) {
     return std::string(item.ShellPath().view());
 }
 
-// Makes the names of a folder's files durable. A file system that can't do this has its own rules.
-void syncFolder(const Ref<FolderItem>& folder) {
-    const int descriptor = open(pathOf(*folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    fsync(descriptor);
-    close(descriptor);
+// 0 for a regular file, and the reason why anything else takes no part in an exchange.
+int refusalOf(const FolderItem& item) {
+    struct stat status {};
+    if (lstat(pathOf(item).c_str(), &status) != 0)
+        return errno;
+    return S_ISREG(status.st_mode) ? 0 : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
 }
 
 } // namespace
@@ -42,7 +41,7 @@ FolderItem::FolderItem(const String& path) {
 
 bool FolderItem::Exists() const {
     struct stat status {};
-    return lstat(pathOf(*this).c_str(), &status) == 0;
+    return stat(pathOf(*this).c_str(), &status) == 0;
 }
 
 String FolderItem::Name() const {
@@ -68,16 +67,63 @@ String FolderItem::GetSaveInfo(const Ref<FolderItem>&, Integer) const {
     return path_;
 }
 
+Ref<FolderItem> FolderItem::withoutLink() const {
+    namespace fs = std::filesystem;
+    constexpr int kMostLinks = 40; // as many as the system follows
+    std::error_code error;
+    fs::path path(path_.view());
+    if (!fs::is_symlink(path, error))
+        return Ref<FolderItem>::make(path_);
+    // The folder is resolved with each step, so that ".." in a link leads up from where the link really is.
+    for (int links = 0; links < kMostLinks && fs::is_symlink(path, error); ++links)
+        path = fs::weakly_canonical(path.parent_path(), error) / fs::read_symlink(path, error);
+    path = fs::weakly_canonical(path.parent_path(), error) / path.filename();
+    return Ref<FolderItem>::make(String(path.string(), TextEncoding::utf8));
+}
+
+void FolderItem::createPrivate() const {
+    const int descriptor = open(pathOf(*this).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (descriptor >= 0)
+        close(descriptor);
+}
+
+void FolderItem::takeRightsOf(const Ref<FolderItem>& model) const {
+    struct stat status {};
+    if (stat(pathOf(*model).c_str(), &status) != 0)
+        return;
+    const int descriptor = open(pathOf(*this).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+    if (descriptor < 0)
+        return;
+    mode_t mode = status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    if (fchown(descriptor, status.st_uid, status.st_gid) != 0 &&
+        fchown(descriptor, static_cast<uid_t>(-1), status.st_gid) != 0)
+        mode = (mode & (S_IRWXU | S_IRWXO)) | (mode & S_IRWXO) << 3U;
+    fchmod(descriptor, mode);
+    close(descriptor);
+}
+
+void FolderItem::syncFolder() const {
+    const auto folder = Parent();
+    const int descriptor = folder ? open(pathOf(*folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+    if (descriptor < 0)
+        return;
+    // A file system that can't do this has rules of its own.
+    fsync(descriptor);
+    close(descriptor);
+}
+
 Ref<FolderItem> GetFolderItem(const String& reference, Integer) {
     return Ref<FolderItem>::make(reference);
 }
 
 Integer ExchangeFiles(const Ref<FolderItem>& first, const Ref<FolderItem>& second) {
 #ifdef RENAME_EXCHANGE
+    for (const auto& each : {first, second})
+        if (const int refusal = refusalOf(*each); refusal != 0)
+            return refusal;
     if (renameat2(AT_FDCWD, pathOf(*first).c_str(), AT_FDCWD, pathOf(*second).c_str(), RENAME_EXCHANGE) != 0)
         return errno;
-    if (const auto folder = second->Parent())
-        syncFolder(folder);
+    second->syncFolder();
     return 0;
 #else
     // Without an atomic exchange there is no safe way to keep both files.

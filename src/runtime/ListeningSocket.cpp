@@ -14,6 +14,12 @@
 
 namespace hearthix {
 
+namespace {
+
+constexpr std::int64_t kPauseMilliseconds = 100;
+
+} // namespace
+
 bool ListeningSocket::Listen(const String& address, Integer port) {
     Close();
     sockaddr_in where{};
@@ -49,15 +55,24 @@ void ListeningSocket::Close() {
     if (descriptor_ < 0)
         return;
     EventLoop::instance().remove(*this);
+    pause_.setMode(Timer::kModeOff);
     ::close(std::exchange(descriptor_, -1));
     port_ = 0;
+}
+
+void ListeningSocket::pauseWhenShort(int error) {
+    // The connection stays in the queue, so the loop would find the socket ready again at once.
+    if (error != EMFILE && error != ENFILE && error != ENOBUFS && error != ENOMEM)
+        return;
+    pause_.setPeriod(kPauseMilliseconds);
+    pause_.setMode(Timer::kModeSingle);
 }
 
 void ListeningSocket::serve(bool readable, bool) {
     while (readable && descriptor_ >= 0) {
         const int connection = accept4(descriptor_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (connection < 0)
-            return;
+            return pauseWhenShort(errno);
         if (accepted)
             accepted(connection);
         else

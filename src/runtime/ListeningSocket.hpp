@@ -1,8 +1,10 @@
-// A TCP socket that waits for connections.
+// A TCP socket that waits for connections. While the process or the system has no descriptor left,
+// connections wait in the system's queue, and it looks for a free one ten times a second.
 #pragma once
 
 #include "runtime/EventSource.hpp"
 #include "runtime/String.hpp"
+#include "runtime/Timer.hpp"
 
 #include <functional>
 
@@ -24,13 +26,21 @@ public:
     std::function<void(int descriptor)> accepted;
 
 private:
+    class Pause : public Timer {
+    public:
+        // When it is over there is nothing to do: the loop asks wantsRead again.
+        void Event_Action() override {}
+    };
+
     int descriptor() const noexcept override { return descriptor_; }
-    bool wantsRead() const noexcept override { return true; }
+    bool wantsRead() const noexcept override { return pause_.Mode() == Timer::kModeOff; }
     bool wantsWrite() const noexcept override { return false; }
     void serve(bool readable, bool writable) override;
     void flushOutput() override {}
+    void pauseWhenShort(int error);
 
     int descriptor_ = -1;
+    Pause pause_;
     Integer port_ = 0;
     String lastError_;
 };

@@ -1,8 +1,6 @@
 #include "runtime/Exceptions.hpp"
 #include "tests/document/DocumentTest.hpp"
 
-#include <random>
-
 namespace hearthix::testing {
 namespace {
 
@@ -112,50 +110,6 @@ TEST_F(BinaryForm, NeverAllocatesForALengthAlone) {
         loadRaises(document, bytes);
         EXPECT_LT(largestAllocation, 64U * 1024) << entry;
         EXPECT_GT(largestAllocation, 0U) << "nothing is counted";
-    }
-}
-
-class Trees {
-public:
-    Ref<CXML> tree(int depth) {
-        Pairs values;
-        for (std::size_t i = below(5); i > 0; --i)
-            values.emplace_back(text(), text());
-        std::vector<Ref<CXML>> children;
-        for (std::size_t i = depth > 0 ? below(4) : 0; i > 0; --i)
-            children.push_back(tree(depth - 1));
-        return node(text(), values, children);
-    }
-    std::size_t below(std::size_t limit) { return random_() % limit; }
-
-private:
-    std::string text() {
-        std::string bytes(below(12) == 0 ? below(5000) : below(6), '\0');
-        for (char& byte : bytes)
-            byte = "\0VOE \n\xC3\xA4k"[below(9)];
-        return bytes;
-    }
-
-    std::mt19937 random_{20300};
-};
-
-TEST_F(BinaryForm, BringsRandomTreesBack) {
-    Trees trees;
-    for (int i = 0; i < 100; ++i) {
-        const auto tree = trees.tree(5);
-        const String bytes = tree->SaveToString();
-        CXML again;
-        again.loadFromString(bytes);
-        ASSERT_EQ(textOf(again), textOf(*tree)) << i;
-        ASSERT_EQ(again.SaveToString().view(), bytes.view()) << i;
-        ASSERT_EQ(textOf(*tree->Clone()), textOf(*tree)) << i;
-        // Damage may raise the one exception and nothing else, and leaves a tree that can be used.
-        std::string damaged = plain(bytes);
-        for (int hits = 0; hits < 3; ++hits)
-            damaged[trees.below(damaged.size())] = static_cast<char>(trees.below(256));
-        CXML survivor;
-        loadRaises(survivor, damaged);
-        ASSERT_EQ(textOf(*survivor.Clone()), textOf(survivor));
     }
 }
 

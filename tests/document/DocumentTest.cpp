@@ -49,15 +49,6 @@ void* operator new(std::size_t size) {
 
 namespace hearthix::testing {
 
-std::string bytesOf(const std::string& hex) {
-    std::string digits = hex;
-    std::erase(digits, ' ');
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-    return bytes;
-}
-
 Ref<CXML> node(const std::string& name, const Pairs& values, const std::vector<Ref<CXML>>& children) {
     const auto made = Ref<CXML>::make();
     made->Name = utf8(name);

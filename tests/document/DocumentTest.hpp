@@ -2,6 +2,7 @@
 #pragma once
 
 #include "document/CXML.hpp"
+#include "tests/runtime/Rows.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,6 @@
 
 namespace hearthix::testing {
 
-// "4B 62 64" as bytes; blanks don't matter.
-std::string bytesOf(const std::string& hex);
 inline String utf8(std::string_view text) {
     return String(text, TextEncoding::utf8);
 }

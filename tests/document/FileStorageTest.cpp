@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,8 +42,7 @@ TEST_F(FileStorage, MakesAndReplacesAFile) {
     EXPECT_EQ(readFile(at("doc")), oldBytes);
     EXPECT_TRUE(newOne->SaveToFile(item("doc")));
     EXPECT_EQ(readFile(at("doc")), newBytes);
-    EXPECT_TRUE(calls.starts_with("sync sync exchange "))
-        << "on the disk before it takes the place: " << calls;
+    EXPECT_EQ(calls, "sync sync sync exchange sync ") << "file, folder; file, and only then the change";
     EXPECT_EQ(names(), "doc ");
     CXML again;
     again.loadFromFile(item("doc"), nullptr);
@@ -82,6 +82,33 @@ TEST_F(FileStorage, KeepsBothWhenTheExchangeIsRefused) {
     const std::size_t digits = names().find_first_not_of("0123456789");
     ASSERT_EQ(names().substr(digits), "_doc doc ");
     EXPECT_EQ(readFile(at(names().substr(0, digits) + "_doc")), newBytes);
+}
+
+TEST_F(FileStorage, GoesThroughLinksAndKeepsTheRights) {
+    std::filesystem::create_directory(at("there"));
+    writeFile(at("there/doc"), oldBytes);
+    const std::string doc = at("there/doc").string();
+    ASSERT_EQ(chmod(doc.c_str(), 0420), 0);
+    const uid_t owner = geteuid() == 0 ? 4711 : geteuid(); // only root gives files away
+    ASSERT_EQ(chown(doc.c_str(), owner, owner == 4711 ? 4712 : getegid()), 0);
+    for (const auto& [name, to] :
+         {std::pair{"there/link", "doc"}, {"link", "there/link"}, {"there/new", "../made"}, {"loop", "loop"}})
+        std::filesystem::create_symlink(to, at(name));
+    for (const char* name : {"link", "there/new"})
+        EXPECT_TRUE(newOne->SaveToFile(item(name))) << name;
+    EXPECT_THROW(newOne->SaveToFile(item("loop")), RuntimeException);
+    EXPECT_TRUE(std::filesystem::is_symlink(at("link")) && std::filesystem::is_symlink(at("there/link")));
+    EXPECT_TRUE(readFile(doc) == newBytes && readFile(at("made")) == newBytes);
+    struct stat status {};
+    ASSERT_EQ(stat(doc.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0420U);
+    EXPECT_EQ(status.st_uid, owner);
+    EXPECT_EQ(status.st_gid, owner == 4711 ? 4712 : getegid());
+    EXPECT_EQ(names(), "link loop made there ");
+    logged.clear();
+    EXPECT_FALSE(newOne->SaveToFile(item("there")));
+    EXPECT_TRUE(logged.at(0).ends_with(" " + std::to_string(EISDIR)) &&
+                std::filesystem::is_directory(at("there")));
 }
 
 TEST_F(FileStorage, LoadsWhatItCan) {

