@@ -1,17 +1,21 @@
 // The parts of the driver, one by one. The document stands beside plain structs that hold the same tree.
 #include "document/CXML.hpp"
-#include "hostlink/cHearthixCommand.hpp"
+#include "gateway/cMySensors.hpp"
+#include "hostlink/cHearthixDeviceSocket.hpp"
+#include "mysensors/AddressIndex.hpp"
 #include "mysensors/cMSCommand.hpp"
 #include "mysensors/VarTypeConverter.hpp"
 #include "PlainDocument.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
+#include "shell/Globals.hpp"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <random>
 
 #include <malloc.h>
@@ -123,6 +127,34 @@ void searchTable(State& state) {
     }
 }
 
+// A set line from the port to a packet that nobody takes, endpoints visited at random.
+void handleLine(State& state) {
+    Globals::gMySensors = Ref<cMySensors>::make();
+    mySensors::AddressIndex = Ref<mySensors::AddressTable>::make();
+    HearthixSupport::HearthixSocket = Ref<cHearthixDeviceSocket>::make([](const Ref<cHearthixCommand>&) {});
+    std::vector<String> chunks;
+    std::vector<Integer> places(static_cast<std::size_t>(state.range(0)));
+    std::iota(places.begin(), places.end(), 0);
+    constexpr Integer kChunkLines = 1000;
+    std::mt19937 random;
+    for (Integer pass = 0; pass * state.range(0) < 10 * kChunkLines || pass < 2; ++pass) {
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            if (i % kChunkLines == 0)
+                chunks.emplace_back();
+            chunks.back() += concat(Str(places[i] / 255), ";", Str(places[i] % 255), ";1;0;0;21.5\n");
+        }
+        std::shuffle(places.begin(), places.end(), random);
+    }
+    for (const String& chunk : chunks)
+        Globals::gMySensors->PortDataAvailable(chunk);
+    const Integer lines = std::min(kChunkLines, state.range(0));
+    std::size_t next = 0;
+    while (state.KeepRunningBatch(lines)) {
+        Globals::gMySensors->PortDataAvailable(chunks[next]);
+        next = next + 1 < chunks.size() ? next + 1 : 0;
+    }
+}
+
 PlainDocument plainDocument() {
     PlainDocument document;
     document.units.reserve(kUnits);
@@ -220,6 +252,7 @@ void registerDocuments() {
 
 BENCHMARK(parseLine)->Name("parse a set line");
 BENCHMARK(readNumbers)->Name("Val of three numbers");
+BENCHMARK(handleLine)->Name("handle a set line, endpoints")->Arg(10)->Arg(65025);
 BENCHMARK(writePacket)->Name("write a value packet");
 BENCHMARK(readPacket)->Name("read a value packet");
 BENCHMARK(cutLines)->Name("cut a line off 64 KiB");

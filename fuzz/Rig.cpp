@@ -67,7 +67,7 @@ Rig::Rig(const Ref<cHearthixDeviceSocket>& socket, const Ref<cMySensors>& driver
     if (mySensors::varTypeConverter.isNil())
         mySensors::createVarTypeConverter();
     HearthixSupport::HearthixSocket = socket;
-    mySensors::AddressIndex = Ref<Dictionary>::make();
+    mySensors::AddressIndex = Ref<mySensors::AddressTable>::make();
     Globals::gAbstractedPort = port;
     Globals::gMySensors = driver;
 }

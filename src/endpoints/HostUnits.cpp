@@ -1,7 +1,6 @@
 // What the host is told about units: their creation, and their node's battery.
 #include "endpoints/cMSEndpoint.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/Numbers.hpp"
@@ -40,8 +39,8 @@ void cMSEndpoint::CreateHearthixUnitForNode() {
 }
 
 bool cMSEndpoint::getBatteryLevelFromNode() {
-    const Ref<cMSEndpoint> node = find(mySensors::nodeAddressOf(nodeID));
-    if (node.isNil())
+    const cMSEndpoint* node = find(nodeID, mySensors::kNodeLevelChild);
+    if (node == nullptr)
         return false;
     batteryLevel = node->batteryLevel;
     return true;

@@ -5,9 +5,21 @@
 #include "shell/Globals.hpp"
 #include "shell/Logging.hpp"
 
+#include <algorithm>
+
 namespace hearthix {
 
 namespace {
+
+// The number at the front of a line, and the line behind its ";". Junk yields any number, as this is a hint.
+Integer takeNumber(std::string_view& line) noexcept {
+    Integer number = 0;
+    std::size_t at = 0;
+    for (; at < line.size() && at < 3 && line[at] != ';'; ++at)
+        number = number * 10 + (line[at] - '0');
+    line.remove_prefix(std::min(at + 1, line.size()));
+    return number;
+}
 
 Ref<cMSEndpoint> held(const Variant* entry) {
     return entry != nullptr ? Ref<cMSEndpoint>(entry->objectAs<cMSEndpoint>()) : nullptr;
@@ -17,6 +29,22 @@ Ref<cMSEndpoint> held(const Variant* entry) {
 
 Ref<cMSEndpoint> cMSEndpoint::find(const String& rootAddress) {
     return held(mySensors::AddressIndex->find(rootAddress.view()));
+}
+
+cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {
+    return objectCast<cMSEndpoint>(mySensors::AddressIndex->at(node, child));
+}
+
+void cMSEndpoint::prefetch(std::string_view line) noexcept {
+    if (mySensors::AddressIndex.isNil())
+        return;
+    const Integer node = takeNumber(line);
+    const Integer child = takeNumber(line);
+    const Object* object = mySensors::AddressIndex.get()->at(node, child);
+    if (object == nullptr)
+        return;
+    __builtin_prefetch(object);
+    __builtin_prefetch(&static_cast<const cMSEndpoint*>(object)->batteryLevel);
 }
 
 Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
@@ -32,16 +60,17 @@ cMSEndpoint::cMSEndpoint(Integer node, Integer child)
 
 void cMSEndpoint::enter() {
     const Ref<cMSEndpoint> self(this);
-    if (childID == mySensors::kNodeLevelChild) {
-        HearthixSupport::WriteLog(String("creating unit at node level for node: ") +
-                                  Globals::formatHexOfLowByte(nodeID));
-        mySensors::AddressIndex->SetValue(RootIndexString, self);
+    const bool isNode = childID == mySensors::kNodeLevelChild;
+    HearthixSupport::WriteLog(
+        isNode ? concat("creating unit at node level for node: ", Globals::formatHexOfLowByte(nodeID))
+               : concat("creating child object at Address: ", RootIndexString));
+    mySensors::AddressIndex->enter(nodeID, childID, self);
+    if (isNode)
         return;
-    }
-    HearthixSupport::WriteLog(String("creating child object at Address: ") + RootIndexString);
-    mySensors::AddressIndex->SetValue(RootIndexString, self);
-    const Variant& node = mySensors::AddressIndex->Value(mySensors::nodeAddressOf(nodeID));
-    node.objectAs<cMSEndpoint>()->subUnits->SetValue(RootIndexString, self);
+    cMSEndpoint* node = find(nodeID, mySensors::kNodeLevelChild);
+    if (node == nullptr)
+        throw KeyNotFoundException();
+    node->subUnits->SetValue(RootIndexString, self);
 }
 
 } // namespace hearthix

@@ -12,6 +12,9 @@
 #include "runtime/Object.hpp"
 #include "runtime/String.hpp"
 
+#include <cstdint>
+#include <string_view>
+
 namespace hearthix {
 
 class cMSEndpoint : public Object {
@@ -21,6 +24,11 @@ public:
     static Ref<cMSEndpoint> create(Integer node, Integer child, Integer deviceType);
     // The endpoint of a root address in any case, or nil.
     static Ref<cMSEndpoint> find(const String& rootAddress);
+    // The same by the low bytes of its numbers. Borrowed, until the index changes.
+    static cMSEndpoint* find(Integer node, Integer child);
+    // Tells the processor that the endpoint of this line will be asked for soon. In a large mesh its memory
+    // has left the caches since its last value, and arrives while the line ahead is still at work.
+    static void prefetch(std::string_view line) noexcept;
 
     String RootIndexString; // the root address, such as 0A03
     // Of a node: root address to child. Of a child: each variable type seen so far, to its first payload, of
@@ -54,6 +62,10 @@ private:
     void enter();
     void handleNodeLevel(const cMSCommand& command);
     void handleChildLevel(const cMSCommand& command);
+    bool isNewType(Integer variableType);
+
+    // A bit for each variable type from 0 to 63 known to stand in subUnits: a short cut past the dictionary.
+    std::uint64_t seenTypes_ = 0;
 };
 
 } // namespace hearthix

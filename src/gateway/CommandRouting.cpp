@@ -1,6 +1,5 @@
 // From a command of the host to the endpoint that its address names.
 #include "gateway/cMySensors.hpp"
-#include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
@@ -18,7 +17,7 @@ Ref<cMSEndpoint> createFromAddress(const String& root, const String& suffix) {
     const Integer variableType = mySensors::SuffixToVarType(suffix);
     const Integer node = ValInteger(String("&h") + Left(root, 2));
     const Integer child = ValInteger(String("&h") + Right(root, 2));
-    if (cMSEndpoint::find(mySensors::nodeAddressOf(node)).isNil())
+    if (cMSEndpoint::find(node, mySensors::kNodeLevelChild) == nullptr)
         cMSEndpoint::create(node, mySensors::kNodeLevelChild, -1);
     return cMSEndpoint::create(node, child, variableType);
 }

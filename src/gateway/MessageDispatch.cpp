@@ -1,7 +1,6 @@
 // The switchboard of the gateway side: what becomes of each line.
 #include "gateway/cMySensors.hpp"
 #include "hostlink/UnitRequest.hpp"
-#include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "shell/Globals.hpp"
 #include "shell/Logging.hpp"
@@ -87,9 +86,9 @@ void cMySensors::handleVersion(const cMSCommand& command) {
 
 void cMySensors::handleSet(const cMSCommand& command) {
     // Held here: a host command that runs in a log line may put another endpoint into the index.
-    Ref<cMSEndpoint> endpoint = cMSEndpoint::find(command.rootAddress);
+    Ref<cMSEndpoint> endpoint(cMSEndpoint::find(command.nodeID, command.childID));
     if (endpoint.isNil()) {
-        if (cMSEndpoint::find(mySensors::nodeAddressOf(command.nodeID)).isNil())
+        if (cMSEndpoint::find(command.nodeID, mySensors::kNodeLevelChild) == nullptr)
             cMSEndpoint::create(command.nodeID, mySensors::kNodeLevelChild, kNoDeviceType);
         endpoint = cMSEndpoint::create(command.nodeID, command.childID, command.SubType);
     }
@@ -98,7 +97,7 @@ void cMySensors::handleSet(const cMSCommand& command) {
 
 // No step for the node's own endpoint here: a battery report usually comes from the node as a whole.
 void cMySensors::handleBattery(const cMSCommand& command) {
-    Ref<cMSEndpoint> endpoint = cMSEndpoint::find(command.rootAddress);
+    Ref<cMSEndpoint> endpoint(cMSEndpoint::find(command.nodeID, command.childID));
     if (endpoint.isNil())
         endpoint = cMSEndpoint::create(command.nodeID, command.childID, kNoDeviceType);
     endpoint->HandleReceivedMSCommand(command);

@@ -1,6 +1,7 @@
 // The receive path: from the port's bytes to lines.
 #include "gateway/cMySensors.hpp"
 
+#include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/Numbers.hpp"
@@ -33,6 +34,7 @@ void cMySensors::PortDataAvailable(const String& data) {
         const String line = LeftB(buffer, lineEnd);
         buffer.removeFront(line.size());
         lineEnd = InStrB(1, buffer, kLineFeed);
+        cMSEndpoint::prefetch(buffer);
         HandleMSCommand(Trim(line));
         RuntimeBackgroundTask();
     }

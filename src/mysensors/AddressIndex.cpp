@@ -1,18 +1,34 @@
 #include "mysensors/AddressIndex.hpp"
 
-#include "mysensors/Vocabulary.hpp"
 #include "shell/Globals.hpp"
 
 namespace hearthix {
 
-Ref<Dictionary> mySensors::AddressIndex;
+Ref<mySensors::AddressTable> mySensors::AddressIndex;
+
+namespace {
+
+std::size_t lowByte(Integer number) {
+    return static_cast<std::uint8_t>(number);
+}
+
+} // namespace
+
+void mySensors::AddressTable::enter(Integer node, Integer child, const Ref<Object>& endpoint) {
+    std::unique_ptr<Row>& row = rows_[lowByte(node)];
+    if (!row)
+        row = std::make_unique<Row>();
+    SetValue(rootAddressOf(node, child), endpoint);
+    (*row)[lowByte(child)] = endpoint.get();
+}
+
+Object* mySensors::AddressTable::at(Integer node, Integer child) const noexcept {
+    const std::unique_ptr<Row>& row = rows_[lowByte(node)];
+    return row ? (*row)[lowByte(child)] : nullptr;
+}
 
 String mySensors::rootAddressOf(Integer node, Integer child) {
     return concat(Globals::formatHexOfLowByte(node), Globals::formatHexOfLowByte(child));
-}
-
-String mySensors::nodeAddressOf(Integer node) {
-    return rootAddressOf(node, kNodeLevelChild);
 }
 
 } // namespace hearthix

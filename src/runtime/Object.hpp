@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace hearthix {
@@ -34,6 +35,16 @@ public:
 private:
     mutable std::uint32_t references_ = 1;
 };
+
+// The object as one of this class, or null when it is none.
+template <class T>
+T* objectCast(Object* object) noexcept {
+    // Nearly always the very class that is asked for, which a plain comparison tells.
+    if constexpr (requires { static_cast<T*>(object); })
+        if (object != nullptr && typeid(*object) == typeid(T))
+            return static_cast<T*>(object);
+    return dynamic_cast<T*>(object);
+}
 
 template <class T>
 class Ref {

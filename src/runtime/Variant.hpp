@@ -8,7 +8,6 @@
 #include <concepts>
 #include <cstdint>
 #include <memory>
-#include <typeinfo>
 #include <utility>
 
 namespace hearthix {
@@ -58,12 +57,7 @@ public:
     // it.
     template <class T>
     T* objectAs() const noexcept {
-        Object* object = kind_ == Kind::object ? object_.get() : nullptr;
-        // Nearly always the very class that is asked for, which a plain comparison tells.
-        if constexpr (requires { static_cast<T*>(object); })
-            if (object != nullptr && typeid(*object) == typeid(T))
-                return static_cast<T*>(object);
-        return dynamic_cast<T*>(object);
+        return objectCast<T>(kind_ == Kind::object ? object_.get() : nullptr);
     }
 
     // Strings ignore case; values of different types are different.

@@ -48,7 +48,7 @@ Integer App::Event_Run(const Array<String>& arguments) {
         drain();
         return 0;
     }
-    mySensors::AddressIndex = Ref<Dictionary>::make();
+    mySensors::AddressIndex = Ref<mySensors::AddressTable>::make();
     mySensors::createVarTypeConverter();
     openGateway(arguments);
     Globals::gMySensors = Ref<cMySensors>::make();

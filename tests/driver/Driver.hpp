@@ -34,7 +34,7 @@ protected:
     DriverTest() {
         Globals::DebugMode = Globals::DoQuit = false;
         Globals::gAbstractedPort = port_;
-        mySensors::AddressIndex = Ref<Dictionary>::make();
+        mySensors::AddressIndex = Ref<mySensors::AddressTable>::make();
         mySensors::createVarTypeConverter();
         HearthixSupport::HearthixSocket =
             Ref<cHearthixDeviceSocket>::make([](const Ref<cHearthixCommand>&) {});
