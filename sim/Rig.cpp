@@ -63,8 +63,12 @@ bool Rig::isSettled() const {
 bool Rig::settle(int milliseconds) {
     gateway.hush(true);
     ConsoleApplication::DoEvents(20);
-    for (int waited = 0; waited < milliseconds && !isSettled() && host.hasDriver(); waited += 20)
+    Integer arrived = 0;
+    for (int waited = 0; waited < milliseconds && !isSettled() && host.hasDriver(); waited += 20) {
         ConsoleApplication::DoEvents(20);
+        if (std::exchange(arrived, check.delivered()) != check.delivered())
+            waited = 0;
+    }
     return isSettled();
 }
 

@@ -22,7 +22,8 @@ public:
     void close();
     // Goes round the units that can be commanded; does nothing while no driver is ready.
     void commandNext();
-    // Nothing new is begun; what is under way gets time to arrive. False when not all of it does.
+    // Nothing new is begun; what is under way gets time to arrive, as long as something does. False when not
+    // all of it comes.
     bool settle(int milliseconds);
 
     GatewayServer gateway;

@@ -22,8 +22,9 @@ namespace {
 
 constexpr double kCommandSeconds = 0.02;
 constexpr int kPatienceMilliseconds = 60'000;
-constexpr double kShortSilence = 12; // the driver asks after ten seconds, and ends after twenty
-constexpr Integer kMemoryGrowth = 24 << 10;
+constexpr int kSettleMilliseconds = 10'000;
+constexpr double kShortSilence = 12;       // the driver asks after ten seconds, and ends after twenty
+constexpr Integer kMemoryGrowth = 8 << 10; // KiB
 
 // Keeps the last lines for the case that something goes wrong.
 class LastNotes : public HostView {
@@ -249,7 +250,7 @@ void Soak::settle(const char* name) {
     if (!failure_.empty() || interrupted_)
         return;
     commandDue_.cancel();
-    const bool settled = rig_.settle(kPatienceMilliseconds);
+    const bool settled = rig_.settle(kSettleMilliseconds);
     const DeliveryCheck& check = rig_.check;
     Print(concat(clockText(false), "  ", String(padded(name, 18)), Str(check.delivered()), " values of ",
                  Str(check.expected()), ", ", Str(check.inFlight()), " in flight; driver ",

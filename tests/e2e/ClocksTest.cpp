@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <ctime>
 #include <thread>
 
 namespace hearthix::test {
@@ -74,6 +76,28 @@ TEST(StaleData, IsThrownAwayAfterFiveSecondsOfSilence) {
         talk.gatewaySays(";3;7\n"),
         effects({log("stale data in buffer. Throwing away 7 bytes:  31 3B 32 3B 31 3B 30", 4),
                  log("malformed mySensors packet: (;3;7)"), log("failed to parse Command: (;3;7)", 4)}));
+}
+
+// With a wall clock that a signal sets: SIGUSR1 three hours on, SIGUSR2 six hours back.
+TEST(StaleData, GoesByTheWallClockOfTheMachine) {
+    if (isForeignDriver())
+        GTEST_SKIP() << "the clock of an emulator's program can't be set";
+    Conversation talk(Transport::tcp, Output::captured, "UTC0", 0,
+                      {"env", "LD_PRELOAD=" HEARTHIX_CLOCK, "ASAN_OPTIONS=verify_asan_link_order=0"});
+    const auto sendHalfALineAndSetTheClock = [&talk](int signal) {
+        talk.gateway.say("0;255;3;0;9;whole\n0;255;3;0");
+        EXPECT_EQ(talk.host.next(), log("Gateway Message: whole"));
+        talk.driver.signal(signal);
+        talk.gateway.say(";9;half\n");
+    };
+    sendHalfALineAndSetTheClock(SIGUSR1);
+    EXPECT_EQ(talk.gatewaySays("12;3;3;0;6;0\n").host[0],
+              log("stale data in buffer. Throwing away 9 bytes:  30 3B 32 35 35 3B 33 3B 30", 4));
+    sendHalfALineAndSetTheClock(SIGUSR2);
+    EXPECT_EQ(talk.gatewaySays(""), effects({log("Gateway Message: half")}));
+    const std::string reply = talk.gatewaySays("12;3;3;0;1;\n").gateway;
+    EXPECT_NEAR(std::stod(reply.substr(13)), static_cast<double>(std::time(nullptr)) - 3 * 3600, 600);
+    EXPECT_FALSE(talk.host.hasNews(milliseconds(0))); // nor does the watchdog mind
 }
 
 // A gateway whose queue of connections is full leaves the driver waiting for one.

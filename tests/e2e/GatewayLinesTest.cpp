@@ -57,14 +57,6 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
         Packets host;
     };
     const Case cases[] = {
-        {"0;255;3;0;14;ok",
-         "nodeID=0(00) childID=255(FF) messageType=3(internal) ack=0(normal message) ",
-         "SubType=14(gateway reports ready) PayLoad=ok ( 6F 6B)",
-         {log("Gateway Ready: ok")}},
-        {"300;3;0;1;36;a",
-         "nodeID=300(2C) childID=3(03) messageType=0(presentation) ack=1(ack response) ",
-         "SubType=36(presenting: Unknown 036) PayLoad=a ( 61)",
-         {log("presentation packet from node: 2C03 (a)")}},
         {"5;255;1;2;21;",
          "nodeID=5(05) childID=255(FF) messageType=1(SET value) ack=2(unknown) ",
          "SubType=21(setting variable type: FAN) PayLoad= ()",
@@ -74,10 +66,6 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
          "nodeID=5(05) childID=3(03) messageType=2(REQuest value) ack=0(normal message) ",
          "SubType=46(getting variable type: UNKN046) PayLoad= ()",
          {log("unhandled command (5;3;2;0;46;)")}},
-        {"5;3;9;0;0;\x05",
-         "nodeID=5(05) childID=3(03) messageType=9(unknown) ack=0(normal message) ",
-         "SubType=0(unknown) PayLoad=\x05 ( 05)",
-         {log("unhandled command (5;3;9;0;0;\x05)")}},
         {"5;255;3;0;7;0",
          "nodeID=5(05) childID=255(FF) messageType=3(internal) ack=0(normal message) ",
          "SubType=7(find parent) PayLoad=0 ( 30)",

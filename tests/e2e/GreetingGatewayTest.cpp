@@ -5,19 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
 #include <thread>
 
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace hearthix::test {
 namespace {
@@ -25,35 +19,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr const char* kGreeting = "0;255;3;0;14;Gateway startup complete.\n0;255;0;0;18;2.3.2\n";
-
-class Helper {
-public:
-    explicit Helper(std::vector<std::string> words) {
-        std::vector<char*> arguments;
-        for (std::string& word : words)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        posix_spawnattr_t attributes;
-        posix_spawnattr_init(&attributes);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-        if (posix_spawnp(&pid_, arguments[0], nullptr, &attributes, arguments.data(), environ) != 0)
-            pid_ = 0;
-        posix_spawnattr_destroy(&attributes);
-    }
-    Helper(const Helper&) = delete;
-    Helper& operator=(const Helper&) = delete;
-    // With all that it has started.
-    ~Helper() {
-        if (pid_ <= 0)
-            return;
-        kill(-pid_, SIGTERM);
-        waitpid(pid_, nullptr, 0);
-    }
-    bool isRunning() const { return pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) == 0; }
-
-private:
-    pid_t pid_ = 0;
-};
 
 bool waitFor(const std::function<bool()>& condition) {
     for (int i = 0; i < 200 && !condition(); ++i)
@@ -91,7 +56,7 @@ TEST(GreetingGateway, WorksBehindTheRelay) {
     FakeHost host;
     Listener gateway;
     const std::string port = freePort();
-    const Helper relay({HEARTHIX_RELAY, port, "127.0.0.1", gateway.port()});
+    const Program relay({HEARTHIX_RELAY, port, "127.0.0.1", gateway.port()});
     if (!waitFor([&] { return isListening(port); }))
         GTEST_SKIP() << "socat is not installed";
     const DriverProcess driver({"IP", "127.0.0.1", host.port(), "7", "127.0.0.1", port});
@@ -103,8 +68,8 @@ TEST(GreetingGateway, WorksAsAPseudoTerminal) {
     Listener gateway;
     const std::string link =
         std::filesystem::temp_directory_path() / ("greeting-" + std::to_string(getpid()));
-    const Helper relay(
-        {"socat", "PTY,link=" + link + ",raw,echo=0,wait-slave", "TCP:127.0.0.1:" + gateway.port()});
+    const Program relay(
+        {"env", "socat", "PTY,link=" + link + ",raw,echo=0,wait-slave", "TCP:127.0.0.1:" + gateway.port()});
     if (!waitFor([&] { return std::filesystem::exists(link); }))
         GTEST_SKIP() << "socat is not installed";
     const DriverProcess driver({link, "127.0.0.1", host.port(), "7"});

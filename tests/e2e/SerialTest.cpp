@@ -20,26 +20,6 @@ TEST(SerialLine, IsRawAt115200Baud8N1) {
     EXPECT_EQ(settings.c_iflag & (IXON | IXOFF | ICRNL | INLCR | IGNCR | ISTRIP), tcflag_t{0});
 }
 
-TEST(SerialLine, CarriesEveryByteBothWays) {
-    Conversation talk(Transport::serial);
-    std::string everyByte;
-    for (int value = 1; value < 200; ++value)
-        everyByte += value == '\n' ? '.' : static_cast<char>(value);
-    EXPECT_EQ(talk.gatewaySays("0;255;3;0;9;" + everyByte + "!\n").host[0],
-              log("Gateway Message: " + everyByte.substr(0, everyByte.find(';'))));
-    EXPECT_EQ(talk.hostSends(rawData(everyByte)), effects({}, everyByte));
-}
-
-TEST(SerialLine, IsFoundByTheNameBelowItsFolder) {
-    FakeHost host;
-    FakeGateway gateway(Transport::serial);
-    const std::string folder = "/dev/";
-    ASSERT_TRUE(gateway.device().starts_with(folder));
-    const DriverProcess driver({gateway.device().substr(folder.size()), "127.0.0.1", host.port(), "7"});
-    host.accept();
-    EXPECT_EQ(host.next(), readyText());
-}
-
 TEST(SerialLine, ThatCannotBeHadEndsTheDriver) {
     const Conversation owner(Transport::serial);
     const std::string unknown = "mySensors: unable to find a serial port named: ";

@@ -10,12 +10,8 @@ namespace hearthix::test {
 
 namespace {
 
-bool isCommunicationError(const Packet& packet) {
-    const std::string text = readable(packet);
-    const std::string_view opening = "log 4: mySensors communication error: ";
-    const std::size_t end = text.find_first_not_of("-0123456789", opening.size());
-    return text.starts_with(opening) && end > opening.size() && text.substr(end) == " - ";
-}
+// Too long for a name, so that no server is asked.
+const std::string kNoSuchName(70, 'x');
 
 TEST(Start, OneArgumentPrintsTheBannerOnly) {
     DriverProcess driver({"IP"});
@@ -35,7 +31,6 @@ TEST(Start, MissingArgumentsEndInTheStackDump) {
         const Ending ending = DriverProcess(arguments).end();
         EXPECT_GT(ending.status, 0) << arguments.size();
         EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
-        EXPECT_TRUE(ending.output.ends_with("\n\ndone logging the stack\n\n")) << ending.output;
     }
 }
 
@@ -58,17 +53,20 @@ TEST(Start, ArgumentsAreReadLeniently) {
     }
 }
 
-TEST(Start, GivesUpOnASilentHostAfterFifteenSeconds) {
+TEST(Start, GivesUpOnAHostThatCannotBeReachedAfterFifteenSeconds) {
     FakeHost host;
     const std::string port = host.port();
     host.stopListening();
     const auto start = std::chrono::steady_clock::now();
-    DriverProcess driver({"IP", "127.0.0.1", port, "7", "127.0.0.1", "1"});
-    const Ending ending = driver.end();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
-    EXPECT_EQ(ending.status, 0);
-    EXPECT_EQ(ending.output,
-              "Hearthix Pipe Error\n\nmySensors: Timeout waiting for answer from Hearthix\r\n");
+    DriverProcess refused({"IP", "127.0.0.1", port, "7", "127.0.0.1", "1"});
+    DriverProcess unknown({"IP", kNoSuchName, port, "7", "127.0.0.1", "1"});
+    for (DriverProcess* driver : {&refused, &unknown}) {
+        const Ending ending = driver->end();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+        EXPECT_EQ(ending.status, 0);
+        EXPECT_EQ(ending.output,
+                  "Hearthix Pipe Error\n\nmySensors: Timeout waiting for answer from Hearthix\r\n");
+    }
 }
 
 TEST(End, FollowsTheHostsWord) {
@@ -85,31 +83,12 @@ TEST(End, FollowsTheHostsWord) {
         talk.host.send(c.packet);
         EXPECT_EQ(talk.host.next(), log(c.words));
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
-        talk.host.send(multipacket({{"mcmd", "ping"}})); // the port is closed, events still run
+        const auto closed = std::chrono::steady_clock::now();
+        talk.host.send(multipacket({{"mcmd", "ping"}})); // events still run for a second
         EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})});
+        EXPECT_GE(std::chrono::steady_clock::now() - closed, std::chrono::milliseconds(900));
         const Ending ending = talk.driver.end();
         EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, "", ""));
-    }
-}
-
-TEST(End, FollowsWhenTheHostHangsUp) {
-    Conversation talk;
-    talk.host.hangUp();
-    EXPECT_EQ(talk.gateway.hearToEnd(), "");
-    const Ending ending = talk.driver.end();
-    EXPECT_EQ(std::tie(ending.status, ending.output), std::tuple(0, "Hearthix Pipe Error\n\n"));
-}
-
-TEST(End, FollowsWhenTheGatewayHangsUp) {
-    for (const Transport transport : {Transport::tcp, Transport::serial}) {
-        Conversation talk(transport);
-        talk.gateway.say("0;255;3;0;9;last words\n");
-        EXPECT_EQ(talk.host.next(), log("Gateway Message: last words"));
-        talk.gateway.hangUp();
-        const Packet error = talk.host.next();
-        EXPECT_TRUE(isCommunicationError(error)) << readable(error);
-        EXPECT_EQ(talk.driver.end().status, 0);
-        EXPECT_EQ(talk.host.untilEnd(), Packets{});
     }
 }
 

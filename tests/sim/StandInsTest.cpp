@@ -136,6 +136,33 @@ TEST(DeliveryCheck, TellsLostFromLate) {
     check.commanded("ON", "0A04.STATUS", String());
     check.obeyed("10;4;1;0;2;0");
     EXPECT_EQ(check.commandsMissing(), 1);
+    EXPECT_EQ(check.commandsUnexpected(), 1);
+}
+
+TEST(DeliveryCheck, ForgivesAnEndedDriverWhatWasInFlight) {
+    DeliveryCheck check;
+    HostModel model;
+    const auto arrives = [&](const char* text) {
+        model.apply(*packet(text));
+        check.arrived(*packet(text));
+    };
+    for (const char* line : {"10;3;1;0;0;1", "10;4;1;0;0;2", "10;3;1;0;0;3", "10;5;1;0;0;4", "10;4;1;0;0;5"})
+        check.sent(line);
+    arrives("SetValue 0A03.TEMP Valu=3");
+    check.commanded("ON", "0A04.STATUS", String());
+    check.beginAnew();
+    EXPECT_EQ(check.inFlight(), 2) << "the 4 and the 5";
+    EXPECT_EQ(check.missing(), 2) << "the 1 and the 2 came ahead of what has arrived";
+    EXPECT_EQ(check.commandsInFlight(), 1);
+    EXPECT_EQ(check.disagreements(model), 0) << "the new driver has been told nothing yet";
+    check.sent("10;3;1;0;0;3");
+    check.sent("10;255;3;0;0;80");
+    EXPECT_EQ(check.disagreements(model), 1) << "there is no such unit";
+    model.apply(*packet("NewU 0A03.TEMP"));
+    arrives("SetValue 0A03.TEMP Valu=3 Batt=0");
+    EXPECT_EQ(check.disagreements(model), 1) << "the battery level is missing";
+    arrives("NoOp 0A03.TEMP Batt=80");
+    EXPECT_EQ(check.disagreements(model), 0);
 }
 
 } // namespace

@@ -13,8 +13,9 @@ constexpr std::string_view kMarker = "#\n";
 } // namespace
 
 Conversation::Conversation(Transport transport, Output output, const std::string& timeZone,
-                           int hostReceiveBuffer)
-    : host(hostReceiveBuffer), gateway(transport), driver(gateway.arguments(host.port()), output, timeZone) {
+                           int hostReceiveBuffer, const std::vector<std::string>& wrapper)
+    : host(hostReceiveBuffer), gateway(transport),
+      driver(gateway.arguments(host.port()), output, timeZone, wrapper) {
     host.accept();
     gateway.accept();
     if (const Packet first = host.next(); first != readyText())

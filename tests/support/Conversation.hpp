@@ -27,7 +27,8 @@ inline Packet readyText() {
 class Conversation {
 public:
     explicit Conversation(Transport transport = Transport::tcp, Output output = Output::captured,
-                          const std::string& timeZone = "UTC0", int hostReceiveBuffer = 0);
+                          const std::string& timeZone = "UTC0", int hostReceiveBuffer = 0,
+                          const std::vector<std::string>& wrapper = {});
 
     Effects gatewaySays(std::string_view lines);
     Effects hostSends(std::string_view packets);

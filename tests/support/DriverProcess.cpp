@@ -2,6 +2,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <stdexcept>
@@ -46,13 +47,26 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
+// The driver's command line behind the wrapper's.
+std::vector<std::string> behind(std::vector<std::string> words, const std::vector<std::string>& arguments) {
+    words.emplace_back(isForeignDriver() ? std::getenv("HEARTHIX_DRIVER") : HEARTHIX_DRIVER);
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+}
+
 } // namespace
 
+bool isForeignDriver() {
+    return std::getenv("HEARTHIX_DRIVER") != nullptr;
+}
+
 DriverProcess::DriverProcess(const std::vector<std::string>& arguments, Output output,
-                             const std::string& timeZone)
+                             const std::string& timeZone, std::vector<std::string> wrapper)
+    : Program(behind(std::move(wrapper), arguments), output, timeZone) {
+}
+
+Program::Program(std::vector<std::string> words, Output output, const std::string& timeZone)
     : output_(openOutput(output)), errors_(memfd_create("errors", MFD_CLOEXEC)) {
-    std::vector<std::string> words{HEARTHIX_DRIVER};
-    words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> environment{"TZ=" + timeZone};
     for (char** entry = environ; *entry != nullptr; ++entry)
         if (std::string_view(*entry).substr(0, 3) != "TZ=")
@@ -66,31 +80,27 @@ DriverProcess::DriverProcess(const std::vector<std::string>& arguments, Output o
     } else
         posix_spawn_file_actions_adddup2(&actions, output_.get(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors_.get(), STDERR_FILENO);
-    const int error = posix_spawn(&pid_, words[0].c_str(), &actions, nullptr, pointersTo(words).data(),
-                                  pointersTo(environment).data());
+    const int error = posix_spawnp(&pid_, words[0].c_str(), &actions, nullptr, pointersTo(words).data(),
+                                   pointersTo(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
         throw std::runtime_error("cannot start " + words[0]);
     handle_ = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
 }
 
-DriverProcess::~DriverProcess() {
+Program::~Program() {
     if (pid_ == 0)
         return;
     kill(pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
 }
 
-bool DriverProcess::endsWithin(std::chrono::milliseconds limit) const {
+bool Program::endsWithin(std::chrono::milliseconds limit) const {
     pollfd watch{handle_.get(), POLLIN, 0};
     return poll(&watch, 1, static_cast<int>(limit.count())) > 0;
 }
 
-bool DriverProcess::isRunning() const {
-    return !endsWithin(std::chrono::milliseconds(0));
-}
-
-Ending DriverProcess::end() {
+Ending Program::end() {
     if (!endsWithin(kPatience))
         throw std::runtime_error("the driver doesn't end");
     int status = 0;
@@ -99,11 +109,11 @@ Ending DriverProcess::end() {
             contentOf(errors_)};
 }
 
-void DriverProcess::signal(int number) const {
+void Program::signal(int number) const {
     kill(pid_, number);
 }
 
-std::chrono::nanoseconds DriverProcess::processorTime() const {
+std::chrono::nanoseconds Program::processorTime() const {
     clockid_t clock{};
     timespec used{};
     if (clock_getcpuclockid(pid_, &clock) != 0 || clock_gettime(clock, &used) != 0)
@@ -111,7 +121,7 @@ std::chrono::nanoseconds DriverProcess::processorTime() const {
     return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
-std::size_t DriverProcess::residentBytes() const {
+std::size_t Program::residentBytes() const {
     std::ifstream pages("/proc/" + std::to_string(pid_) + "/statm");
     std::size_t total = 0;
     std::size_t resident = 0;

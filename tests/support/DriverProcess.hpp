@@ -1,5 +1,6 @@
-// The real driver as a child process. Its output goes to memory, so that it never waits for a reader; it is
-// killed with the object, by its process id and nothing else.
+// The real driver, or another program, as a child process. Its output goes to memory, so that it never waits
+// for a reader; it is killed with the object, by its process id and nothing else. The environment variable
+// HEARTHIX_DRIVER names another driver than the one that was built with the tests.
 #pragma once
 
 #include "tests/support/Stream.hpp"
@@ -20,17 +21,20 @@ struct Ending {
 // Where a driver's standard output leads; closed means standard input too.
 enum class Output { captured, closed, brokenPipe, full };
 
-class DriverProcess {
+// Whether the driver is one from outside, such as an emulator with another machine's: its memory and its open
+// files are then not only the driver's.
+bool isForeignDriver();
+
+class Program {
 public:
-    explicit DriverProcess(const std::vector<std::string>& arguments, Output output = Output::captured,
-                           const std::string& timeZone = "UTC0");
-    DriverProcess(const DriverProcess&) = delete;
-    DriverProcess& operator=(const DriverProcess&) = delete;
-    ~DriverProcess();
+    explicit Program(std::vector<std::string> words, Output output = Output::captured,
+                     const std::string& timeZone = "UTC0");
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    ~Program();
 
     // Waits for the process to end by itself.
     Ending end();
-    bool isRunning() const;
     void signal(int number) const;
     std::chrono::nanoseconds processorTime() const;
     std::size_t residentBytes() const;
@@ -42,6 +46,13 @@ private:
     Descriptor errors_;
     Descriptor handle_;
     pid_t pid_ = 0;
+};
+
+class DriverProcess : public Program {
+public:
+    // The wrapper is a program, with its arguments, that becomes the driver: prlimit, env.
+    explicit DriverProcess(const std::vector<std::string>& arguments, Output output = Output::captured,
+                           const std::string& timeZone = "UTC0", std::vector<std::string> wrapper = {});
 };
 
 } // namespace hearthix::test

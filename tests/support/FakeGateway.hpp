@@ -48,6 +48,7 @@ public:
     bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
     void hangUp() { stream_.close(); }
+    Stream& stream() { return stream_; }
     std::string port() const { return listener_.port(); }
     // The terminal device, and its end on this side.
     const std::string& device() const { return device_; }

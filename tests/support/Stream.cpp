@@ -113,6 +113,16 @@ bool Stream::hasNews(std::chrono::milliseconds limit) {
     return !pending().empty() || waitFor(descriptor(), POLLIN, limit);
 }
 
+void Stream::reset() {
+    const linger atOnce{1, 0};
+    setsockopt(descriptor(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    close();
+}
+
+void Stream::halfClose() {
+    check(shutdown(descriptor(), SHUT_WR), "shutdown");
+}
+
 Listener::Listener(int receiveBuffer, int backlog)
     : descriptor_(check(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")) {
     if (receiveBuffer > 0)

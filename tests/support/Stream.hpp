@@ -41,6 +41,10 @@ public:
     // Whether a byte or the end arrives within the time given.
     bool hasNews(std::chrono::milliseconds limit);
     void close() { descriptor_.close(); }
+    // Ends the connection so that the peer sees a reset.
+    void reset();
+    // Nothing more will be said; the peer may still speak.
+    void halfClose();
     int descriptor() const { return descriptor_.get(); }
 
 private:

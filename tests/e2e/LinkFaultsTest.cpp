@@ -1,0 +1,181 @@
+// Links that break at any byte, that stall, and a system that has no more files to give.
+#include "tests/support/Conversation.hpp"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+
+#include <sys/socket.h>
+
+namespace hearthix::test {
+
+namespace {
+
+const std::string kPipeError = "Hearthix Pipe Error\n\n";
+
+// Each case waits for its own driver, so all of them may wait together.
+template <class Cases, class Check>
+void allAtOnce(const Cases& cases, const Check& check) {
+    std::vector<std::future<void>> running;
+    for (const auto& each : cases)
+        running.push_back(std::async(std::launch::async, [&check, &each] { check(each); }));
+    for (std::future<void>& each : running)
+        each.get();
+}
+
+enum class How { close, halfClose, reset };
+
+void breakOff(Stream& stream, How how) {
+    how == How::close ? stream.close() : how == How::reset ? stream.reset() : stream.halfClose();
+}
+
+TEST(BrokenLink, OfTheHostEndsTheDriver) {
+    const std::string ping = multipacket({{"mcmd", "ping"}});
+    std::vector<std::pair<How, std::size_t>> cases{{How::close, 0}, {How::close, 9}, {How::halfClose, 0}};
+    for (std::size_t bytes = 0; bytes < ping.size(); ++bytes)
+        if (bytes == 0 || bytes > 4) // of fewer, the driver never lets go
+            cases.emplace_back(How::reset, bytes);
+    allAtOnce(cases, [&ping](const auto& each) {
+        Conversation talk;
+        talk.host.send(ping.substr(0, each.second));
+        breakOff(talk.host.stream(), each.first);
+        EXPECT_EQ(talk.gateway.hearToEnd(), "");
+        const Ending ending = talk.driver.end();
+        EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, kPipeError, ""))
+            << each.second;
+    });
+}
+
+TEST(BrokenLink, OfTheHostInTheOpeningLineEndsTheDriver) {
+    const std::string opening = "MYSENSORS:7\r";
+    std::vector<std::size_t> cases;
+    for (std::size_t bytes = 0; bytes <= opening.size(); ++bytes)
+        cases.push_back(bytes);
+    allAtOnce(cases, [&opening](std::size_t bytes) {
+        Listener host;
+        FakeGateway gateway(Transport::tcp);
+        DriverProcess driver(gateway.arguments(host.port()));
+        Stream link = host.accept();
+        EXPECT_EQ(link.read(bytes), opening.substr(0, bytes));
+        link.reset();
+        const Ending ending = driver.end();
+        // Within the first milliseconds it counts as a host that never answered.
+        EXPECT_EQ(std::tuple(ending.status, ending.output.substr(0, kPipeError.size())),
+                  std::tuple(0, kPipeError));
+    });
+}
+
+TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
+    const std::string line = "0;255;3;0;9;last words\n";
+    struct Case {
+        How how;
+        std::size_t bytes;
+        const char* code;
+        Transport transport = Transport::tcp;
+    };
+    std::vector<Case> cases{{How::close, 0, "107"},
+                            {How::close, line.size(), "107"},
+                            {How::close, line.size(), "", Transport::serial}, // 5 or 107, as the system likes
+                            {How::halfClose, line.size(), "107"}};
+    for (std::size_t bytes = 0; bytes < line.size(); ++bytes)
+        cases.push_back({How::reset, bytes, "104"});
+    allAtOnce(cases, [&line](const Case& c) {
+        Conversation talk(c.transport);
+        talk.gateway.say(line.substr(0, c.bytes));
+        if (c.transport == Transport::serial) // one that hangs up takes along what nobody has read
+            talk.host.hasNews(kPatience);
+        breakOff(talk.gateway.stream(), c.how);
+        if (c.bytes == line.size()) {
+            EXPECT_EQ(talk.host.next(), log("Gateway Message: last words"));
+        }
+        const std::string error = readable(talk.host.next());
+        const std::string opening = "log 4: mySensors communication error: ";
+        EXPECT_TRUE(error.starts_with(opening + c.code) && error.ends_with(" - ")) << error;
+        EXPECT_EQ(talk.host.untilEnd(), Packets{}) << c.bytes;
+        const Ending ending = talk.driver.end();
+        EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, "", ""));
+    });
+}
+
+// One command for the gateway, as large as a packet can be, and never more than one in flight.
+std::string largeLine(char letter) {
+    return "10;3;1;0;24;" + std::string(60'000, letter);
+}
+
+Packet sendLargeCommand(Conversation& talk, char letter) {
+    constexpr std::string_view kSignOfLife =
+        "5;255;3;0;4;\n"; // without effect; the link may be closed by now
+    send(talk.gateway.stream().descriptor(), kSignOfLife.data(), kSignOfLife.size(), MSG_NOSIGNAL);
+    const std::string value(60'000, letter);
+    talk.host.send(multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.VAR1"}, {"Valu", value}}));
+    return log(("outgoing command (" + largeLine(letter)).substr(0, 249));
+}
+
+TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
+    constexpr int kLate = 300;
+    Conversation talk;
+    talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
+    for (int i = 0; i < kLate; ++i) {
+        const Packet told = sendLargeCommand(talk, static_cast<char>('a' + i % 26));
+        ASSERT_EQ(talk.host.next(), told);
+    }
+    for (int i = 0; i < kLate; ++i)
+        ASSERT_EQ(talk.gateway.hearUntil("\n"), largeLine(static_cast<char>('a' + i % 26)));
+    const Packet failed = log("mySensors communication error: 105 - ", 4);
+    Packet answer;
+    for (int i = 0; i < 2000 && answer != failed; ++i) {
+        const Packet told = sendLargeCommand(talk, 'z');
+        answer = talk.host.next();
+        ASSERT_TRUE(answer == told || answer == failed) << readable(answer);
+    }
+    EXPECT_EQ(answer, failed);
+    EXPECT_EQ(talk.driver.end().status, 0);
+}
+
+TEST(StalledLink, OfASerialGatewayIsWaitedFor) {
+    Conversation talk(Transport::serial);
+    talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
+    for (const char letter : {'a', 'b'})
+        sendLargeCommand(talk, letter);
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    for (const char letter : {'a', 'b'})
+        EXPECT_EQ(talk.gateway.hearUntil("\n"), largeLine(letter));
+    EXPECT_EQ(talk.hostSends("").host.size(), 2U);
+}
+
+TEST(StalledLink, OfAHostThatNeverReadsEndsTheDriver) {
+    Conversation talk(Transport::tcp, Output::captured, "UTC0", 4096);
+    std::string junk;
+    while (junk.size() < 1 << 20)
+        junk += std::string(250, 'x') + "\n";
+    // Each line is answered by two log lines of its length: the ceiling of 64 MiB comes before half of this.
+    EXPECT_THROW(for (int i = 0; i < 100; ++i) talk.gateway.say(junk), std::runtime_error);
+    const Ending ending = talk.driver.end();
+    EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, kPipeError, ""));
+}
+
+TEST(NoMoreFiles, IsAFailureToConnect) {
+    if (isForeignDriver())
+        GTEST_SKIP() << "an emulator opens files of its own";
+    const std::vector<std::string> fourFiles{"prlimit", "--nofile=4"}; // one for the host's link, and no more
+    for (const Transport transport : {Transport::tcp, Transport::serial}) {
+        FakeHost host;
+        FakeGateway gateway(transport);
+        DriverProcess driver(gateway.arguments(host.port()), Output::captured, "UTC0", fourFiles);
+        host.accept();
+        const bool isSerial = transport == Transport::serial;
+        const std::string unopened = "mySensors: unable to open the port named: ";
+        EXPECT_EQ(host.untilEnd(), isSerial ? Packets{log(unopened + gateway.device(), 4)} : Packets{});
+        const Ending ending = driver.end();
+        EXPECT_EQ(ending.status, isSerial ? 0 : 1);
+        EXPECT_EQ(ending.output.substr(0, 19), isSerial ? "" : "stack trace begin\n\n");
+        EXPECT_EQ(ending.errors.find(isSerial ? "Too many open files" : "NilObjectException") ==
+                      std::string::npos,
+                  false);
+    }
+}
+
+} // namespace
+
+} // namespace hearthix::test
