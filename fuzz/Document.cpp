@@ -7,11 +7,12 @@
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
 #include "shell/Logging.hpp"
+#include "tools/KbdbCheck.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace hearthix {
@@ -38,74 +39,15 @@ bool load(CXML& document, const Ref<BinaryStream>& stream) {
     return true;
 }
 
-// The number of values in a document that looks as the writer makes them: little-endian, values ahead of
-// children, nothing in between or behind. -1 for any other.
-Integer valuesAsWritten(std::string_view bytes) {
-    bool good = true;
-    const auto take = [&](std::size_t count) {
-        good = good && count <= bytes.size();
-        const std::string_view taken = bytes.substr(0, count);
-        bytes.remove_prefix(taken.size());
-        return taken;
-    };
-    const auto skipText = [&] {
-        std::size_t length = 0;
-        unsigned shift = 0;
-        for (const char byte : take(4))
-            length |= std::size_t{static_cast<unsigned char>(byte)} << std::exchange(shift, shift + 8);
-        take(length);
-    };
-    const auto skipHeader = [&] { good = take(8) == "KbdbAL  " && good; };
-    Integer values = 0;
-    std::vector<bool> hasChildren{false};
-    skipHeader();
-    while (good && !hasChildren.empty()) {
-        const std::string_view tag = take(1);
-        if (tag == "E") {
-            hasChildren.pop_back();
-        } else if (tag == "V" && !hasChildren.back()) {
-            skipText();
-            skipText();
-            ++values;
-        } else if (tag == "O") {
-            skipText();
-            skipHeader();
-            hasChildren.back() = true;
-            hasChildren.push_back(false);
-        } else {
-            good = false;
-        }
+// The node and all below it.
+std::vector<const CXML*> nodesOf(const CXML& root) {
+    std::vector<const CXML*> nodes{&root};
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        const CXML& node = *nodes[i];
+        for (std::int64_t child = 1; child <= node.Containers.Ubound(); ++child)
+            nodes.push_back(node.Containers[child].get());
     }
-    return good && bytes.empty() ? values : -1;
-}
-
-struct Place {
-    const CXML* node;
-    std::size_t depth;
-};
-
-std::vector<Place> allNodes(const CXML& root) {
-    std::vector<Place> places{{&root, 0}};
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        const Place place = places[i];
-        for (std::int64_t child = 1; child <= place.node->Containers.Ubound(); ++child)
-            places.push_back({place.node->Containers[child].get(), place.depth + 1});
-    }
-    return places;
-}
-
-std::size_t sizeOfDump(const std::vector<Place>& places) {
-    constexpr std::size_t kIndent = 4;
-    std::size_t size = 0;
-    for (const auto& [node, depth] : places) {
-        if (depth > 0)
-            size += kIndent * depth + std::string_view("Container:  ").size() + node->Name.size();
-        size += Str(node->GetKeyCount()).size() + std::string_view("() value keys\n").size();
-        for (Integer i = 0; i < node->GetKeyCount(); ++i)
-            size += kIndent * (depth + 1) + node->Values->Key(i).asString().size() +
-                    node->Values->ValueAt(i).asString().size() + std::string_view("=\n").size();
-    }
-    return size;
+    return nodes;
 }
 
 // Wherever a value comes from: what a getter makes of it, its setter keeps.
@@ -153,17 +95,23 @@ void checkChildren(CXML& root) {
 }
 
 void run(const String& bytes) {
-    constexpr std::size_t kLargestDump = 4 * 1024 * 1024; // it grows with the square of the depth
+    constexpr std::size_t kMostDumped = 500; // nodes: a dump grows with the square of the depth
     const auto document = Ref<CXML>::make();
     const bool accepted = load(*document, Ref<BinaryStream>::make(bytes));
     const String written = document->SaveToString();
-    const auto places = allNodes(*document);
-    Integer values = 0;
-    for (const Place& place : places)
-        values += place.node->GetKeyCount();
-    require(valuesAsWritten(written) == values, "every value is written, in the one form");
+    const auto nodes = nodesOf(*document);
+    std::size_t values = 0;
+    for (const CXML* node : nodes)
+        values += static_cast<std::size_t>(node->GetKeyCount());
+    KbdbCensus found;
+    require(!findKbdbFault(written, found) && found.values == values && found.documents == nodes.size(),
+            "every value and node is written, soundly");
+    const bool sound = !findKbdbFault(bytes, found = {});
     // A key that comes twice is kept once.
-    require(valuesAsWritten(bytes) != values || same(bytes, written), "a document is written as it was read");
+    require(!sound || (accepted && found.values >= values && found.documents == nodes.size()),
+            "a sound document is read whole");
+    require(!sound || found.values > values || written.size() == bytes.size(),
+            "and written in as many bytes");
 
     const auto block = Ref<MemoryBlock>::make(bytes);
     block->LittleEndian = false;
@@ -177,15 +125,20 @@ void run(const String& bytes) {
     const auto clone = document->Clone();
     require(same(clone->SaveToString(), written), "a clone is equal");
 
-    if (const std::size_t size = sizeOfDump(places); size <= kLargestDump)
-        require(document->getAsDebugData().size() == size, "the dump has every node and value");
-    for (const Place& place : places)
-        for (Integer i = 0; i < place.node->GetKeyCount(); ++i)
-            checkTypes(*place.node, place.node->GetKeyByIndex(i));
+    if (nodes.size() <= kMostDumped) {
+        const String dump = document->getAsDebugData();
+        const auto lines = std::count(dump.view().begin(), dump.view().end(), '\n');
+        require(lines >= static_cast<std::ptrdiff_t>(nodes.size() + values),
+                "the dump has every node and value");
+    }
+    for (const CXML* node : nodes)
+        for (Integer i = 0; i < node->GetKeyCount(); ++i)
+            checkTypes(*node, node->GetKeyByIndex(i));
     checkChildren(*clone);
     clone->InsertValues(document);
     clone->Release();
-    require(valuesAsWritten(clone->SaveToString()) >= 0, "a released document has no children");
+    require(!findKbdbFault(clone->SaveToString(), found = {}) && found.documents == 1,
+            "a released document has no children");
 }
 
 } // namespace

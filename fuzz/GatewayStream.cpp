@@ -11,47 +11,22 @@
 #include "runtime/StringFunctions.hpp"
 
 #include <algorithm>
-#include <deque>
 
 namespace hearthix::fuzz {
 
 namespace {
 
-std::string trimmed(std::string_view line) {
-    constexpr std::string_view kWhite = " \t\n\v\f\r";
-    const std::size_t first = std::min(line.find_first_not_of(kWhite), line.size());
-    return std::string(line.substr(first, line.find_last_not_of(kWhite) + 1 - first));
-}
-
-// The rule of lines, told once more: what the driver must take for a line, in this order.
-class ExpectedLines {
-public:
-    void arrive(std::string_view bytes) {
-        held_ += bytes;
-        for (std::size_t end = 0; (end = held_.find('\n')) != std::string::npos; held_.erase(0, end + 1))
-            waiting_.push_back(trimmed(held_.substr(0, end)));
-    }
-    void silence() { held_.clear(); }
-    void take(std::string_view line) {
-        require(!waiting_.empty() && waiting_.front() == line, "a line is what stands between two line ends");
-        last = waiting_.front();
-        waiting_.pop_front();
-    }
-    bool allTaken() const { return waiting_.empty(); }
-
-    std::string last;
-
-private:
-    std::string held_;
-    std::deque<std::string> waiting_;
-};
-
 class CheckedDriver : public cMySensors {
 public:
-    ExpectedLines lines;
+    std::string held; // what has arrived and is no line that was handled
+    std::string last; // line
 
     void HandleMSCommand(const String& line) override {
-        lines.take(line);
+        const std::size_t end = held.find('\n');
+        require(end != std::string::npos && Trim(String(held.substr(0, end))).view() == line.view(),
+                "a line is what stands between two line ends");
+        held.erase(0, end + 1);
+        last = line.view();
         cMySensors::HandleMSCommand(line);
     }
 };
@@ -71,11 +46,14 @@ void checkPackets(Rig& rig) {
     for (const std::string_view packet : rig.packetsToHost()) {
         if (packet[0] != 'J')
             continue;
-        const std::string word = "|" + std::string(valueOf(packet, "mcmd")) + "|";
+        cHearthixCommand command;
+        command.initFromMultiPacket(String(packet));
+        const std::string word = "|" + std::string(command.GetMulti("mcmd")) + "|";
         require(std::string_view("|NewU|NoOp|SetValue|SetDesc|ON|OFF|getUnits|").find(word) !=
                     std::string_view::npos,
                 "a command to the host is one of those it knows");
-        require(word == "|getUnits|" || valueOf(packet, "addr").find('.') == 4, "a command names its unit");
+        require(word == "|getUnits|" || command.GetMulti("addr").view().find('.') == 4,
+                "a command names its unit");
     }
 }
 
@@ -106,28 +84,26 @@ std::string hostPacket(char step) {
     return std::string(packet.GetRawMultipacket().view());
 }
 
-void doStep(char step, const Rig& rig, ExpectedLines& lines) {
-    if (step == '!') {
-        Rig::pass(6);
-        lines.silence();
-    } else if (step == '*' && mySensors::gPingTimer) {
+void doStep(char step, const Rig& rig, CheckedDriver& driver) {
+    if (step == '!')
+        Rig::pass(6), driver.held.clear();
+    else if (step == '*' && mySensors::gPingTimer)
         mySensors::gPingTimer->Event_Action();
-    } else if (step >= '0' && step <= '5') {
+    else if (step >= '0' && step <= '5')
         rig.hostWrites(hostPacket(step));
-    }
 }
 
 void deliver(const Input& input, Rig& rig, CheckedDriver& driver) {
     std::string_view rest = input.stream;
     for (std::size_t turn = 0; !rest.empty(); ++turn) {
         const char step = input.control.empty() ? '\xFF' : input.control[turn % input.control.size()];
-        doStep(step, rig, driver.lines);
+        doStep(step, rig, driver);
         const std::string_view piece =
             rest.substr(0, std::max<unsigned char>(static_cast<unsigned char>(step), 1));
         rest.remove_prefix(piece.size());
-        driver.lines.arrive(piece);
+        driver.held += piece;
         driver.PortDataAvailable(String(piece));
-        require(driver.lines.allTaken(), "a line is handled as soon as it is whole");
+        require(driver.held.find('\n') == std::string::npos, "a line is handled as soon as it is whole");
         rig.serve();
     }
 }
@@ -140,7 +116,7 @@ void run(const Input& input) {
         deliver(input, rig, *driver);
         checkIndex();
     } catch (const KeyNotFoundException&) {
-        require(isOrphansBattery(driver->lines.last), "nothing else ends the driver");
+        require(isOrphansBattery(driver->last), "nothing else ends the driver");
     }
     checkPackets(rig);
 }

@@ -127,17 +127,6 @@ void Rig::pass(std::int64_t seconds) {
     present += seconds * kSecond;
 }
 
-std::string_view valueOf(std::string_view packet, std::string_view key) {
-    std::size_t at = kMultipacketHeader;
-    while (at < packet.size()) {
-        const std::size_t length = numberAt(packet, at + 4);
-        if (packet.substr(at, key.size()) == key)
-            return packet.substr(at + kEntryHeader, length);
-        at += kEntryHeader + length;
-    }
-    return {};
-}
-
 Input::Input(const std::uint8_t* data, std::size_t size) : stream(reinterpret_cast<const char*>(data), size) {
     control = stream.substr(0, stream.find('\n'));
     stream.remove_prefix(std::min(control.size() + 1, stream.size()));

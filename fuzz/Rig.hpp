@@ -58,9 +58,6 @@ private:
     std::string received_;
 };
 
-// The value under a key of a multipacket to the host; empty when it is missing.
-std::string_view valueOf(std::string_view packet, std::string_view key);
-
 // An input: a line that says how the stream arrives, as each target has it, and the stream.
 struct Input {
     Input(const std::uint8_t* data, std::size_t size);

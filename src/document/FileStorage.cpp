@@ -39,16 +39,16 @@ void writeDocument(const CXML& document, const Ref<FolderItem>& file, const Ref<
 
 } // namespace
 
-bool CXML::SaveToFile(const Ref<FolderItem>& named) const {
-    const auto target = named->withoutLink();
-    if (!target->Exists()) {
-        writeDocument(*this, target);
-        target->syncFolder();
+bool CXML::SaveToFile(const Ref<FolderItem>& target) const {
+    const auto place = target->withoutLink();
+    if (!place->Exists()) {
+        writeDocument(*this, place);
+        place->syncFolder();
         return true;
     }
-    const auto fresh = target->Parent()->Child(concat(Format(Microseconds(), "#"), "_", target->Name()));
-    writeDocument(*this, fresh, target);
-    if (const Integer status = ExchangeFiles(fresh, target); status != 0) {
+    const auto fresh = place->Parent()->Child(concat(Format(Microseconds(), "#"), "_", place->Name()));
+    writeDocument(*this, fresh, place);
+    if (const Integer status = ExchangeFiles(fresh, place); status != 0) {
         WriteLog(String("error swapping files while saving: database remains unchanged ") + Str(status));
         return false;
     }

@@ -15,9 +15,9 @@ void ConsoleApplication::DoEvents(Integer milliseconds) {
 
 int ConsoleApplication::execute(int count, const char* const* values) {
     openStandardStreams();
-    std::signal(SIGPIPE, SIG_IGN);
-    // A file that may not grow any further is a failed write, as on a full disk.
-    std::signal(SIGXFSZ, SIG_IGN);
+    // A lost pipe, and a file that may not grow any further: failed writes like any other.
+    for (const int signal : {SIGPIPE, SIGXFSZ})
+        static_cast<void>(std::signal(signal, SIG_IGN));
     Array<String> arguments;
     for (int i = 0; i < count; ++i)
         arguments.Append(values[i]);

@@ -12,7 +12,7 @@ namespace hearthix {
 
 namespace {
 
-constexpr std::size_t kWindow = 256 * 1024;
+constexpr std::size_t kWindow = 262'144;
 
 std::string readAt(int descriptor, std::size_t offset, std::size_t count) {
     std::string bytes(count, '\0');

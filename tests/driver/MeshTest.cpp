@@ -105,29 +105,6 @@ TEST_F(MeshTest, TakesALineApart) {
     EXPECT_EQ(sent(), test::Packets());
 }
 
-TEST_F(MeshTest, RefusesALineOfFewerFields) {
-    EXPECT_FALSE(cMSCommand("").good);
-    EXPECT_EQ(sent(), test::Packets());
-    cMSCommand command("1;2;1;0;0;v");
-    for (const char* line : {"1;2;3;4;5", "x", " "}) {
-        EXPECT_FALSE(cMSCommand(line).good);
-        EXPECT_FALSE(command.parseCommand(line));
-        const auto refusal = test::log(std::string("malformed mySensors packet: (") + line + ")");
-        EXPECT_EQ(sent(), (test::Packets{refusal, refusal}));
-        expectRows({Row{command.rootAddress, "0102"}, Row{command.PayLoad, "v"}});
-    }
-}
-
-TEST_F(MeshTest, TellsAllOfALineInDebugMode) {
-    Globals::DebugMode = true;
-    EXPECT_TRUE(cMSCommand("0;255;3;0;14;ok").good);
-    EXPECT_EQ(
-        sent(),
-        (test::Packets{test::log("mySensors packet received (0;255;3;0;14;ok)"),
-                       test::log("nodeID=0(00) childID=255(FF) messageType=3(internal) ack=0(normal message) "
-                                 "SubType=14(gateway reports ready) PayLoad=ok ( 6F 6B)")}));
-}
-
 TEST_F(MeshTest, FormatsBytes) {
     expectRows({Row{Globals::Hexify(""), ""}, Row{Globals::Hexify("J\x05"), " 4A 05"},
                 Row{Globals::formatHex(0), "00"}, Row{Globals::formatHex(255), "FF"},

@@ -32,7 +32,7 @@ TEST(Numbers, ValReadsTheNumberAtTheStart) {
     expectVal({Case("&hFF", 255), Case("&HfF.", 255), Case("&b00000010", 2), Case("&B102", 2), Case("&h", 0),
                Case("&", 0), Case("&o17", 0), Case("0x10", 0), Case("1e999", kInfinity),
                Case("-1e999", -kInfinity), Case("1e-999", 0), Case("0e99999999999999999999", 0),
-               Case("9007199254740993", 9007199254740992.0)});
+               Case("9007199254740993", 9007199254740992.0), Case("30000000000000000000000", 3e22)});
     const std::string zeros(400, '0');
     expectVal({Case("1" + zeros, kInfinity), Case("-1" + zeros, -kInfinity), Case(zeros + "7", 7),
                Case("0." + zeros + "7", 0), Case("1" + zeros + "e-400", 1), Case("&h1" + zeros, kInfinity),
