@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <future>
 #include <thread>
 
@@ -113,15 +114,20 @@ Packet sendLargeCommand(Conversation& talk, char letter) {
 }
 
 TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
-    constexpr int kLate = 300;
+    constexpr int kLate = 200;
     Conversation talk;
     talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
+    std::vector<std::string> expected;
     for (int i = 0; i < kLate; ++i) {
-        const Packet told = sendLargeCommand(talk, static_cast<char>('a' + i % 26));
+        expected.push_back(largeLine(static_cast<char>('a' + i % 26)));
+        const Packet told = sendLargeCommand(talk, expected.back()[12]);
         ASSERT_EQ(talk.host.next(), told);
     }
-    for (int i = 0; i < kLate; ++i)
-        ASSERT_EQ(talk.gateway.hearUntil("\n"), largeLine(static_cast<char>('a' + i % 26)));
+    std::vector<std::string> heard;
+    while (heard.size() < expected.size())
+        heard.push_back(talk.gateway.hearUntil("\n"));
+    EXPECT_TRUE(
+        std::is_permutation(heard.begin(), heard.end(), expected.begin())); // one may overtake another
     const Packet failed = log("mySensors communication error: 105 - ", 4);
     Packet answer;
     for (int i = 0; i < 2000 && answer != failed; ++i) {
