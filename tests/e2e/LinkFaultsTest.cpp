@@ -142,11 +142,11 @@ TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
 TEST(StalledLink, OfASerialGatewayIsWaitedFor) {
     Conversation talk(Transport::serial);
     talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
-    for (const char letter : {'a', 'b'})
-        sendLargeCommand(talk, letter);
+    sendLargeCommand(talk, 'a');
+    sendLargeCommand(talk, 'a');
     std::this_thread::sleep_for(std::chrono::seconds(2));
-    for (const char letter : {'a', 'b'})
-        EXPECT_EQ(talk.gateway.hearUntil("\n"), largeLine(letter));
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(talk.gateway.hearUntil("\n"), largeLine('a'));
     EXPECT_EQ(talk.hostSends("").host.size(), 2U);
 }
 
