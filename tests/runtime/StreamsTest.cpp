@@ -19,9 +19,10 @@ TEST(MemoryBlock, KeepsNumbersInEitherOrder) {
         block.LittleEndian = little;
         block.setUInt16Value(0, 0x1234);
         block.setDoubleValue(2, 1.5);
+        block.setByte(10, 7);
         EXPECT_EQ(block.toString().view(),
-                  little ? "\x34\x12\0\0\0\0\0\0\xF8\x3F\0"sv : "\x12\x34\x3F\xF8\0\0\0\0\0\0\0"sv);
-        EXPECT_EQ(block.UInt16Value(0) + block.DoubleValue(2), 0x1234 + 1.5);
+                  little ? "\x34\x12\0\0\0\0\0\0\xF8\x3F\7"sv : "\x12\x34\x3F\xF8\0\0\0\0\0\0\7"sv);
+        EXPECT_EQ(block.UInt16Value(0) + block.DoubleValue(2) + block.Byte(10), 0x1234 + 8.5);
     }
 }
 

@@ -111,6 +111,17 @@ TEST(StringFunctions, CutBytesAndCharacters) {
     EXPECT_EQ(Len(wide) * 100 + Len(DefineEncoding(wide, Encodings::ISOLatin1)), 511);
 }
 
+TEST(StringFunctions, MakeAndConvertCharacters) {
+    const String wide = "a\xC3\xA4\xE2\x82\xAC\xC3";
+    expectRows({Row{concat(Chr(0x41), Chr(0xE4), Chr(0x20AC), Chr(0x1F600)),
+                    "A\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
+                Row{concat(Chr(-1), Chr(0xD800), Chr(0x110000)), ""},
+                Row{ConvertEncoding(wide, Encodings::ISOLatin1), "a\xE4??"},
+                Row{ConvertEncoding(wide, Encodings::ASCII), "a???"},
+                Row{ConvertEncoding(String("\xE4", Encodings::ISOLatin1), Encodings::UTF8), "\xC3\xA4"},
+                Row{ConvertEncoding(wide, TextEncoding::none), wide}});
+}
+
 TEST(StringFunctions, CountABrokenSequenceByteByByte) {
     using Case = std::pair<const char*, Integer>;
     for (const auto& [text, length] :
