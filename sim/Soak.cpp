@@ -188,6 +188,8 @@ void Soak::run() {
             perform(mishap);
     }
     commandDue_.cancel();
+    if (rig_.check.delivered() == 0)
+        fail("nothing has arrived");
     if (!failure_.empty())
         notes_.print();
     rig_.close();
@@ -240,7 +242,8 @@ void Soak::pump(double seconds) {
 }
 
 bool Soak::pumpUntil(const std::function<bool()>& condition) {
-    for (int waited = 0; waited < kPatienceMilliseconds && !interrupted_ && !condition(); waited += 20)
+    for (int waited = 0; waited < kPatienceMilliseconds && failure_.empty() && !interrupted_ && !condition();
+         waited += 20)
         ConsoleApplication::DoEvents(20);
     return interrupted_ || condition();
 }

@@ -55,7 +55,7 @@ TEST(StackDump, AnswersAGatewayThatTalksOrLeavesAtOnce) {
         DriverProcess driver(gateway.arguments(host.port()));
         host.accept();
         gateway.accept();
-        greeting.empty() ? gateway.hangUp() : gateway.say(greeting);
+        greeting.empty() ? gateway.stream().close() : gateway.say(greeting);
         expectStackDump(driver, greeting);
         EXPECT_EQ(host.untilEnd(), Packets{});
     }

@@ -82,7 +82,8 @@ TEST_F(SimProgram, DemoLosesNothing) {
             EXPECT_TRUE(demo.prints(text)) << text << "\n" << demo.output;
         EXPECT_EQ(demo.output.find('\x1b'), std::string::npos) << "no escape codes on a pipe";
     }
-    EXPECT_EQ(Program(folder, "demo --for 3 --driver /bin/false").status(), 1);
+    for (const char* words : {"demo --for 3 --driver /bin/false", "soak --for 3 --driver /bin/false"})
+        EXPECT_EQ(Program(folder, words).status(), 1) << words;
 }
 
 TEST_F(SimProgram, HostCommandsASerialGatewayAndKeepsItsUnits) {

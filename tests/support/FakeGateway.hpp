@@ -47,7 +47,6 @@ public:
     std::string hearToEnd() { return stream_.readToEnd(); }
     bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
-    void hangUp() { stream_.close(); }
     Stream& stream() { return stream_; }
     std::string port() const { return listener_.port(); }
     // The terminal device, and its end on this side.

@@ -53,7 +53,6 @@ public:
 
     bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
-    void hangUp() { stream_.close(); }
     Stream& stream() { return stream_; }
 
 private:
