@@ -99,11 +99,12 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
     });
 }
 
-// One command for the gateway, as large as a packet can be, and never more than one in flight.
+// A value as large as a packet can be.
 std::string largeLine(char letter) {
     return "10;3;1;0;24;" + std::string(60'000, letter);
 }
 
+// Never more than one in flight.
 Packet sendLargeCommand(Conversation& talk, char letter) {
     constexpr std::string_view kSignOfLife =
         "5;255;3;0;4;\n"; // without effect; the link may be closed by now
@@ -152,11 +153,8 @@ TEST(StalledLink, OfASerialGatewayIsWaitedFor) {
 
 TEST(StalledLink, OfAHostThatNeverReadsEndsTheDriver) {
     Conversation talk(Transport::tcp, Output::captured, "UTC0", 4096);
-    std::string junk;
-    while (junk.size() < 1 << 20)
-        junk += std::string(250, 'x') + "\n";
-    // Each line is answered by two log lines of its length: the ceiling of 64 MiB comes before half of this.
-    EXPECT_THROW(for (int i = 0; i < 100; ++i) talk.gateway.say(junk), std::runtime_error);
+    // Twice the ceiling of 64 MiB.
+    EXPECT_THROW(for (int i = 0; i < 2200; ++i) talk.gateway.say(largeLine('x') + "\n"), std::runtime_error);
     const Ending ending = talk.driver.end();
     EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, kPipeError, ""));
 }
