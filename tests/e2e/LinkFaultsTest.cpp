@@ -160,6 +160,9 @@ TEST(StalledLink, OfAHostThatNeverReadsEndsTheDriver) {
 }
 
 TEST(NoMoreFiles, IsAFailureToConnect) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "a sanitized program opens files of its own";
+#endif
     if (isForeignDriver())
         GTEST_SKIP() << "an emulator opens files of its own";
     const std::vector<std::string> fourFiles{"prlimit", "--nofile=4"}; // one for the host's link, and no more
