@@ -7,9 +7,11 @@
 #include "runtime/StringFunctions.hpp"
 #include "shell/Logging.hpp"
 
-#include <array>
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace hearthix {
 
@@ -25,49 +27,80 @@ constexpr std::uint8_t kEndTag = 'E';
 // Collects the small pieces of a document and hands them to the stream in large ones.
 class KbdbWriter {
 public:
-    explicit KbdbWriter(BinaryStream& stream) : stream_(stream) { stream_.LittleEndian = true; }
+    explicit KbdbWriter(BinaryStream& stream) : stream_(stream), buffer_(16 * 1024) {
+        stream_.LittleEndian = true;
+    }
 
     void header(const Dictionary& values) {
         constexpr char kHeader[] = {'K', 'b', 'd', 'b', kVersion, kLittleEndianMark, ' ', ' '};
         std::memcpy(room(sizeof kHeader), kHeader, sizeof kHeader);
         for (const auto& entry : values.entries()) {
-            tagged(kValueTag, entry.key.asString());
-            text(entry.value.asString());
+            value(entry.key.asString(), entry.value.asString());
             RuntimeBackgroundTask();
         }
     }
-    void child(const String& name) { tagged(kChildTag, name); }
-    void end() { *room(1) = static_cast<char>(kEndTag); }
+    void child(std::string_view name) {
+        char* at = room(kTagSize + kLengthSize + name.size());
+        *at = static_cast<char>(kChildTag);
+        put(at + kTagSize, name);
+    }
+    void end() { *room(kTagSize) = static_cast<char>(kEndTag); }
     void flush() { stream_.Write(std::string_view(buffer_.data(), std::exchange(used_, 0))); }
 
 private:
+    static constexpr std::size_t kTagSize = 1;
     static constexpr std::size_t kLengthSize = 4;
 
-    void tagged(std::uint8_t tag, const String& content) {
-        *room(1) = static_cast<char>(tag);
-        text(content);
+    void value(std::string_view key, std::string_view text) {
+        char* at = room(kTagSize + kLengthSize + key.size() + kLengthSize + text.size());
+        *at = static_cast<char>(kValueTag);
+        put(put(at + kTagSize, key), text);
     }
-    void text(const String& content) {
-        const std::string_view bytes = content.view();
-        encodeNumber(room(kLengthSize), kLengthSize, bytes.size(), true);
-        if (bytes.size() > buffer_.size()) {
-            flush();
-            stream_.Write(bytes);
-        } else if (!bytes.empty()) {
-            std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
-        }
+    // Returns the place behind the text.
+    static char* put(char* target, std::string_view text) {
+        encodeNumber(target, kLengthSize, text.size(), true);
+        copyBytes(target + kLengthSize, text.data(), text.size());
+        return target + kLengthSize + text.size();
+    }
+    // Nearly all texts are short: two copies of fixed size, which may overlap, cost less than a call.
+    static void copyBytes(char* target, const char* source, std::size_t size) {
+        if (size > 32)
+            std::memcpy(target, source, size);
+        else if (size >= 16)
+            copyEnds<16>(target, source, size);
+        else if (size >= 8)
+            copyEnds<8>(target, source, size);
+        else if (size >= 4)
+            copyEnds<4>(target, source, size);
+        else
+            std::copy_n(source, size, target);
+    }
+    template <std::size_t Size>
+    static void copyEnds(char* target, const char* source, std::size_t size) {
+        std::memcpy(target, source, Size);
+        std::memcpy(target + size - Size, source + size - Size, Size);
     }
     char* room(std::size_t count) {
-        if (buffer_.size() - used_ < count)
+        if (buffer_.size() - used_ < count) {
             flush();
+            buffer_.resize(std::max(buffer_.size(), count));
+        }
         used_ += count;
         return buffer_.data() + used_ - count;
     }
 
     BinaryStream& stream_;
-    std::array<char, 16 * 1024> buffer_;
+    std::vector<char> buffer_;
     std::size_t used_ = 0;
 };
+
+// Tells the processor that the texts of a node will be asked for soon. In a large document they lie all over
+// the memory, and arrive while the node ahead is written.
+void prefetchTexts(const CXML* node) {
+    if (node != nullptr && node->Values)
+        for (const auto& entry : node->Values.get()->entries())
+            __builtin_prefetch(entry.value.asString().data());
+}
 
 void readHeader(BinaryStream& stream) {
     if (!(stream.Read(4) == kKbdbMagic) || stream.ReadUInt8() > kVersion)
@@ -109,6 +142,8 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         RuntimeBackgroundTask();
         if (child.isNil())
             continue;
+        if (frame.next <= frame.node->Containers.Ubound())
+            prefetchTexts(frame.node->Containers[frame.next].get());
         out.child(child->Name);
         out.header(*child->Values);
         open.push_back({child.get(), 0});
@@ -125,8 +160,9 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
         switch (in.ReadUInt8()) {
         case kEndTag: open.pop_back(); break;
         case kValueTag: {
-            const String key = readText(in, Encodings::UTF8);
-            node.Values->SetValue(key, readText(in, Encodings::UTF8));
+            String key = readText(in, Encodings::UTF8);
+            String value = readText(in, Encodings::UTF8);
+            node.Values->SetValue(std::move(key), std::move(value));
             break;
         }
         case kChildTag: {

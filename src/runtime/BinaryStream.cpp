@@ -30,10 +30,10 @@ Ref<BinaryStream> BinaryStream::Open(const Ref<FolderItem>& file, bool writable)
     return buffer ? Ref<BinaryStream>::adopt(new BinaryStream(std::move(buffer))) : nullptr;
 }
 
-Integer BinaryStream::Length() const {
+Integer BinaryStream::lengthElsewhere() const {
     if (block_)
         return block_->Size();
-    return static_cast<Integer>(file_ ? file_->size() : text_.size());
+    return file_ ? static_cast<Integer>(file_->size()) : 0;
 }
 
 void BinaryStream::setPosition(Integer position) {
@@ -56,18 +56,9 @@ String BinaryStream::Read(Integer count, TextEncoding encoding) {
     return bytes;
 }
 
-std::uint64_t BinaryStream::readNumber(unsigned width) {
-    if (file_ || block_) {
-        const String bytes = Read(width);
-        return bytes.size() == width ? decodeNumber(bytes, LittleEndian) : 0;
-    }
-    const std::string_view rest = text_.view().substr(std::min(position_, text_.size()));
-    if (rest.size() < width) {
-        position_ += rest.size();
-        return 0;
-    }
-    position_ += width;
-    return decodeNumber(rest.substr(0, width), LittleEndian);
+std::uint64_t BinaryStream::readNumber(std::size_t width) {
+    const String bytes = Read(static_cast<Integer>(width));
+    return bytes.size() == width ? decodeNumber(bytes, LittleEndian) : 0;
 }
 
 void BinaryStream::Write(std::string_view bytes) {

@@ -5,6 +5,7 @@
 // from a string or block share its memory.
 #pragma once
 
+#include "runtime/ByteOrder.hpp"
 #include "runtime/Object.hpp"
 #include "runtime/String.hpp"
 
@@ -33,9 +34,9 @@ public:
     static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable);
 
     String Read(Integer count, TextEncoding encoding = TextEncoding::none);
-    std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber(1)); }
-    std::uint16_t ReadUInt16() { return static_cast<std::uint16_t>(readNumber(2)); }
-    std::uint32_t ReadUInt32() { return static_cast<std::uint32_t>(readNumber(4)); }
+    std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber<1>()); }
+    std::uint16_t ReadUInt16() { return static_cast<std::uint16_t>(readNumber<2>()); }
+    std::uint32_t ReadUInt32() { return static_cast<std::uint32_t>(readNumber<4>()); }
     void Write(std::string_view bytes);
     void WriteUInt8(std::uint8_t value) { writeNumber(value, 1); }
     void WriteUInt16(std::uint16_t value) { writeNumber(value, 2); }
@@ -43,7 +44,7 @@ public:
 
     Integer Position() const noexcept { return static_cast<Integer>(position_); }
     void setPosition(Integer position);
-    Integer Length() const;
+    Integer Length() const { return text_.empty() ? lengthElsewhere() : static_cast<Integer>(text_.size()); }
     // The stream's EOF; the C library has taken that name for a macro.
     bool isEOF() const { return Position() >= Length(); }
     // Hands what was written to a file over to the disk, and closes. A closed stream reads nothing and drops
@@ -55,7 +56,18 @@ public:
 private:
     explicit BinaryStream(std::unique_ptr<FileBuffer> file);
 
-    std::uint64_t readNumber(unsigned width);
+    Integer lengthElsewhere() const;
+    // From text, which long documents are read from, without a way round.
+    template <std::size_t Width>
+    std::uint64_t readNumber() {
+        const std::string_view text = text_.view();
+        if (position_ > text.size() || text.size() - position_ < Width)
+            return readNumber(Width);
+        const std::uint64_t value = decodeNumber(text.substr(position_, Width), LittleEndian);
+        position_ += Width;
+        return value;
+    }
+    std::uint64_t readNumber(std::size_t width);
     void writeNumber(std::uint64_t value, unsigned width);
 
     // At most one of the three is in use; none once the stream is closed.

@@ -77,7 +77,7 @@ const Variant& Dictionary::Value(const Variant& key) const {
 }
 
 void Dictionary::SetValue(Variant key, Variant value) {
-    const std::size_t i = locate(key);
+    const std::size_t i = key.isString() ? locate(key.asString().view()) : locate(key);
     if (i != kMissing) {
         entries_[i].value = std::move(value);
         return;
@@ -92,10 +92,10 @@ void Dictionary::SetValue(Variant key, Variant value) {
         enterSlot(hashOf(entries_.back().key), entries_.size() - 1);
 }
 
-// Small tables start with a few places; large ones grow by a quarter, as memory matters more there than the
-// rare move.
+// Small tables start with the places that a unit of a document takes; large ones grow by a quarter, as memory
+// matters more there than the rare move.
 void Dictionary::makeRoom() {
-    constexpr std::size_t kFirst = 3;
+    constexpr std::size_t kFirst = 6;
     constexpr std::size_t kLarge = 1024;
     const std::size_t size = entries_.size();
     if (size == entries_.capacity())

@@ -60,10 +60,6 @@ void String::releaseBlock() noexcept {
         ::operator delete(shared);
 }
 
-void String::setEncoding(TextEncoding encoding) noexcept {
-    setMeta((meta() & ~kEncodingMask) | encodingBits(encoding));
-}
-
 String String::shareCut(std::string_view part) const {
     String result;
     retainBlock();

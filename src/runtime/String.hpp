@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <span>
 #include <string_view>
 
@@ -66,7 +67,9 @@ public:
     TextEncoding encoding() const noexcept {
         return static_cast<TextEncoding>((meta() & kEncodingMask) >> kEncodingShift);
     }
-    void setEncoding(TextEncoding encoding) noexcept;
+    void setEncoding(TextEncoding encoding) noexcept {
+        setMeta((meta() & ~kEncodingMask) | encodingBits(encoding));
+    }
 
     // The bytes from offset on, at most count of them; a range past the end yields what is there.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
@@ -124,7 +127,11 @@ private:
         return static_cast<unsigned>(encoding) << kEncodingShift;
     }
     unsigned meta() const noexcept { return raw_[0]; }
-    void setMeta(unsigned value) noexcept { raw_[0] = static_cast<unsigned char>(value); }
+    // As part of the first word, for the reason that setWords gives.
+    void setMeta(unsigned value) noexcept {
+        const std::uint64_t rest = field<std::uint64_t>(0) & ~(std::uint64_t{0xFF} << kMetaShift);
+        setField(0, rest | (std::uint64_t{value} << kMetaShift));
+    }
     bool isInline() const noexcept { return (meta() & kLargeBit) == 0; }
     const char* smallBytes() const noexcept { return reinterpret_cast<const char*>(raw_ + kSmallOffset); }
     std::size_t smallSize() const noexcept { return meta() & kSmallSizeMask; }
@@ -148,25 +155,44 @@ private:
     }
     void clear() noexcept { std::memset(raw_, 0, sizeof raw_); }
     void setSmall(std::string_view bytes, TextEncoding encoding) noexcept {
-        clear();
-        copySmall(raw_ + kSmallOffset, bytes.data(), bytes.size());
-        setMeta(encodingBits(encoding) | static_cast<unsigned>(bytes.size()));
-    }
-    // Up to kSmallCapacity bytes, without a call: from both ends, in words that may overlap.
-    static void copySmall(unsigned char* target, const char* source, std::size_t size) noexcept {
-        if (size >= 8) {
-            if (size > 16)
-                std::memcpy(target + 8, source + 8, 8);
-            std::memcpy(target, source, 8);
-            std::memcpy(target + size - 8, source + size - 8, 8);
-        } else if (size >= 4) {
-            std::memcpy(target, source, 4);
-            std::memcpy(target + size - 4, source + size - 4, 4);
-        } else if (size > 0) {
-            target[0] = static_cast<unsigned char>(source[0]);
-            target[size / 2] = static_cast<unsigned char>(source[size / 2]);
-            target[size - 1] = static_cast<unsigned char>(source[size - 1]);
+        const std::uint64_t tag = encodingBits(encoding) | static_cast<unsigned>(bytes.size());
+        if constexpr (kLittleEndian) {
+            setWords(bytes.data(), bytes.size(), tag);
+        } else {
+            clear();
+            if (!bytes.empty())
+                std::memcpy(raw_ + kSmallOffset, bytes.data(), bytes.size());
+            setMeta(static_cast<unsigned>(tag));
         }
+    }
+    template <class Word>
+    static std::uint64_t load(const char* source) noexcept {
+        Word word;
+        std::memcpy(&word, source, sizeof word);
+        return word;
+    }
+    // A small text is put together in registers and stored in whole words: whoever copies it next would have
+    // to wait for single bytes to be written. The first word holds the tag and 7 bytes, the others 8 each;
+    // the last bytes of the text are loaded as a word of their own and shifted into place.
+    void setWords(const char* text, std::size_t size, std::uint64_t tag) noexcept {
+        std::uint64_t words[kRawSize / sizeof(std::uint64_t)] = {tag};
+        if (size >= 8) {
+            const std::uint64_t last = load<std::uint64_t>(text + size - 8);
+            words[0] |= load<std::uint64_t>(text) << 8U;
+            if (size < 16) {
+                words[1] = last >> (8 * (15 - size));
+            } else {
+                words[1] = load<std::uint64_t>(text + 7);
+                words[std::size(words) - 1] = last >> (8 * (23 - size));
+            }
+        } else if (size >= 4) {
+            const std::uint64_t last = load<std::uint32_t>(text + size - 4);
+            words[0] |= (load<std::uint32_t>(text) | last << (8 * (size - 4))) << 8U;
+        } else if (size > 0) {
+            const auto byteAt = [text](std::size_t i) { return load<unsigned char>(text + i) << (8 * i); };
+            words[0] |= (byteAt(0) | byteAt(size / 2) | byteAt(size - 1)) << 8U;
+        }
+        std::memcpy(raw_, words, sizeof words);
     }
     void copyIntoBlock(std::string_view bytes, TextEncoding encoding);
     String shareCut(std::string_view part) const;
