@@ -61,6 +61,7 @@ public:
     bool hasReadyDriver() const noexcept { return hasDriver() && ready_; }
     SocketAddress address() const { return {settings_.listen.host, server_.port()}; }
     Integer driverProcess() const noexcept { return driver_.pid(); }
+    void killDriver() const { driver_.Kill(); }
     // Mishaps: nothing is read while it stalls, and a dropped link ends the driver.
     void stall(bool on) { server_.stall(on); }
     void dropLink() { server_.drop("dropped, as asked for"); }

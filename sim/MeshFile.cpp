@@ -204,10 +204,8 @@ std::vector<MeshNode> standardMesh() {
 std::vector<MeshNode> parseMesh(const String& text, const String& name) {
     ensureVocabulary();
     Parser parser(name);
-    for (const String& line : Split(text, "\n")) {
-        const std::string_view whole = line.view();
-        parser.statement(wordsOf(whole.substr(0, whole.find('#'))));
-    }
+    for (const String& line : Split(text, "\n"))
+        parser.statement(wordsOf(line.view(), "#"));
     return parser.result();
 }
 

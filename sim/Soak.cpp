@@ -226,7 +226,7 @@ void Soak::allAtOnce() {
 }
 
 void Soak::killDriver() {
-    kill(static_cast<pid_t>(rig_.host.driverProcess()), SIGKILL);
+    rig_.host.killDriver();
 }
 
 void Soak::calm() {

@@ -99,6 +99,11 @@ void ChildProcess::Stop() {
     partialLine_ = String();
 }
 
+void ChildProcess::Kill() const {
+    if (isRunning())
+        kill(pid_, SIGKILL);
+}
+
 ssize_t ChildProcess::receive(char* bytes, std::size_t count) {
     return read(descriptor(), bytes, count);
 }

@@ -23,6 +23,8 @@ public:
     Integer pid() const noexcept { return pid_; }
     // Ends the program and waits for that: asks first, and insists after two seconds. No event runs.
     void Stop();
+    // Ends the program at once and without asking; ended tells.
+    void Kill() const;
 
     std::function<void(const String& line)> printed;
     // With the exit status, or 128 and the signal's number. The object may be started again inside.
