@@ -80,10 +80,8 @@ Ref<CXML> readSoundDocument(const std::string& path) {
 }
 
 void replaceKbdbFile(const std::string& path, const CXML& document) {
-    const fs::path target = fs::canonical(path);
-    const fs::perms rights = fs::status(target).permissions();
-    save(target, document);
-    fs::permissions(target, rights);
+    // Saving follows links too, but has to find the very file that was read.
+    save(fs::canonical(path), document);
 }
 
 void makeKbdbFile(const std::string& path, const CXML& document) {

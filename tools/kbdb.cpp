@@ -8,7 +8,6 @@
 
 #include <cctype>
 #include <cerrno>
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -235,8 +234,6 @@ private:
 } // namespace hearthix
 
 int main(int argc, char** argv) {
-    // A file that grows too large is a failed write like any other, and leaves nothing behind.
-    std::signal(SIGXFSZ, SIG_IGN);
     hearthix::Kbdb kbdb;
     return kbdb.execute(argc, argv);
 }

@@ -117,7 +117,9 @@ public:
     virtual void SaveToPlistDEP(const Ref<CXML>&) const {}
 
     // The byte form in a file. An existing file is replaced by one that is complete and on the disk, or not
-    // at all. False when the exchange was refused; RuntimeException when the new file can't be made or
+    // at all; the new one has its owner and permissions, as far as this user may set them. Behind a symbolic
+    // link, the file that it stands for is made or replaced, and the link stays. False when the exchange was
+    // refused, as it is for all but regular files; RuntimeException when the new file can't be made or
     // filled.
     virtual bool SaveToFile(const Ref<FolderItem>& target) const;
     // Failures are logged, and what was read by then is kept. The second argument is not looked at.

@@ -48,7 +48,8 @@ int spawn(const std::vector<std::string>& words, int output, pid_t& pid) {
     sigset_t signals;
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&attributes, &signals);
-    sigaddset(&signals, SIGPIPE);
+    for (const int ignored : {SIGPIPE, SIGXFSZ})
+        sigaddset(&signals, ignored);
     posix_spawnattr_setsigdefault(&attributes, &signals);
     const int error = posix_spawn(&pid, pointers[0], &files, &attributes, pointers.data(), environ);
     posix_spawnattr_destroy(&attributes);
