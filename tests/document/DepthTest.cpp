@@ -58,18 +58,5 @@ TEST_F(Depth, HasNoLimit) {
     });
 }
 
-TEST_F(Depth, HasNoLimitForTheDump) {
-    // Fewer levels, since the indentation alone grows with their square.
-    constexpr std::size_t kDumped = 3000;
-    onSmallStack([this] {
-        const auto file = BinaryStream::Create(item("dump"), true);
-        nested(kDumped)->saveToReadableString(file, 0);
-        file->Close();
-        const std::string text = readFile(at("dump"));
-        EXPECT_TRUE(text.starts_with("(0) value keys\n    Container: n (1) value keys\n        k=v\n"));
-        EXPECT_TRUE(text.ends_with("\n" + std::string(4 * (kDumped + 1), ' ') + "k=v\n"));
-    });
-}
-
 } // namespace
 } // namespace hearthix::testing

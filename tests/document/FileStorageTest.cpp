@@ -123,8 +123,6 @@ TEST_F(FileStorage, LoadsWhatItCan) {
     const Case cases[] = {
         {oldBytes, whole, {}},
         {"KBDB" + oldBytes.substr(4), whole, {}},
-        {"", "", notOurs},
-        {"Kbd", "", notOurs},
         {"just text", "", notOurs},
         {"KbdbB", "", broken},
         {oldBytes.substr(0, oldBytes.size() - 5) + "x", whole, {"read error unable to get byte order"}},

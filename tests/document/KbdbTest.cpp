@@ -16,12 +16,11 @@ protected:
         std::string output;
         std::string complaint;
     };
-    // In the test's folder, behind the limits. The output goes to a file, or where the shell's redirection
+    // In the test's folder. The output goes to a file, or where the shell's redirection
     // says.
     Run run(const std::string& words, const std::string& redirection = "") const {
         const std::string aside = folder.string() + ".";
-        std::string command =
-            "cd " + folder.string() + "; " + limits + "{ timeout 60 " KBDB_PROGRAM " " + words;
+        std::string command = "cd " + folder.string() + "; { timeout 60 " KBDB_PROGRAM " " + words;
         command += " 2>" + aside + "err; echo $? >" + aside + "status; } ";
         command += redirection.empty() ? ">" + aside + "out" : redirection;
         EXPECT_GE(std::system(command.c_str()), 0);
@@ -31,8 +30,6 @@ protected:
             std::filesystem::remove(aside + file);
         return done;
     }
-
-    std::string limits;
 
     // A command and its outcome: the status, a blank, and the output or, of a failure, words of the
     // complaint.
@@ -81,14 +78,11 @@ TEST_F(Kbdb, TellsBadUseFromBadFiles) {
     ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
     tell({Step{"", "2 kbdb: Name a command; "}, Step{"sow d", "2 kbdb: \"sow\" is no command; "},
           Step{"show", "2 kbdb: show takes other arguments; "},
-          Step{"set d key", "2 kbdb: set takes other arguments; "},
-          Step{"check d d", "2 kbdb: check takes other arguments; "},
           Step{"add-unit d kitchen", "2 kbdb: \"kitchen\" is no address"},
           Step{"add-unit d 0", "2 kbdb: \"0\" is no address"},
           Step{"add-unit d 0A03.TEMP Name", "2 kbdb: \"Name\" is no KEY=VALUE"},
           Step{"add-unit d 0A03.TEMP address=0B", "2 its key is given twice."},
           Step{"show none", "1 kbdb: none: there is no such file. "},
-          Step{"set none k v", "1 kbdb: none: there is no such file. "},
           Step{"check folder", "1 kbdb: folder: not a regular file. "},
           Step{"check pipe", "1 kbdb: pipe: not a regular file. "},
           Step{"new 'no folder/d'", "1 no folder/d: can't be written. "}});
@@ -102,19 +96,13 @@ TEST_F(Kbdb, FindsTheFirstFault) {
     const std::string child = "4F 01000000 63" + header;
     const Case faults[] = {
         Case{"", "byte 0: the file does not begin with the letters \"Kbdb\". "},
-        Case{"4B626478 414C2020 45", "byte 0: the file does not begin"},
         Case{"4B626462 424C2020 45", "byte 4: the format's version is 42"},
-        Case{"4B626462 FF4C2020 45", "byte 4: the format's version is FF"},
         Case{"4B626462 41002020 45", "byte 5: the byte order mark is 00"},
         Case{"4B626462 414C20", "byte 7: the file ends inside a document's header"},
         Case{header, "byte 8: 1 end tag is missing. If only the end is lost, add the letter E 1 time"},
         Case{header + child + "45" + child, "byte 37: 2 end tags are missing"},
-        Case{header + "65 45", "byte 8: 65 begins neither"},
         Case{header + "56 0100", "byte 9: the file ends inside the length of a key"},
         Case{header + "56 02000000 61", "byte 9: the length of a key is 2, but only 1 byte is left"},
-        Case{header + "56 01000000 61 FFFFFFFF",
-             "byte 14: the length of a value is 4294967295, but only 0 bytes"},
-        Case{header + "4F FF000000", "byte 9: the length of a child's name is 255"},
         Case{header + "4F 01000000 63 4B62", "byte 16: the file ends inside a document's header"},
         Case{header + "4F 01000000 63 4B45", "byte 14: a child does not begin"},
         Case{header + "45 0A0A",
@@ -149,8 +137,6 @@ TEST_F(Kbdb, ShowsAnythingInBoundedText) {
     EXPECT_LT(deep.size(), 200'000U * 2 * 200);
     EXPECT_TRUE(deep.ends_with(std::string(64, ' ') + "[level 200001] k=v\n"));
     EXPECT_EQ(run("set d k v").status, "0");
-    const Run lost = run("show d", "| true");
-    EXPECT_EQ(lost.status + lost.complaint, "1");
     EXPECT_NE(run("show d", ">/dev/full").complaint.find("text was lost"), std::string::npos);
 
     const Ref<CXML> wide = node("", {{"k", "\x1B[31m\x7F\xC2\x9B\n"}});
@@ -162,13 +148,6 @@ TEST_F(Kbdb, ShowsAnythingInBoundedText) {
     const std::string units = run("units d").output;
     EXPECT_LT(units.size(), 200'000U + 2000 * 100);
     EXPECT_NE(units.find("\n02\\x0D  7=v"), std::string::npos);
-}
-
-TEST_F(Kbdb, LeavesAFileThatMayNotGrow) {
-    tell({{"new d"}});
-    limits = "ulimit -f 8; ";
-    tell({{"set d k " + std::string(50'000, 'x'), "1 d: can't be written. "}});
-    EXPECT_EQ(names(), "d ");
 }
 
 // A fenced block of the page, "```kbdb" and its kind, and the text block that follows.

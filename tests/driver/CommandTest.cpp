@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace hearthix {
@@ -23,42 +22,35 @@ String fromHex(const char* digits) {
 
 TEST(Command, MapsHouseAndUnitCodes) {
     Command command;
-    expectRows({Row{command.GetHouseCode(), "A"}, Row{command.GetUnitCode(), "1"}});
     for (Integer i = 0; i < 16; ++i) {
-        for (const Integer first : {'A', 'a'}) {
-            command.SetHouseCode(Chr(first + i));
-            command.SetUnitCode(i + 1);
-            expectRows({Row{command.Address1, Hex(i)}, Row{command.GetHouseCode(), Chr('A' + i)},
-                        Row{command.Address2, Hex(i)}, Row{command.GetUnitCode(), Str(i + 1)}});
-        }
+        command.SetHouseCode(Chr((i % 2 == 0 ? 'A' : 'a') + i));
+        command.SetUnitCode(i + 1);
+        expectRows({Row{command.Address1, Hex(i)}, Row{command.GetHouseCode(), Chr('A' + i)},
+                    Row{command.Address2, Hex(i)}, Row{command.GetUnitCode(), Str(i + 1)}});
     }
     for (const char* unknown : {"Q", "", "AB", "@"})
         command.SetHouseCode(unknown);
     EXPECT_EQ(command.Address1.view(), "F");
     command.SetUnitCode(17);
-    command.Address1 = "10";
+    command.Address1 = "junk";
     expectRows(
-        {Row{command.Address2, "10"}, Row{command.GetUnitCode(), "17"}, Row{command.GetHouseCode(), "Q"}});
-    command.Address1 = command.Address2 = "junk";
-    expectRows({Row{command.GetHouseCode(), "A"}, Row{command.GetUnitCode(), "1"}});
+        {Row{command.Address2, "10"}, Row{command.GetUnitCode(), "17"}, Row{command.GetHouseCode(), "A"}});
     command.Address1 = "FFFFFFFFFFFFFFFFFFFF";
     EXPECT_EQ(command.GetHouseCode().view(), "");
 }
 
 TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
-    constexpr bool Command::*kProperties[] = {
-        &Command::fDoTransmit, &Command::fCCM,         &Command::fAddressOnly, &Command::fCommandOnly,
-        &Command::fWireless,   &Command::fPassThrough, &Command::fStacked};
     const char* const kBits[] = {"128", "&h40", "32", " 16", "&b1000", "4x", "2", "1"};
     for (std::size_t i = 0; i < 8; ++i) {
         Command command;
         command.SetFlag(kBits[i]);
-        EXPECT_EQ(command.Flags, 128 >> i);
-        for (std::size_t property = 0; property < 7; ++property)
-            EXPECT_EQ(command.*kProperties[property], property == i) << i << " " << property;
         command.SetFlag(kBits[i]);
         EXPECT_EQ(command.Flags, 0);
-        EXPECT_TRUE(i == 7 || command.*kProperties[i]);
+        const bool properties[] = {command.fDoTransmit,  command.fCCM,      command.fAddressOnly,
+                                   command.fCommandOnly, command.fWireless, command.fPassThrough,
+                                   command.fStacked};
+        for (std::size_t property = 0; property < 7; ++property)
+            EXPECT_EQ(properties[property], property == i) << i << " " << property;
     }
 }
 
@@ -72,7 +64,6 @@ TEST(CommonMessage, IsWrittenByteForByte) {
         {"2", [](Command& c) { c.SetHouseCode("B"), c.SetUnitCode(3); },
          "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
         {"2", [](Command&) {}, "58 10 61 40 4C 58 00 30 32 80 00 00 00 20 20 0D"},
-        {"2", [](Command& c) { c.SetHouseCode("B"); }, "58 10 61 40 4C 58 00 30 32 80 00 00 00 20 20 0D"},
         {"2", [](Command& c) { c.SetUnitCode(3); }, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
         {"4", [](Command& c) { c.SetLevel(76), c.SetParam1(1), c.SetParam2(255); },
          "58 10 61 40 4C 58 00 30 34 80 4C 01 FF 20 20 0D"},
@@ -113,30 +104,18 @@ TEST(CommonMessage, IsReadByPosition) {
         command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30 34 30 30 4C"))); // cut, and level 76
     EXPECT_EQ((std::vector{command.level, command.param1, command.param2}), (std::vector<Integer>{0, 0, 0}));
     EXPECT_TRUE(command.fDoTransmit); // what was true stays true
-    EXPECT_TRUE(command.InitFromCommonMessage("X"));
-    expectRows({Row{command.RawCommonCommand, "X"}, Row{command.Version, ""}, Row{command.Command, ""}});
-}
-
-TEST(CommonMessage, FoldsTheCodesOfLowBatteries) {
-    using Case = std::tuple<Integer, Integer, bool>;
-    for (const auto& [received, stored, low] :
-         {Case(5, 4, true), Case(85, 84, true), Case(1, 0, true), Case(81, 80, true), Case(84, 84, false),
-          Case(0, 0, false), Case(49, 49, false)}) {
-        Command command;
-        EXPECT_TRUE(command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30") + ChrB(received)));
-        EXPECT_EQ(AscB(command.Command), stored);
-        EXPECT_EQ(command.LowBattery, low) << received;
+    for (const auto& [received, stored] : {std::pair{5, 4}, {85, 84}, {1, 0}, {81, 80}, {84, 84}, {49, 49}}) {
+        Command battery;
+        EXPECT_TRUE(battery.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30") + ChrB(received)));
+        EXPECT_EQ(AscB(battery.Command), stored);
+        EXPECT_EQ(battery.LowBattery, received != stored) << received;
     }
 }
 
 TEST(CommonMessage, ReadsEachTypeInItsOwnWay) {
-    HearthixSupport::gSignalStrength = 7;
-    Command plain, measured, wireless, log, text, error, loudest;
-    EXPECT_TRUE(plain.InitFromCommonMessage(fromHex("4E 10 61 40 4C 58 00 30 34 30 30 00 31 41 32 C8")));
-    EXPECT_EQ(plain.rawAnalog16 + HearthixSupport::gSignalStrength, 7);
+    Command measured, wireless, log, text, loudest, error, refused;
     EXPECT_TRUE(measured.InitFromCommonMessage(fromHex("4D 10 61 40 4C 58 00 30 34 30 30 00 31 41 32 62")));
     EXPECT_EQ(measured.rawAnalog16, 0x1A2B);
-    EXPECT_EQ(measured.param1, '1');
     EXPECT_TRUE(wireless.InitFromCommonMessage(fromHex("58 10 61 40 50 58 08 30 34 30 30 00 00 00 20 C8")));
     EXPECT_EQ(HearthixSupport::gSignalStrength, 200);
     EXPECT_TRUE(log.InitFromCommonMessage(fromHex("4C 08 02 68 65 6C 6C 6F")));
@@ -144,15 +123,10 @@ TEST(CommonMessage, ReadsEachTypeInItsOwnWay) {
     EXPECT_TRUE(loudest.InitFromCommonMessage(fromHex("4C 04 04 68")));
     EXPECT_EQ((std::vector{log.LogData, log.PacketLength, text.LogData}), (std::vector<Integer>{2, 8, 4}));
     EXPECT_FALSE(error.InitFromCommonMessage(fromHex("45 10 61 40 4C 58 00 39 34 30")));
-    expectRows({Row{log.LogMessage, "hello"}, Row{text.LogMessage, "hello"}, Row{error.Code, "9"},
-                Row{error.Command, ""}, Row{loudest.LogMessage, "h"}});
-    EXPECT_EQ(error.PacketLength, 0);
-    for (const char* other : {"A.a@LX", "J.a@LX", "Q", ""}) {
-        Command refused;
-        EXPECT_FALSE(refused.InitFromCommonMessage(other));
-        expectRows({Row{refused.Header, LeftB(other, 1)}, Row{refused.RawCommonCommand, other},
-                    Row{refused.Version, ""}});
-    }
+    EXPECT_FALSE(refused.InitFromCommonMessage("A.a@LX"));
+    expectRows({Row{log.LogMessage, "hello"}, Row{text.LogMessage, "hello"}, Row{loudest.LogMessage, "h"},
+                Row{error.Code, "9"}, Row{error.Command, ""}, Row{refused.Header, "A"},
+                Row{refused.Version, ""}});
 }
 
 TEST(Multipacket, IsWrittenByteForByte) {
@@ -181,10 +155,8 @@ TEST(Multipacket, IsWrittenByteForByte) {
 TEST(Multipacket, IsReadAsFarAsItGoes) {
     using Case = std::pair<std::string_view, const char*>;
     for (const auto& [packet, want] :
-         {Case("J\x04\0\x80"sv, ""), Case("J", ""), Case("J\0\0\x81mcmd\x02\0ON"sv, "mcmd=ON "),
-          Case("J\0\0\0mcmd\0\x02ONaddr\0\1x"sv, "mcmd=ON addr=x "),
-          Case("J\0\0\x80mcmd\xFF\xFFON"sv, "mcmd=ON "), Case("J\0\0\x80mcmd\x02\0ONad"sv, "mcmd=ON ad= "),
-          Case("J\0\0\x80mcmd\x02"sv, "mcmd= "), Case("J\0\0\x80mcmd\x01\0aMCMD\x01\0b"sv, "mcmd=b ")}) {
+         {Case("J", ""), Case("J\0\0\0mcmd\0\x02ONaddr\0\1x"sv, "mcmd=ON addr=x "),
+          Case("J\0\0\x80mcmd\xFF\xFFON"sv, "mcmd=ON "), Case("J\0\0\x80mcmd\x02\0ONad"sv, "mcmd=ON ad= ")}) {
         Command command;
         command.SetMulti("old ", "gone");
         EXPECT_TRUE(command.initFromMultiPacket(String(packet)));
@@ -193,24 +165,16 @@ TEST(Multipacket, IsReadAsFarAsItGoes) {
             got = concat(got, command.MultiDict->Key(i).asString(), "=",
                          command.MultiDict->ValueAt(i).asString(), " ");
         expectRows({Row{got, want}, Row{command.RawCommonCommand, packet}, Row{command.Header, ""}});
-        EXPECT_EQ(command.LittleEndian, command.MultiFlags >= 128);
-        EXPECT_TRUE(command.isMultiPacket && !command.fCCM);
     }
 }
 
 TEST(Multipacket, IsAcknowledgedByItsNumber) {
     Command fresh, command;
     EXPECT_THROW(fresh.MakeAck(), NilObjectException);
-    EXPECT_THROW(fresh.GetMulti("mcmd"), NilObjectException);
-    EXPECT_THROW(fresh.hasKey("mcmd"), NilObjectException);
-    EXPECT_THROW(fresh.GetKeys(), NilObjectException);
-    command.SetMulti("mcmd", "ping");
-    EXPECT_EQ(command.MakeAck()->GetMulti("PkID").view(), "");
     command.SetMulti("PkID", "4711");
     const auto ack = command.MakeAck();
     expectRows({Row{ack->GetMulti("mcmd"), "ACK"}, Row{ack->GetMulti("PkID"), "4711"},
                 Row{Str(ack->GetKeys().Ubound()), "1"}});
-    EXPECT_EQ(ack->GetRawCommand().view().substr(0, 4), std::string_view("J\x17\0\x80", 4));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cMySensors.hpp"
+#include "gateway/cPingTimer.hpp"
 #include "runtime/Clock.hpp"
 #include "tests/driver/Driver.hpp"
 
@@ -37,25 +38,22 @@ TEST_F(EndpointTest, StaysInTheIndexEvenWhenItsNodeIsMissing) {
     EXPECT_EQ(orphan->batteryLevel, 80);
 }
 
-TEST_F(EndpointTest, AsksForUnits) {
-    const auto node = cMSEndpoint::create(10, 255, -1), child = cMSEndpoint::create(10, 3, 0);
+TEST_F(EndpointTest, AsksForAUnitOfItsNode) {
+    const auto node = cMSEndpoint::create(10, 255, -1);
     sent();
     node->makeSensibleDevicesFromPresentation();
     EXPECT_EQ(sent(), test::Packets());
-    node->DeviceName = "old";
     node->CreateHearthixUnitForNode();
     const std::string name = "mySensors node: 0A battery level";
-    using Entry = test::Entries::value_type;
-    EXPECT_EQ(sent(), (test::Packets{test::multi({Entry("mcmd", "NewU"), Entry("Sfix", "%"),
-                                                  Entry("Name", name), Entry("Type", "Register"),
-                                                  Entry("addr", "0AFF"), Entry("Dimm", "true"),
-                                                  Entry("RdNL", "true"), Entry("List", "My Sensors")})}));
+    EXPECT_EQ(sent(), test::Packets{test::multi({{"mcmd", "NewU"},
+                                                 {"Sfix", "%"},
+                                                 {"Name", name},
+                                                 {"Type", "Register"},
+                                                 {"addr", "0AFF"},
+                                                 {"Dimm", "true"},
+                                                 {"RdNL", "true"},
+                                                 {"List", "My Sensors"}})});
     EXPECT_EQ(node->DeviceName.view(), name);
-    child->DeviceName = "Cellar";
-    child->CreateHearthixUnitForVariableType(2);
-    EXPECT_EQ(sent(), (test::Packets{test::multi({Entry("mcmd", "NewU"), Entry("addr", "0A03.STATUS"),
-                                                  Entry("Name", "Cellar STATUS"), Entry("Dimm", "False"),
-                                                  Entry("RdNL", "False"), Entry("List", "My Sensors")})}));
 }
 
 TEST_F(EndpointTest, TellsNodesTheSecondsOfTheLocalClock) {
@@ -65,8 +63,7 @@ TEST_F(EndpointTest, TellsNodesTheSecondsOfTheLocalClock) {
     clocks::replaceWallClock([] { return now; });
     using Case = std::pair<Integer, std::uint32_t>; // UTC, and what a clock two hours ahead shows since 1970
     for (const auto& [utc, seconds] :
-         {Case(-7200, 0), Case(-7199, 1), Case(86400 - 7200, 86400), Case(1709164799, 1709171999),
-          Case(1711843200, 1711850400), Case(-7201, 0xFFFFFFFF), Case(4294967296 - 7200, 0),
+         {Case(-7200, 0), Case(1709164799, 1709171999), Case(1711843200, 1711850400), Case(-7201, 0xFFFFFFFF),
           Case(4294967296 - 7199, 1)}) {
         now = utc * 1'000'000'000;
         EXPECT_EQ(cMySensors().getMySensorDate(std::nullopt), seconds) << utc;
@@ -74,11 +71,31 @@ TEST_F(EndpointTest, TellsNodesTheSecondsOfTheLocalClock) {
         now = 1'000'000'000'000'000'000;
         EXPECT_EQ(cMySensors().getMySensorDate(date), seconds) << utc;
     }
-    now = (86400 - 7200) * clocks::Nanoseconds{1'000'000'000};
-    cMySensors().sendTimeToNode(12);
-    EXPECT_EQ(port_->sent, "12;255;3;0;1;86400\n");
     clocks::replaceWallClock(nullptr);
-    EXPECT_EQ(sent(), test::Packets());
+}
+
+// Of five seconds and more, by the wall clock, which may be set as well.
+TEST_F(EndpointTest, ThrowsStaleBytesAway) {
+    static clocks::Nanoseconds now;
+    clocks::replaceWallClock([] { return now * 1'000'000'000; });
+    const auto driver = Ref<cMySensors>::make();
+    const auto arrives = [&](clocks::Nanoseconds silence, const char* bytes) {
+        now += silence;
+        driver->PortDataAvailable(bytes);
+        return sent();
+    };
+    const test::Packets told{test::log("Gateway Message: x")}, nothing;
+    EXPECT_EQ(arrives(1'700'000'000, "0;255;3;0;9;x\n"), told);
+    EXPECT_EQ(arrives(60, "0;255"), nothing); // a whole line is never stale
+    EXPECT_EQ(arrives(5, ";3"), nothing);     // and a line may take as long as it likes
+    EXPECT_EQ(arrives(5, ";0;9;x\n0;255;3;0;9"), told);
+    EXPECT_EQ(arrives(-6 * 3600, ";x\n1;2;1;0"), told);
+    EXPECT_EQ(
+        arrives(6, "0;255;3;0;9;x\n"),
+        (test::Packets{test::log("stale data in buffer. Throwing away 7 bytes:  31 3B 32 3B 31 3B 30", 4),
+                       told[0]}));
+    clocks::replaceWallClock(nullptr);
+    mySensors::gPingTimer = nullptr;
 }
 
 } // namespace

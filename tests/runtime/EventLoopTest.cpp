@@ -7,19 +7,6 @@
 #include <string>
 #include <tuple>
 
-#include <sys/syscall.h>
-
-namespace {
-int refusals = -1; // -1: the system decides
-}
-
-// The program's own definition comes ahead of the C library's.
-extern "C" int accept4(int descriptor, sockaddr* address, socklen_t* size, int flags) {
-    errno = EMFILE;
-    return refusals < 0 ? static_cast<int>(syscall(SYS_accept4, descriptor, address, size, flags))
-                        : (++refusals, -1);
-}
-
 namespace hearthix {
 namespace {
 
@@ -116,20 +103,6 @@ TEST(Timer, StartsAnewWhenArmedAgainAndFiresOnce) {
     EXPECT_EQ(timer.fired, fired);
 }
 
-TEST(Timer, MayArmAndDropTimersWhenItFires) {
-    auto itself = Ref<NotedTimer>::make(), last = Ref<NotedTimer>::make();
-    NotedTimer again;
-    itself->onAction = [&] { itself = nullptr; };
-    again.onAction = [&] {
-        last = nullptr;
-        if (again.fired < 3)
-            again.arm(0);
-    };
-    for (NotedTimer* timer : {itself.get(), &again, last.get()})
-        timer->arm(1);
-    EXPECT_TRUE(serveUntil([&] { return again.fired == 3 && itself.isNil(); }));
-}
-
 TEST(TCPSocket, DeliversDataAheadOfTheClose) {
     Link link;
     link.connect("127.0.0.1");
@@ -188,24 +161,6 @@ TEST(TCPSocket, TellsAFailedConnectInALaterPoll) {
         EXPECT_EQ(socket.events, "e") << address.view();
         EXPECT_EQ(socket.LastErrorCode(), error) << address.view();
     }
-}
-
-TEST(ListeningSocket, SleepsWhileNoDescriptorIsFree) {
-    ListeningSocket listener;
-    ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
-    Peer far;
-    listener.accepted = [&](int descriptor) { far.descriptor = descriptor; };
-    NotedSocket near;
-    near.Address = "127.0.0.1";
-    near.Port = listener.Port();
-    near.Connect();
-    refusals = 0;
-    EXPECT_TRUE(serveUntil([] { return refusals > 1; }));
-    const int before = refusals;
-    ConsoleApplication::DoEvents(20);
-    EXPECT_LE(refusals, before + 1);
-    refusals = -1;
-    EXPECT_TRUE(serveUntil([&] { return far.descriptor >= 0; }));
 }
 
 TEST(TCPSocket, ConnectsAgainAfterAFailure) {

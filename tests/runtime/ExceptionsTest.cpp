@@ -25,15 +25,5 @@ TEST(Exceptions, NameTheCallsUnderWay) {
     }
 }
 
-TEST(Exceptions, RefuseIndexesOutside) {
-    Array<Integer> numbers{5, 3, 9};
-    for (const Integer index : {Integer{-1}, Integer{3}, INT64_MAX}) {
-        EXPECT_THROW(numbers[index], OutOfBoundsException);
-        EXPECT_THROW(numbers.Remove(index), OutOfBoundsException);
-    }
-    numbers.Sort();
-    EXPECT_EQ(numbers[0] * 100 + numbers.IndexOf(9) * 10 + numbers.IndexOf(7), 319);
-}
-
 } // namespace
 } // namespace hearthix

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -23,6 +24,14 @@ inline std::string bytesOf(std::string digits) {
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
         bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
     return bytes;
+}
+
+// Of a long text that isn't spelled out once more.
+inline std::uint32_t checksumOf(const String& text) {
+    std::uint32_t sum = 0;
+    for (const char c : text.view())
+        sum = sum * 31 + static_cast<unsigned char>(c);
+    return sum;
 }
 
 inline void expectRows(std::initializer_list<Row> rows) {

