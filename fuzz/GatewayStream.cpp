@@ -3,11 +3,9 @@
 // An input's first line is a list of steps, used in turn: "!" is a silence of six seconds, "*" the watchdog's
 // alarm, "0" to "5" a packet from the host that waits for the driver's next poll. Every step then brings a
 // piece of the stream, as many bytes as the step's own value is.
-#include "endpoints/cMSEndpoint.hpp"
 #include "fuzz/Rig.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "hostlink/CommandDispatch.hpp"
-#include "mysensors/AddressIndex.hpp"
 #include "runtime/StringFunctions.hpp"
 
 #include <algorithm>
@@ -40,31 +38,6 @@ bool isOrphansBattery(const std::string& line) {
 void checkLineToGateway(std::string_view line) {
     require(std::count(line.begin(), line.end(), ';') == 5, "a line to the gateway has six fields");
     require(line.find('\n') == line.size() - 1, "a line to the gateway ends with its one line feed");
-}
-
-void checkPackets(Rig& rig) {
-    for (const std::string_view packet : rig.packetsToHost()) {
-        if (packet[0] != 'J')
-            continue;
-        cHearthixCommand command;
-        command.initFromMultiPacket(String(packet));
-        const std::string word = "|" + std::string(command.GetMulti("mcmd")) + "|";
-        require(std::string_view("|NewU|NoOp|SetValue|SetDesc|ON|OFF|getUnits|").find(word) !=
-                    std::string_view::npos,
-                "a command to the host is one of those it knows");
-        require(word == "|getUnits|" || command.GetMulti("addr").view().find('.') == 4,
-                "a command names its unit");
-    }
-}
-
-void checkIndex() {
-    const Dictionary& index = *mySensors::AddressIndex;
-    for (Integer i = 0; i < index.Count(); ++i) {
-        const String& key = index.Key(i).asString();
-        const auto* endpoint = index.ValueAt(i).objectAs<cMSEndpoint>();
-        require(key.size() == 4 && endpoint->RootIndexString == key, "an endpoint stands at its address");
-        require(!cMSEndpoint::find(LeftB(key, 2) + String("FF")).isNil(), "no child without its node");
-    }
 }
 
 std::string hostPacket(char step) {
@@ -114,11 +87,10 @@ void run(const Input& input) {
     rig.port->onSend = checkLineToGateway;
     try {
         deliver(input, rig, *driver);
-        checkIndex();
     } catch (const KeyNotFoundException&) {
         require(isOrphansBattery(driver->last), "nothing else ends the driver");
     }
-    checkPackets(rig);
+    rig.packetsToHost();
 }
 
 } // namespace

@@ -1,10 +1,8 @@
 // The host's byte stream, through the real socket, into a driver that knows two nodes and has one that waits
 // for its ID.
 //
-// An input's first line tells the form and the pieces. With "t" ahead, the stream is text: a line "mcmd=ON"
-// is an entry of a multipacket, an empty line ends one, any other line is a common message without its length
-// byte. With anything else it is the bytes themselves. The value of each further byte is the size of a piece,
-// used in turn. A piece arrives when the driver is done with the one before, or while it sends a line to the
+// An input's first line tells the pieces: the value of each byte behind the first is the size of one, used in
+// turn. A piece arrives when the driver is done with the one before, or while it sends a line to the
 // gateway: the rest of that event then runs into it.
 //
 // Two ends are known and expected. A stream that keeps the driver turning without end is recognised ahead of
@@ -117,35 +115,12 @@ public:
     }
 };
 
-std::string lowAndHigh(std::size_t number) {
-    return {static_cast<char>(number & 0xFFU), static_cast<char>(number >> 8U & 0xFFU)};
-}
-
-std::string streamFromText(std::string_view text) {
-    std::string stream;
-    std::string entries;
-    while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-        const bool entry = line.size() > 4 && line[4] == '=';
-        if (entry)
-            entries.append(line.substr(0, 4)).append(lowAndHigh(line.size() - 5)).append(line.substr(5));
-        if (!entries.empty() && (!entry || text.empty()))
-            stream += "J" + lowAndHigh(entries.size() + 4) + '\x80' + std::exchange(entries, {});
-        if (!entry && !line.empty())
-            stream.append({line[0], static_cast<char>(line.size() + 1)}).append(line.substr(1));
-    }
-    return stream;
-}
-
 void runInput(const Input& input) {
     static const String kPrelude("10;3;1;0;0;21.5\n10;3;1;0;2;1\n11;1;1;0;3;50\n10;255;3;0;0;80\n"
                                  "255;255;3;0;3;\n");
-    const bool text = input.control.starts_with('t');
-    const std::string stream = text ? streamFromText(input.stream) : std::string(input.stream);
     const auto driver = Ref<cMySensors>::make();
     Rig rig(Ref<CheckedSocket>::make(&handleChecked), driver);
-    Run present{input.control.substr(std::min<std::size_t>(input.control.size(), 1)), stream, rig};
+    Run present{input.control.substr(std::min<std::size_t>(input.control.size(), 1)), input.stream, rig};
     run = &present;
     rig.port->onSend = [](std::string_view) { run->send(); };
     driver->PortDataAvailable(kPrelude);

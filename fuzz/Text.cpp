@@ -1,8 +1,7 @@
 // Strings and numbers against what the standard library makes of the same bytes. An input's first byte picks
-// the check: "n" a number as text, "d" the eight bytes of a double, "b" Base64, "c" characters and fields.
+// the check: "n" a number as text, "d" the eight bytes of a double, "c" characters and fields.
 // Fields of an input end in a unit separator (0x1F).
 #include "fuzz/Require.hpp"
-#include "runtime/Base64.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
 
@@ -71,8 +70,6 @@ void checkNumber(double number, std::string_view mask) {
     require(Hex(integer).view() == hex, "Hex");
     const std::uint64_t natural = toUnsigned(number);
     require(Str(natural).view() == std::to_string(natural), "Str of what has no sign");
-    require(!(number >= 0 && number < 1.8e19) || static_cast<double>(natural) == std::trunc(number),
-            "a natural number is cut as well");
 }
 
 void checkNumberText(Reader input) {
@@ -102,19 +99,6 @@ void checkDouble(Reader input) {
     checkNumber(number, input.field());
 }
 
-void checkBase64(Reader input) {
-    const Integer line = input.number();
-    const String bytes(input.field());
-    const String text = EncodeBase64(bytes, line);
-    require(DecodeBase64(text).view() == bytes.view(), "Base64 there and back");
-    const Array<String> lines = Split(text, "\r\n");
-    for (std::int64_t i = 0; i < lines.Ubound() && line > 0; ++i)
-        require(LenB(lines[i]) == line, "a line of Base64 is as long as it should be");
-    require(line > 0 || lines.Ubound() < 1, "one line of Base64");
-    const String decoded = DecodeBase64(bytes);
-    require(DecodeBase64(EncodeBase64(decoded, 0)).view() == decoded.view(), "Base64 of anything");
-}
-
 std::string lowered(std::string_view text) {
     std::string result(text);
     for (char& letter : result)
@@ -132,15 +116,7 @@ void checkCuts(const String& text, Integer start, Integer count) {
             "Mid");
     require(Mid(text, start, count).view() == Left(Mid(text, start), count).view(), "Mid with a count");
     require(Right(text, count).view() == Mid(text, total - kept + 1).view(), "Right");
-    const auto isStart = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; };
-    require(total >= std::count_if(text.view().begin(), text.view().end(), isStart),
-            "every start is a character");
     const String bytes = DefineEncoding(text, TextEncoding::none);
-    require(LeftB(text, count).view() == Left(bytes, count).view() &&
-                RightB(text, count).view() == Right(bytes, count).view() &&
-                MidB(text, start).view() == Mid(bytes, start).view() &&
-                MidB(text, start, count).view() == Mid(bytes, start, count).view(),
-            "the forms by bytes cut as those by characters do without a tag");
     require(Len(bytes) == LenB(text), "a byte without a tag is a character");
     require(Trim(text).view() == withoutBlanks(text), "Trim");
 }
@@ -172,15 +148,6 @@ void checkSearch(const String& text, const String& find, Integer start) {
     require((text == find) == (lowered(text) == lowered(find)), "equality");
 }
 
-void checkEncodings(const String& text) {
-    const String latin = DefineEncoding(text, Encodings::ISOLatin1);
-    const String wide = ConvertEncoding(latin, Encodings::UTF8);
-    require(Len(wide) == LenB(latin), "every byte of Latin 1 is a character");
-    require(ConvertEncoding(wide, Encodings::ISOLatin1).view() == text.view(), "Latin 1 goes there and back");
-    for (const TextEncoding each : {Encodings::UTF8, Encodings::ISOLatin1, Encodings::ASCII})
-        require(Len(ConvertEncoding(text, each)) == Len(text), "a conversion keeps the characters");
-}
-
 void checkCharacters(Reader input) {
     const unsigned tags = input.byte();
     const Integer start = input.number();
@@ -191,7 +158,6 @@ void checkCharacters(Reader input) {
     checkCuts(text, start, count);
     checkFields(text, find, replacement);
     checkSearch(text, find, start);
-    checkEncodings(text);
 }
 
 void run(Reader input) {
@@ -199,7 +165,6 @@ void run(Reader input) {
     case 'n': checkNumberText(input); break;
     case 'd': checkDouble(input); break;
     case 'c': checkCharacters(input); break;
-    case 'b': checkBase64(input); break;
     default: break;
     }
 }

@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <ctime>
-#include <thread>
-
 namespace hearthix::test {
 
 namespace {
@@ -35,11 +31,11 @@ TEST(Watchdog, AsksAfterTenSecondsAndEndsAfterTwenty) {
 
 TEST(Watchdog, IsCalmedByAnyByteAndTakesOneVersionAsTheAnswer) {
     Conversation talk;
-    talk.host.send(commonMessage('D'));
+    talk.host.say(commonMessage('D'));
     EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: ON"));
     EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
     EXPECT_EQ(talk.host.next(), log("requesting version as ping"));
-    talk.host.send(commonMessage('D'));
+    talk.host.say(commonMessage('D'));
     EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: OFF"));
     talk.gateway.say("0;0;"); // part of a line is a sign of life
     const auto start = Clock::now();
@@ -60,51 +56,11 @@ TEST(Watchdog, OnASerialLineStartsWithTheFirstByte) {
     EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
 }
 
-TEST(StaleData, IsThrownAwayAfterFiveSecondsOfSilence) {
-    Conversation talk;
-    talk.gatewaySays(""); // the last chunk was a whole line: no gap makes the next one stale
-    std::this_thread::sleep_for(milliseconds(6500));
-    for (const char* piece : {"0;255", ";3;0"}) { // a line may take as long as it likes
-        talk.gateway.say(piece);
-        std::this_thread::sleep_for(seconds(3));
-    }
-    EXPECT_EQ(talk.gatewaySays(";9;slow\n"), effects({log("Gateway Message: slow")}));
-    talk.gateway.say("0;255;3;0;9;whole\n1;2;1;0");
-    EXPECT_EQ(talk.host.next(), log("Gateway Message: whole"));
-    std::this_thread::sleep_for(milliseconds(6500));
-    EXPECT_EQ(
-        talk.gatewaySays(";3;7\n"),
-        effects({log("stale data in buffer. Throwing away 7 bytes:  31 3B 32 3B 31 3B 30", 4),
-                 log("malformed mySensors packet: (;3;7)"), log("failed to parse Command: (;3;7)", 4)}));
-}
-
-// With a wall clock that a signal sets: SIGUSR1 three hours on, SIGUSR2 six hours back.
-TEST(StaleData, GoesByTheWallClockOfTheMachine) {
-    if (isForeignDriver())
-        GTEST_SKIP() << "the clock of an emulator's program can't be set";
-    Conversation talk(Transport::tcp, Output::captured, "UTC0", 0,
-                      {"env", "LD_PRELOAD=" HEARTHIX_CLOCK, "ASAN_OPTIONS=verify_asan_link_order=0"});
-    const auto sendHalfALineAndSetTheClock = [&talk](int signal) {
-        talk.gateway.say("0;255;3;0;9;whole\n0;255;3;0");
-        EXPECT_EQ(talk.host.next(), log("Gateway Message: whole"));
-        talk.driver.signal(signal);
-        talk.gateway.say(";9;half\n");
-    };
-    sendHalfALineAndSetTheClock(SIGUSR1);
-    EXPECT_EQ(talk.gatewaySays("12;3;3;0;6;0\n").host[0],
-              log("stale data in buffer. Throwing away 9 bytes:  30 3B 32 35 35 3B 33 3B 30", 4));
-    sendHalfALineAndSetTheClock(SIGUSR2);
-    EXPECT_EQ(talk.gatewaySays(""), effects({log("Gateway Message: half")}));
-    const std::string reply = talk.gatewaySays("12;3;3;0;1;\n").gateway;
-    EXPECT_NEAR(std::stod(reply.substr(13)), static_cast<double>(std::time(nullptr)) - 3 * 3600, 600);
-    EXPECT_FALSE(talk.host.hasNews(milliseconds(0))); // nor does the watchdog mind
-}
-
 // A gateway whose queue of connections is full leaves the driver waiting for one.
 struct SilentGateway : testing::Test {
     void SetUp() override {
         host.accept();
-        host.send(commonMessage('D') + multipacket({{"mcmd", "ping"}}));
+        host.say(commonMessage('D') + multipacket({{"mcmd", "ping"}}));
         EXPECT_EQ(host.until(multi({{"mcmd", "PSrp"}})), Packets{log("mySensors debug mode is now: ON")});
     }
     FakeHost host;
@@ -134,7 +90,7 @@ TEST_F(SilentGateway, MayAnswerLate) {
 }
 
 TEST_F(SilentGateway, HasNoUseForCommandsYet) {
-    host.send(rawData("x"));
+    host.say(rawData("x"));
     const Ending ending = driver.end();
     EXPECT_GT(ending.status, 0);
     EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;

@@ -22,7 +22,7 @@ TEST(StackDump, AnswersWhatTheHostMustNotSend) {
     for (const std::string& packet :
          {onWithoutUnit, commonMessage('Q', 191), std::string("L\x06\x02hey"), std::string("L\x02")}) {
         Conversation talk;
-        talk.host.send(multipacket({{"mcmd", "ping"}}) + packet + commonMessage('D'));
+        talk.host.say(multipacket({{"mcmd", "ping"}}) + packet + commonMessage('D'));
         expectStackDump(talk.driver, readable(packet));
         EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})}); // what was written still leaves
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
@@ -55,7 +55,7 @@ TEST(StackDump, AnswersAGatewayThatTalksOrLeavesAtOnce) {
         DriverProcess driver(gateway.arguments(host.port()));
         host.accept();
         gateway.accept();
-        greeting.empty() ? gateway.stream().close() : gateway.say(greeting);
+        greeting.empty() ? gateway.close() : gateway.say(greeting);
         expectStackDump(driver, greeting);
         EXPECT_EQ(host.untilEnd(), Packets{});
     }
@@ -91,7 +91,7 @@ TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
     };
     for (const Case& c : cases) {
         Conversation talk;
-        talk.host.send(c.bytes);
+        talk.host.say(c.bytes);
         expectEndlessTurns(talk.driver, c.name);
         talk.gateway.say("0;255;3;0;9;unheard\n");
         if (c.flood == nullptr)

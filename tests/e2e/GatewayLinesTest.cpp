@@ -93,7 +93,7 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
 }
 
 TEST(GatewayLines, ATimeRequestIsAnsweredWithTheLocalClock) {
-    Conversation talk(Transport::tcp, Output::captured, "XYZ-5:30");
+    Conversation talk(Transport::tcp, {"env", "TZ=XYZ-5:30"});
     const std::time_t before = std::time(nullptr) + 19800;
     const std::string reply = talk.gatewaySays("12;3;3;0;1;\n").gateway;
     const std::time_t after = std::time(nullptr) + 19800;

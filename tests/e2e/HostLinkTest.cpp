@@ -69,7 +69,7 @@ TEST(HostLink, CommandsToTheDriver) {
 TEST(HostLink, APacketInTwoPiecesWaitsForItsRest) {
     Conversation talk;
     for (std::size_t place = 5; place < kPing.size(); ++place) {
-        talk.host.send(kPing + kPing.substr(0, place));
+        talk.host.say(kPing + kPing.substr(0, place));
         EXPECT_EQ(talk.host.next(), kAnswer);
         talk.gateway.say(Conversation::markerLine()); // its log line makes the driver read what has come
         EXPECT_EQ(talk.host.next(), log("Gateway Message: #")) << place;
@@ -79,7 +79,7 @@ TEST(HostLink, APacketInTwoPiecesWaitsForItsRest) {
 
 TEST(HostLink, ABareHeaderCountsAsACommonMessage) {
     Conversation talk;
-    talk.host.send(multipacket({}));
+    talk.host.say(multipacket({}));
     EXPECT_EQ(talk.host.next(), kMalformed);
     EXPECT_EQ(talk.hostSends(kPing), effects({kAnswer}));
 }

@@ -10,7 +10,7 @@ namespace {
 constexpr int kMany = 100'000;
 
 TEST(Load, AHostThatReadsLateMissesNothing) {
-    Conversation talk(Transport::tcp, Output::captured, "UTC0", 4096);
+    Conversation talk(Transport::tcp, {}, 4096);
     talk.gatewaySays("10;3;1;0;0;first\n");
     std::string lines;
     for (int i = 0; i < kMany; ++i)
@@ -31,13 +31,13 @@ TEST(Load, AMillionCommandsOneWriteEach) {
     const int kCommands = isForeignDriver() ? 20'000 : 1'000'000;
 #endif
     constexpr int kInFlight = 2000;
-    Conversation talk(Transport::tcp, Output::captured, "UTC0", 0, {"prlimit", "--stack=8388608"});
+    Conversation talk(Transport::tcp, {"prlimit", "--stack=8388608"});
     talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.TEMP"}}));
     for (int i = 0; i < kCommands + kInFlight; ++i) {
         if (i % 10'000 == 0)
             talk.gateway.say("5;255;3;0;4;\n"); // a sign of life
         if (i < kCommands)
-            talk.host.send(
+            talk.host.say(
                 multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.TEMP"}, {"Valu", std::to_string(i)}}));
         if (i < kInFlight)
             continue;

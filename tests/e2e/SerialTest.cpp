@@ -12,7 +12,7 @@ namespace {
 TEST(SerialLine, IsRawAt115200Baud8N1) {
     const Conversation talk(Transport::serial);
     termios settings{};
-    ASSERT_EQ(tcgetattr(talk.gateway.terminal(), &settings), 0);
+    ASSERT_EQ(tcgetattr(talk.gateway.descriptor(), &settings), 0);
     EXPECT_EQ(cfgetospeed(&settings), speed_t{B115200});
     EXPECT_EQ(settings.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS), tcflag_t{CS8});
     EXPECT_EQ(settings.c_lflag & (ECHO | ICANON | ISIG | IEXTEN), tcflag_t{0});

@@ -80,11 +80,11 @@ TEST(End, FollowsTheHostsWord) {
                           Case{commonMessage('p', 255, 'Y'), "The drugre has been asked to quit. (2)"},
                           Case{multipacket({{"mcmd", "CLOSE"}}), "MySensors Plugin shutting down..."}}) {
         Conversation talk;
-        talk.host.send(c.packet);
+        talk.host.say(c.packet);
         EXPECT_EQ(talk.host.next(), log(c.words));
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
         const auto closed = std::chrono::steady_clock::now();
-        talk.host.send(multipacket({{"mcmd", "ping"}})); // events still run for a second
+        talk.host.say(multipacket({{"mcmd", "ping"}})); // events still run for a second
         EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})});
         EXPECT_GE(std::chrono::steady_clock::now() - closed, std::chrono::milliseconds(900));
         const Ending ending = talk.driver.end();
@@ -101,9 +101,9 @@ TEST(End, SignalsKeepTheirDefaultAction) {
 }
 
 TEST(End, ALostStandardOutputHarmsNothing) {
-    for (const Output output : {Output::closed, Output::brokenPipe, Output::full}) {
-        Conversation talk(Transport::tcp, output);
-        talk.host.send("L\x06\x02hey");
+    for (const std::string redirection : {"<&- >&-", ">/dev/full", "> >(exec true)"}) {
+        Conversation talk(Transport::tcp, {"bash", "-c", "exec \"$@\" " + redirection, "bash"});
+        talk.host.say("L\x06\x02hey");
         EXPECT_EQ(talk.gateway.hearToEnd(), ""); // the stack dump went nowhere else
         EXPECT_EQ(talk.host.untilEnd(), Packets{});
         EXPECT_GT(talk.driver.end().status, 0);

@@ -11,14 +11,6 @@
 namespace hearthix::sim {
 namespace {
 
-// Lines in one text, with a blank and a bar between them.
-std::string joined(const std::vector<String>& lines) {
-    std::string text;
-    for (const String& line : lines)
-        text.append(text.empty() ? "" : " | ").append(line.view());
-    return text;
-}
-
 // A packet in words, "NewU 0A03.TEMP Name=n": the command, the address and further keys.
 Ref<cHearthixCommand> packet(const String& text) {
     const std::vector<String> words = wordsOf(text);
@@ -48,35 +40,6 @@ Ref<CXML> documentOf(const HostModel& model) {
     return document;
 }
 
-TEST(Mesh, PresentsAsksAndReports) {
-    Mesh mesh(parseMesh("node 10 \"Roof room\" # comment\nbattery 90\nasks time\nasks config\n"
-                        "sensor 3 TEMP 20.0 20.0 every 2\nswitch 4\nnode new Fresh\ndimmer 1",
-                        "m"));
-    mesh.restart(1000);
-    EXPECT_EQ(joined(mesh.due(1000)),
-              "10;255;0;0;17;2.3.2 | 10;255;3;0;11;Roof room | 10;255;3;0;12;1.0 | 10;3;0;0;6;Roof room | "
-              "10;4;0;0;3;Roof room | 10;255;3;0;6;0 | 10;255;3;0;1; | 10;3;1;0;0;20.0 | 10;4;1;0;2;0 | "
-              "10;255;3;0;0;90 | 255;255;3;0;3;");
-    EXPECT_GE(mesh.nextDue(), 2000);
-    EXPECT_EQ(joined(mesh.due(3000)), "10;3;1;0;0;20.0");
-    EXPECT_EQ(joined(mesh.due(6000)), "10;3;1;0;0;20.0 | 255;255;3;0;3;") << "asks again";
-}
-
-TEST(Mesh, ObeysAndAnswersTheController) {
-    Mesh mesh(parseMesh("node 10 A\nsensor 3 TEMP 5 5\nswitch 4\ndimmer 5\nnode new B\nswitch 1", "m"));
-    const char* const cases[][2] = {{"10;4;1;0;2;1", "10;4;1;0;2;1"},
-                                    {"10;5;1;0;3;140", "10;5;1;0;3;100"},
-                                    {"10;4;2;0;2;", "10;4;1;0;2;1"},
-                                    {"0;0;3;0;2;", "0;0;3;0;2;2.3.2"},
-                                    {"10;3;1;0;0;7", ""},     // a sensor obeys nobody
-                                    {"255;255;3;0;4;10", ""}, // taken
-                                    {"255;255;3;0;4;77",
-                                     "77;255;0;0;17;2.3.2 | 77;255;3;0;11;B | 77;255;3;0;12;1.0 | "
-                                     "77;1;0;0;3;B | 77;1;1;0;2;0"}};
-    for (const auto& [line, answer] : cases)
-        EXPECT_EQ(joined(mesh.answer(line, 0)), answer) << line;
-}
-
 TEST(Files, RefuseWithTheLineNumber) {
     const char* const meshes[][2] = {{"", "m: there is no node"},
                                      {"node 1 A\n\nsensor 1 NOSUCH 1 2", "m:3: there is no type"},
@@ -85,8 +48,6 @@ TEST(Files, RefuseWithTheLineNumber) {
         EXPECT_TRUE(failureOf(parseMesh, text).starts_with(start)) << text;
     for (const char* text : {"x > y", "12 no mark", "-1 < 1;2", "> 1"})
         EXPECT_TRUE(failureOf(parseRecording, text).starts_with("m:1: write it as")) << text;
-    const String line = recordedText({1234567, true, "1;2;1;0;0;<15>"});
-    EXPECT_EQ(recordedText(parseRecording(line + "\n", "r").at(0)).view(), "   1234567 > 1;2;1;0;0;<15>");
 }
 
 TEST(Text, NeverDrivesTheTerminal) {

@@ -12,10 +12,9 @@ constexpr std::string_view kMarker = "#\n";
 
 } // namespace
 
-Conversation::Conversation(Transport transport, Output output, const std::string& timeZone,
-                           int hostReceiveBuffer, const std::vector<std::string>& wrapper)
+Conversation::Conversation(Transport transport, std::vector<std::string> wrapper, int hostReceiveBuffer)
     : host(hostReceiveBuffer), gateway(transport),
-      driver(gateway.arguments(host.port()), output, timeZone, wrapper) {
+      driver(gateway.arguments(host.port()), std::move(wrapper)) {
     host.accept();
     gateway.accept();
     if (const Packet first = host.next(); first != readyText())
@@ -37,13 +36,13 @@ Effects Conversation::gatewaySays(std::string_view lines) {
     gateway.say(std::string(lines) + markerLine());
     Effects result;
     result.host = packetsUpToMarker(2);
-    host.send(rawData(kMarker));
+    host.say(rawData(kMarker));
     result.gateway = gateway.hearUntil(kMarker);
     return result;
 }
 
 Effects Conversation::hostSends(std::string_view packets) {
-    host.send(std::string(packets) + rawData(kMarker));
+    host.say(std::string(packets) + rawData(kMarker));
     Effects result;
     result.gateway = gateway.hearUntil(kMarker);
     gateway.say(markerLine());

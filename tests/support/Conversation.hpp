@@ -26,9 +26,8 @@ inline Packet readyText() {
 
 class Conversation {
 public:
-    explicit Conversation(Transport transport = Transport::tcp, Output output = Output::captured,
-                          const std::string& timeZone = "UTC0", int hostReceiveBuffer = 0,
-                          const std::vector<std::string>& wrapper = {});
+    explicit Conversation(Transport transport = Transport::tcp, std::vector<std::string> wrapper = {},
+                          int hostReceiveBuffer = 0);
 
     Effects gatewaySays(std::string_view lines);
     Effects hostSends(std::string_view packets);

@@ -18,17 +18,13 @@ struct Ending {
     std::string errors;
 };
 
-// Where a driver's standard output leads; closed means standard input too.
-enum class Output { captured, closed, brokenPipe, full };
-
 // Whether the driver is one from outside, such as an emulator with another machine's: its memory and its open
 // files are then not only the driver's.
 bool isForeignDriver();
 
 class Program {
 public:
-    explicit Program(std::vector<std::string> words, Output output = Output::captured,
-                     const std::string& timeZone = "UTC0");
+    explicit Program(std::vector<std::string> words);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
     ~Program();
@@ -40,19 +36,15 @@ public:
     std::size_t residentBytes() const;
 
 private:
-    bool endsWithin(std::chrono::milliseconds limit) const;
-
     Descriptor output_;
     Descriptor errors_;
-    Descriptor handle_;
     pid_t pid_ = 0;
 };
 
 class DriverProcess : public Program {
 public:
-    // The wrapper is a program, with its arguments, that becomes the driver: prlimit, env.
-    explicit DriverProcess(const std::vector<std::string>& arguments, Output output = Output::captured,
-                           const std::string& timeZone = "UTC0", std::vector<std::string> wrapper = {});
+    // The wrapper is a program, with its arguments, that becomes the driver: prlimit, env, a shell's exec.
+    explicit DriverProcess(const std::vector<std::string>& arguments, std::vector<std::string> wrapper = {});
 };
 
 } // namespace hearthix::test

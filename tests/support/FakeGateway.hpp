@@ -14,7 +14,7 @@ namespace hearthix::test {
 
 enum class Transport { tcp, serial };
 
-class FakeGateway {
+class FakeGateway : public Stream {
 public:
     explicit FakeGateway(Transport transport) {
         if (transport == Transport::tcp)
@@ -25,7 +25,7 @@ public:
             ptsname_r(ours.get(), name, sizeof name) != 0)
             throw std::runtime_error("no pseudo-terminal");
         device_ = name;
-        stream_ = Stream(std::move(ours));
+        static_cast<Stream&>(*this) = Stream(std::move(ours));
     }
 
     // The command line that leads a driver here.
@@ -38,24 +38,15 @@ public:
     // Waits for the driver; a terminal is there from the start.
     void accept() {
         if (device_.empty())
-            stream_ = listener_.accept();
+            static_cast<Stream&>(*this) = listener_.accept();
     }
 
-    void say(std::string_view bytes) { stream_.write(bytes); }
-    // What the driver sends up to this line, without it.
-    std::string hearUntil(std::string_view line) { return stream_.readThrough(line); }
-    std::string hearToEnd() { return stream_.readToEnd(); }
-    bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
-    Stream& stream() { return stream_; }
     std::string port() const { return listener_.port(); }
-    // The terminal device, and its end on this side.
     const std::string& device() const { return device_; }
-    int terminal() const { return stream_.descriptor(); }
 
 private:
     Listener listener_;
-    Stream stream_;
     std::string device_;
 };
 

@@ -9,27 +9,25 @@
 
 namespace hearthix::test {
 
-class FakeHost {
+class FakeHost : public Stream {
 public:
     explicit FakeHost(int receiveBuffer = 0) : listener_(receiveBuffer) {}
     std::string port() const { return listener_.port(); }
 
     // Waits for the driver and returns the connection ID of its opening line.
     std::string accept() {
-        stream_ = listener_.accept();
-        const std::string line = stream_.readThrough("\r");
+        static_cast<Stream&>(*this) = listener_.accept();
+        const std::string line = hearUntil("\r");
         if (!line.starts_with("MYSENSORS:"))
             throw std::runtime_error("no opening line: " + readable(line));
         return line.substr(10);
     }
 
-    void send(std::string_view bytes) { stream_.write(bytes); }
-
     Packet next() {
         std::size_t length = 0;
-        while ((length = packetLength(stream_.pending())) == 0 || stream_.pending().size() < length)
-            stream_.await();
-        return {stream_.read(length)};
+        while ((length = packetLength(pending())) == 0 || pending().size() < length)
+            await();
+        return {hear(length)};
     }
 
     // All packets up to this one, without it.
@@ -43,7 +41,7 @@ public:
     // All packets up to the end of the connection; one that is cut off counts as one.
     Packets untilEnd() {
         Packets packets;
-        std::string rest = stream_.readToEnd();
+        std::string rest = hearToEnd();
         while (!rest.empty()) {
             packets.push_back({rest.substr(0, packetLength(rest + "\1\1"))});
             rest.erase(0, packets.back().bytes.size());
@@ -51,13 +49,10 @@ public:
         return packets;
     }
 
-    bool hasNews(std::chrono::milliseconds limit) { return stream_.hasNews(limit); }
     void stopListening() { listener_.close(); }
-    Stream& stream() { return stream_; }
 
 private:
     Listener listener_;
-    Stream stream_;
 };
 
 } // namespace hearthix::test

@@ -56,7 +56,7 @@ Stream::Stream(Descriptor descriptor) : descriptor_(std::move(descriptor)) {
     setsockopt(descriptor_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-void Stream::write(std::string_view bytes) {
+void Stream::say(std::string_view bytes) {
     while (!bytes.empty()) {
         if (!waitFor(descriptor(), POLLOUT, kPatience))
             throw std::runtime_error("the driver takes no bytes");
@@ -89,24 +89,24 @@ void Stream::await() {
         throw std::runtime_error("the driver has closed; unread: " + readable(pending().substr(0, kShown)));
 }
 
-std::string Stream::read(std::size_t count) {
+std::string Stream::hear(std::size_t count) {
     while (pending().size() < count)
         await();
     start_ += count;
     return pending_.substr(start_ - count, count);
 }
 
-std::string Stream::readThrough(std::string_view mark) {
+std::string Stream::hearUntil(std::string_view mark) {
     std::size_t place = 0;
     while ((place = pending().find(mark)) == std::string_view::npos)
         await();
-    return read(place + mark.size()).substr(0, place);
+    return hear(place + mark.size()).substr(0, place);
 }
 
-std::string Stream::readToEnd() {
+std::string Stream::hearToEnd() {
     while (receive()) {
     }
-    return read(pending().size());
+    return hear(pending().size());
 }
 
 bool Stream::hasNews(std::chrono::milliseconds limit) {

@@ -30,11 +30,11 @@ public:
     Stream() = default;
     explicit Stream(Descriptor descriptor);
 
-    void write(std::string_view bytes);
-    std::string read(std::size_t count);
+    void say(std::string_view bytes);
+    std::string hear(std::size_t count);
     // Everything up to the first mark, without it.
-    std::string readThrough(std::string_view mark);
-    std::string readToEnd();
+    std::string hearUntil(std::string_view mark);
+    std::string hearToEnd();
     // What has come and wasn't read yet; await waits for more of it.
     std::string_view pending() const { return std::string_view(pending_).substr(start_); }
     void await();
