@@ -55,11 +55,12 @@ CommandLine::CommandLine(const CommandUsage& command, const std::vector<String>&
         if (!word.starts_with("--"))
             refuse(concat("does not know what to do with '", words[i], "'"));
         const std::size_t equals = word.find('=');
-        const std::string_view name = word.substr(2, equals == word.npos ? word.npos : equals - 2);
+        const std::string_view name =
+            word.substr(2, equals == std::string_view::npos ? std::string_view::npos : equals - 2);
         const OptionUsage* option = findOption(command, name);
         if (option == nullptr)
             refuse(concat("has no option --", String(name)));
-        const bool hasValue = equals != word.npos;
+        const bool hasValue = equals != std::string_view::npos;
         if (option->value == nullptr && hasValue)
             refuse(concat("takes no value for --", String(name)));
         if (option->value != nullptr && !hasValue && i + 1 == words.size())
@@ -93,7 +94,7 @@ SocketAddress CommandLine::address(std::string_view name, const SocketAddress& f
         return fallback;
     const String given = text(name);
     const std::size_t colon = given.view().rfind(':');
-    const String port = colon == given.view().npos ? String() : given.cut(colon + 1);
+    const String port = colon == std::string_view::npos ? String() : given.cut(colon + 1);
     if (colon == 0 || !IsNumeric(port) || Val(port) < 0 || Val(port) > 65535)
         refuse(concat("needs an address and a port such as 127.0.0.1:20300 behind --", String(name),
                       ", not '", given, "'"));

@@ -20,8 +20,11 @@ constexpr Integer kLongestPiece = 8;
 constexpr const char* kReady = "0;255;3;0;14;Gateway startup complete.";
 constexpr const char* kVersionRequest = "0;0;3;0;2;";
 
-// The nodes still begin, ask and report their batteries by themselves.
-std::vector<MeshNode> withoutSchedule(std::vector<MeshNode> nodes) {
+// With a rate, the nodes have no schedule of their own; they still begin, ask and report their batteries by
+// themselves.
+std::vector<MeshNode> scheduled(std::vector<MeshNode> nodes, double rate) {
+    if (rate <= 0)
+        return nodes;
     for (MeshNode& node : nodes)
         for (MeshChild& child : node.children)
             child.every = 0;
@@ -45,8 +48,7 @@ private:
 
 GatewayServer::GatewayServer(GatewaySettings settings, std::vector<MeshNode> nodes)
     : settings_(std::move(settings)),
-      mesh_(settings_.rate > 0 ? withoutSchedule(std::move(nodes)) : std::move(nodes),
-            std::random_device{}()) {
+      mesh_(scheduled(std::move(nodes), settings_.rate), std::random_device{}()) {
     setAlarms();
 }
 
@@ -197,7 +199,9 @@ void GatewayServer::reportByRate() {
     ratedAt_ += elapsed;
     owed_ += settings_.rate * static_cast<double>(elapsed) / 1000;
     std::vector<String> lines;
-    for (; owed_ >= 1; --owed_)
+    const auto due = static_cast<Integer>(owed_);
+    owed_ -= static_cast<double>(due);
+    for (Integer i = 0; i < due; ++i)
         if (const String line = mesh_.nextReport(); !line.empty())
             lines.push_back(line);
     send(lines);

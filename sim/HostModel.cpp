@@ -22,7 +22,7 @@ bool takeValue(HostUnit& unit, const cHearthixCommand& command, const String& wo
 }
 
 Ref<CXML> containerOf(const HostUnit& unit) {
-    const auto container = Ref<CXML>::make();
+    auto container = Ref<CXML>::make();
     container->Name = "unit";
     container->SetStringValue("Address", unit.address);
     container->SetStringValue("Name", unit.name);
@@ -42,7 +42,7 @@ Ref<HostUnit> HostModel::find(const String& address) const {
 }
 
 Ref<HostUnit> HostModel::add(const String& address) {
-    const auto unit = Ref<HostUnit>::make();
+    auto unit = Ref<HostUnit>::make();
     unit->address = address;
     units_.push_back(unit);
     index_.SetValue(address, unit);
@@ -78,7 +78,7 @@ HostModel::Change HostModel::apply(const cHearthixCommand& command) {
 }
 
 Ref<CXML> HostModel::document() const {
-    const auto root = Ref<CXML>::make();
+    auto root = Ref<CXML>::make();
     for (const Ref<HostUnit>& unit : units_)
         root->InsertContainer(containerOf(*unit));
     return root;
@@ -100,7 +100,7 @@ void HostModel::load(const CXML& document) {
 }
 
 String HostModel::answerForDriver() const {
-    const String whole = document()->SaveToString();
+    String whole = document()->SaveToString();
     if (whole.size() <= kMostAnswer)
         return whole;
     const auto root = Ref<CXML>::make();

@@ -284,14 +284,12 @@ void Mesh::takeId(Integer id, Integer now, std::vector<String>& lines) {
 void Mesh::answerChild(const Line& line, std::vector<String>& lines) {
     MeshNode* node = nodeOf(line.node);
     MeshChild* child = node != nullptr ? childOf(*node, line.child, line.subType) : nullptr;
-    if (child == nullptr) {
-        ++counts_.ignored;
-    } else if (line.type == mySensors::kSet && obeys(*child) && IsNumeric(line.payload)) {
+    if (child != nullptr && line.type == mySensors::kSet && obeys(*child) && IsNumeric(line.payload)) {
         const double highest = child->kind == MeshChild::Kind::toggle ? 1 : 100;
         child->value = Str(std::clamp(Val(line.payload), 0.0, highest));
         ++counts_.obeyed;
         lines.push_back(report(*node, *child));
-    } else if (line.type == mySensors::kRequest) {
+    } else if (child != nullptr && line.type == mySensors::kRequest) {
         ++counts_.answered;
         lines.push_back(report(*node, *child));
     } else {

@@ -67,7 +67,7 @@ public:
     // When due has something to say next; far in the future when never.
     Integer nextDue() const;
     // What the mesh answers to a line from the controller.
-    std::vector<String> answer(const String& line, Integer now);
+    std::vector<String> answer(const String& text, Integer now);
     // The next sensor's new value, whatever its schedule; empty when no node has an ID and a sensor.
     String nextReport();
 

@@ -178,8 +178,9 @@ private:
             fail("the lower bound comes first");
         const std::string_view digits = words[3].view();
         const std::size_t point = digits.find('.');
-        fresh.decimals =
-            point == digits.npos ? 0 : static_cast<int>(std::min<std::size_t>(digits.size() - point - 1, 4));
+        fresh.decimals = point == std::string_view::npos
+                             ? 0
+                             : static_cast<int>(std::min<std::size_t>(digits.size() - point - 1, 4));
         const double middle = (fresh.low + fresh.high) / 2;
         fresh.value = decimalText(middle, fresh.decimals);
     }

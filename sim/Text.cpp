@@ -93,8 +93,7 @@ std::vector<String> wordsOf(std::string_view line, std::string_view comment) {
 
 String clockText(bool withMilliseconds) {
     const Date now;
-    const String time =
-        concat(twoDigits(now.Hour()), ":", twoDigits(now.Minute()), ":", twoDigits(now.Second()));
+    String time = concat(twoDigits(now.Hour()), ":", twoDigits(now.Minute()), ":", twoDigits(now.Second()));
     if (!withMilliseconds)
         return time;
     const clocks::Nanoseconds milliseconds = clocks::wall() / 1'000'000 % 1000;
@@ -102,13 +101,15 @@ String clockText(bool withMilliseconds) {
 }
 
 String ageText(Integer seconds) {
+    constexpr Integer kHour = 3600;
+    constexpr Integer kDay = 24 * kHour;
     if (seconds < 60)
         return Str(seconds) + "s";
-    if (seconds < 60 * 60)
+    if (seconds < kHour)
         return Str(seconds / 60) + "m";
-    if (seconds < 48 * 60 * 60)
-        return Str(seconds / 3600) + "h";
-    return Str(seconds / 86400) + "d";
+    if (seconds < 2 * kDay)
+        return Str(seconds / kHour) + "h";
+    return Str(seconds / kDay) + "d";
 }
 
 } // namespace hearthix::sim

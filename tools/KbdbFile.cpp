@@ -37,7 +37,7 @@ void save(const fs::path& path, const CXML& document) {
 } // namespace
 
 Ref<CXML> KbdbFile::document() const {
-    const auto document = Ref<CXML>::make();
+    auto document = Ref<CXML>::make();
     try {
         document->loadFromString(bytes);
     } catch (const RuntimeException&) {

@@ -120,7 +120,7 @@ Ref<CXML> unitFrom(const Arguments& given) {
             "\"" + address +
                 "\" is no address: it begins with two hexadecimal digits for the node, as in 0A03.TEMP.",
             KbdbFailure::kBadUse);
-    const auto unit = Ref<CXML>::make();
+    auto unit = Ref<CXML>::make();
     unit->Name = "unit";
     unit->SetStringValue("Address", textOf(address));
     for (std::size_t i = 2; i < given.size(); ++i) {

@@ -27,7 +27,7 @@ constexpr std::uint8_t kEndTag = 'E';
 // Collects the small pieces of a document and hands them to the stream in large ones.
 class KbdbWriter {
 public:
-    explicit KbdbWriter(BinaryStream& stream) : stream_(stream), buffer_(16 * 1024) {
+    explicit KbdbWriter(BinaryStream& stream) : stream_(stream), buffer_(kBufferSize) {
         stream_.LittleEndian = true;
     }
 
@@ -89,6 +89,8 @@ private:
         return buffer_.data() + used_ - count;
     }
 
+    static constexpr std::size_t kBufferSize = 16384;
+
     BinaryStream& stream_;
     std::vector<char> buffer_;
     std::size_t used_ = 0;
@@ -98,7 +100,7 @@ private:
 // the memory, and arrive while the node ahead is written.
 void prefetchTexts(const CXML* node) {
     if (node != nullptr && node->Values)
-        for (const auto& entry : node->Values.get()->entries())
+        for (const auto& entry : node->Values->entries())
             __builtin_prefetch(entry.value.asString().data());
 }
 
@@ -181,7 +183,7 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
 }
 
 Ref<MemoryBlock> CXML::NewBinaryBlock(Integer size, const String& byteOrder) const {
-    const auto block = Ref<MemoryBlock>::make(size);
+    auto block = Ref<MemoryBlock>::make(size);
     block->LittleEndian = !(byteOrder == "B");
     return block;
 }

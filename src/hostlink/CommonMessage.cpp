@@ -146,7 +146,7 @@ String cHearthixCommand::GetRawCommand() {
         body += " ";
     body += ChrB(kCarriageReturn);
     useDefault(Header, "X");
-    const String packet = DefineEncoding(concat(Header, ChrB(LenB(body) + 2), body), TextEncoding::none);
+    String packet = DefineEncoding(concat(Header, ChrB(LenB(body) + 2), body), TextEncoding::none);
     PacketLength = LenB(packet);
     return packet;
 }

@@ -15,8 +15,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace hearthix {
 
 namespace {
@@ -32,6 +30,7 @@ int exitStatusOf(int state) {
 // The error number, 0 when the program runs.
 int spawn(const std::vector<std::string>& words, int output, pid_t& pid) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (const std::string& word : words)
         pointers.push_back(const_cast<char*>(word.c_str()));
     pointers.push_back(nullptr);

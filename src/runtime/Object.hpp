@@ -40,6 +40,7 @@ private:
 template <class T>
 T* objectCast(Object* object) noexcept {
     // Nearly always the very class that is asked for, which a plain comparison tells.
+    // cppcheck-suppress constStatement ; a requirement, and no statement
     if constexpr (requires { static_cast<T*>(object); })
         if (object != nullptr && typeid(*object) == typeid(T))
             return static_cast<T*>(object);

@@ -18,7 +18,7 @@ public:
 
 private:
     // What a burst has left allocated is given back once the buffer is empty.
-    static constexpr std::size_t kKept = 1024 * 1024;
+    static constexpr std::size_t kKept = std::size_t{1024} * 1024;
 
     std::vector<char> bytes_;
     std::size_t head_ = 0;

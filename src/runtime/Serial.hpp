@@ -37,7 +37,7 @@ protected:
     // A terminal hands out what it holds in pieces.
     bool shortReadDrains() const noexcept override { return false; }
     // And it counts only the piece at hand; this is several times what it can hold.
-    std::size_t leastFurtherRead() const noexcept override { return 64 * 1024; }
+    std::size_t leastFurtherRead() const noexcept override { return 65536; }
     void dataArrived() override { Event_DataAvailable(); }
     void failed() override { Event_Error(); }
 

@@ -27,7 +27,7 @@ private:
     int& level_;
 };
 
-constexpr std::size_t kReadSize = 256 * 1024;
+constexpr std::size_t kReadSize = std::size_t{256} * 1024;
 
 // Reads go through one buffer for the whole process, and only the bytes that came are kept.
 char* readBuffer() {

@@ -29,8 +29,8 @@ namespace hearthix {
 
 class StreamDevice : public EventSource {
 public:
-    static constexpr std::size_t kSendMark = 256 * 1024;
-    static constexpr std::size_t kSendCeiling = 64 * 1024 * 1024;
+    static constexpr std::size_t kSendMark = std::size_t{256} * 1024;
+    static constexpr std::size_t kSendCeiling = std::size_t{64} * 1024 * 1024;
     static constexpr int kMostNested = 64;
     static constexpr std::int64_t kDryNanoseconds = 20'000;
 
