@@ -47,7 +47,7 @@ Ref<CXML> CXML::Clone() const {
         const CXML* source;
         CXML* copy;
     };
-    const auto root = Ref<CXML>::make();
+    auto root = Ref<CXML>::make();
     std::vector<Pair> waiting{{this, root.get()}};
     while (!waiting.empty()) {
         const auto [source, copy] = waiting.back();

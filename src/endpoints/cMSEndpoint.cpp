@@ -36,11 +36,12 @@ cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {
 }
 
 void cMSEndpoint::prefetch(std::string_view line) noexcept {
-    if (mySensors::AddressIndex.isNil())
+    const auto* index = mySensors::AddressIndex.get();
+    if (index == nullptr)
         return;
     const Integer node = takeNumber(line);
     const Integer child = takeNumber(line);
-    const Object* object = mySensors::AddressIndex.get()->at(node, child);
+    const Object* object = index->at(node, child);
     if (object == nullptr)
         return;
     __builtin_prefetch(object);
@@ -48,7 +49,7 @@ void cMSEndpoint::prefetch(std::string_view line) noexcept {
 }
 
 Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
-    const auto endpoint = Ref<cMSEndpoint>::make(node, child);
+    auto endpoint = Ref<cMSEndpoint>::make(node, child);
     endpoint->enter();
     return endpoint;
 }
