@@ -24,7 +24,7 @@ std::vector<RecordedLine> parseRecording(const String& text, const String& name)
             continue;
         const std::string_view whole = each.view();
         const std::size_t mark = whole.find_first_of("<>");
-        const String time = Trim(each.cut(0, mark == whole.npos ? 0 : mark));
+        const String time = Trim(each.cut(0, mark == std::string_view::npos ? 0 : mark));
         if (!IsNumeric(time) || Val(time) < 0)
             throw Failure{concat(name, ":", Str(number), ": write it as: MILLISECONDS > LINE")};
         lines.push_back({ValInteger(time), whole[mark] == '>', each.cut(mark + 2)});

@@ -25,7 +25,7 @@ String readableName(const char* symbol) {
 String withOffset(const String& name, const void* address, const void* start) {
     const auto offset = reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(start);
     char text[32];
-    std::snprintf(text, sizeof text, " + 0x%zx", static_cast<std::size_t>(offset));
+    static_cast<void>(std::snprintf(text, sizeof text, " + 0x%zx", static_cast<std::size_t>(offset)));
     return name + text;
 }
 
