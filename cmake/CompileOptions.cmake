@@ -33,6 +33,7 @@ if(HEARTHIX_SANITIZE)
 endif()
 
 if(HEARTHIX_COVERAGE)
+  target_compile_definitions(hearthix_options INTERFACE HEARTHIX_COVERAGE)
   target_compile_options(hearthix_options INTERFACE --coverage)
   target_link_options(hearthix_options INTERFACE --coverage)
 endif()

@@ -63,8 +63,13 @@ Program::Program(std::vector<std::string> words)
 Program::~Program() {
     if (pid_ == 0)
         return;
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
+    try {
+        kill(pid_, SIGTERM); // a driver built for coverage leaves its counts behind
+        end();
+    } catch (const std::runtime_error&) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+    }
 }
 
 Ending Program::end() {
