@@ -35,17 +35,14 @@ cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {
     return objectCast<cMSEndpoint>(mySensors::AddressIndex->at(node, child));
 }
 
-void cMSEndpoint::prefetch(std::string_view line) noexcept {
+void cMSEndpoint::prefetch(std::string_view next, std::string_view afterNext) noexcept {
     const auto* index = mySensors::AddressIndex.get();
     if (index == nullptr)
         return;
-    const Integer node = takeNumber(line);
-    const Integer child = takeNumber(line);
-    const Object* object = index->at(node, child);
-    if (object == nullptr)
-        return;
-    __builtin_prefetch(object);
-    __builtin_prefetch(&static_cast<const cMSEndpoint*>(object)->batteryLevel);
+    const Integer laterNode = takeNumber(afterNext);
+    index->prefetch(laterNode, takeNumber(afterNext));
+    const Integer node = takeNumber(next);
+    __builtin_prefetch(index->at(node, takeNumber(next)));
 }
 
 Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
@@ -55,8 +52,8 @@ Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
 }
 
 cMSEndpoint::cMSEndpoint(Integer node, Integer child)
-    : RootIndexString(mySensors::rootAddressOf(node, child)), subUnits(Ref<Dictionary>::make(std::size_t{1})),
-      nodeID(node), childID(child) {
+    : nodeID(node), RootIndexString(mySensors::rootAddressOf(node, child)),
+      subUnits(Ref<Dictionary>::make(std::size_t{1})), childID(child) {
 }
 
 void cMSEndpoint::enter() {

@@ -34,7 +34,8 @@ void cMySensors::PortDataAvailable(const String& data) {
         const String line = LeftB(buffer, lineEnd);
         buffer.removeFront(line.size());
         lineEnd = InStrB(1, buffer, kLineFeed);
-        cMSEndpoint::prefetch(buffer);
+        const std::string_view rest = buffer;
+        cMSEndpoint::prefetch(rest, lineEnd > 0 ? rest.substr(static_cast<std::size_t>(lineEnd)) : "");
         HandleMSCommand(Trim(line));
         RuntimeBackgroundTask();
     }

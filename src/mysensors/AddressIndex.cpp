@@ -27,6 +27,11 @@ Object* mySensors::AddressTable::at(Integer node, Integer child) const noexcept 
     return row ? (*row)[lowByte(child)] : nullptr;
 }
 
+void mySensors::AddressTable::prefetch(Integer node, Integer child) const noexcept {
+    if (const std::unique_ptr<Row>& row = rows_[lowByte(node)])
+        __builtin_prefetch(&(*row)[lowByte(child)]);
+}
+
 String mySensors::rootAddressOf(Integer node, Integer child) {
     return concat(Globals::formatHexOfLowByte(node), Globals::formatHexOfLowByte(child));
 }

@@ -18,6 +18,8 @@ public:
     void enter(Integer node, Integer child, const Ref<Object>& endpoint);
     // The endpoint under the low bytes of the numbers, or null. Borrowed: the dictionary holds it.
     Object* at(Integer node, Integer child) const noexcept;
+    // Lets the processor fetch what `at` will read.
+    void prefetch(Integer node, Integer child) const noexcept;
 
 private:
     // The table would know nothing of these.
