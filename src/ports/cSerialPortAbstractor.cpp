@@ -16,6 +16,7 @@ void giveUp(const String& notice) {
 } // namespace
 
 cSerialPortAbstractor::cSerialPortAbstractor(const String& portName) : MyPortName(portName) {
+    limitReads(kPortion);
     SetupAndOpen();
 }
 

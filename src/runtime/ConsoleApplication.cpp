@@ -2,6 +2,7 @@
 
 #include "runtime/Console.hpp"
 #include "runtime/EventLoop.hpp"
+#include "runtime/Heap.hpp"
 
 #include <csignal>
 #include <cstdlib>
@@ -14,6 +15,7 @@ void ConsoleApplication::DoEvents(Integer milliseconds) {
 }
 
 int ConsoleApplication::execute(int count, const char* const* values) {
+    keepHeapSmall();
     openStandardStreams();
     // A lost pipe, and a file that may not grow any further: failed writes like any other.
     for (const int signal : {SIGPIPE, SIGXFSZ})

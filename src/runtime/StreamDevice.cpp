@@ -128,17 +128,20 @@ std::size_t StreamDevice::arrivedBytes() const {
 
 void StreamDevice::readInput() {
     char* buffer = readBuffer();
-    std::size_t left = SIZE_MAX; // of what had arrived by the second read
+    // What came ahead of a failure belongs into the event ahead of it.
+    std::size_t left = failure_ == 0 ? mostPerEvent_ : kAll;
     while (isOpen() && left > 0) {
-        const ssize_t got = receive(buffer, std::min(kReadSize, left));
+        const std::size_t wanted = std::min(kReadSize, left);
+        const ssize_t got = receive(buffer, wanted);
         if (got > 0) {
             const auto count = static_cast<std::size_t>(got);
             received_.append(std::string_view(buffer, count));
-            if (shortReadDrains() && count < std::min(kReadSize, left)) {
+            if (shortReadDrains() && count < wanted) {
                 dryAt_ = clocks::monotonic();
                 return;
             }
-            left = left == SIZE_MAX ? std::max(arrivedBytes(), leastFurtherRead()) : left - count;
+            // All is what has arrived by the second read.
+            left = left == kAll ? std::max(arrivedBytes(), leastFurtherRead()) : left - count;
             continue;
         }
         if (got < 0 && errno == EINTR)

@@ -5,7 +5,8 @@
 // what is written is dropped, so that a peer that never reads costs bounded memory.
 //
 // A read takes all that has arrived by then: no size of ours cuts the stream where the peer did not, and a
-// peer that writes without a pause can't hold up the loop. Data that came ahead of a failure are delivered,
+// peer that writes without a pause can't hold up the loop. A stream in which a cut means nothing may be read
+// in smaller portions instead, one an event (limitReads). Data that came ahead of a failure are delivered,
 // and their event has returned, ahead of it. After a failure the device is closed, and its error event has
 // run once.
 //
@@ -58,6 +59,9 @@ protected:
     void attach(int descriptor);
     // Notes a failure, to be told by the next serve or Poll.
     void fail(int error);
+    // For streams whose pieces mean nothing: the most bytes that one event brings, which then bounds the
+    // memory that a backlog takes in this process.
+    void limitReads(std::size_t mostPerEvent) noexcept { mostPerEvent_ = mostPerEvent; }
     // For what fails ahead of any event.
     void setLastError(int error) noexcept { lastError_ = error; }
     bool hasFailed() const noexcept { return failure_ != 0; }
@@ -97,6 +101,8 @@ private:
     int failure_ = 0;      // error number of a failure that is still to be told
     int nested_ = 0;       // events of this device under way
     bool blocked_ = false; // the system took less than there was
+    static constexpr std::size_t kAll = SIZE_MAX;
+    std::size_t mostPerEvent_ = kAll;
     std::size_t sendAgainAt_ = kSendMark;
     std::int64_t dryAt_ = 0; // when a read last found that nothing was left
     String received_;

@@ -29,6 +29,36 @@ TEST_F(PortsTest, AStreamPortTellsWhatItDrops) {
     EXPECT_FALSE(Globals::DoQuit);
 }
 
+TEST_F(PortsTest, ABacklogComesInPortionsAndWholeAheadOfTheFailure) {
+    struct Portions : iAbstractPortReceiver {
+        void PortDataAvailable(const String& data) override { sizes.push_back(data.size()); }
+        void PortError(const String&, Integer) override { sizes.push_back(0); }
+        std::vector<std::size_t> sizes;
+    };
+    for (const bool failsEarly : {false, true}) {
+        ListeningSocket listener;
+        ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
+        Peer gateway;
+        listener.accepted = [&](int descriptor) { gateway.descriptor = descriptor; };
+        const auto port = Ref<cIPStreamAbstractor>::make("127.0.0.1", listener.Port(), [] {});
+        ASSERT_TRUE(serveUntil([&] { return gateway.descriptor >= 0; }));
+        const auto receiver = Ref<Portions>::make();
+        port->PortSetParent(receiver);
+        const std::string bytes(3 * iAbstractPort::kPortion, 'x');
+        gateway.pairWith(*port);
+        ASSERT_EQ(gateway.send(bytes), bytes.size());
+        if (failsEarly) // the failure is known ahead of the read
+            port->PortSendData(String(std::string(StreamDevice::kSendCeiling + 1, 'x')));
+        else
+            gateway.close();
+        EXPECT_TRUE(serveUntil([&] { return !receiver->sizes.empty() && receiver->sizes.back() == 0; }));
+        const std::size_t portion = failsEarly ? bytes.size() : iAbstractPort::kPortion;
+        const std::vector<std::size_t> all(bytes.size() / portion, portion);
+        receiver->sizes.pop_back();
+        EXPECT_EQ(receiver->sizes, all);
+    }
+}
+
 TEST_F(PortsTest, ASerialPortOpensAgain) {
     int master = -1, slave = -1;
     char path[128] = "";
