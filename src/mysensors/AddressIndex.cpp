@@ -6,14 +6,6 @@ namespace hearthix {
 
 Ref<mySensors::AddressTable> mySensors::AddressIndex;
 
-namespace {
-
-std::size_t lowByte(Integer number) {
-    return static_cast<std::uint8_t>(number);
-}
-
-} // namespace
-
 void mySensors::AddressTable::enter(Integer node, Integer child, const Ref<Object>& endpoint) {
     std::unique_ptr<Row>& row = rows_[lowByte(node)];
     if (!row)
@@ -22,18 +14,11 @@ void mySensors::AddressTable::enter(Integer node, Integer child, const Ref<Objec
     (*row)[lowByte(child)] = endpoint.get();
 }
 
-Object* mySensors::AddressTable::at(Integer node, Integer child) const noexcept {
-    const std::unique_ptr<Row>& row = rows_[lowByte(node)];
-    return row ? (*row)[lowByte(child)] : nullptr;
-}
-
-void mySensors::AddressTable::prefetch(Integer node, Integer child) const noexcept {
-    if (const std::unique_ptr<Row>& row = rows_[lowByte(node)])
-        __builtin_prefetch(&(*row)[lowByte(child)]);
-}
-
 String mySensors::rootAddressOf(Integer node, Integer child) {
-    return concat(Globals::formatHexOfLowByte(node), Globals::formatHexOfLowByte(child));
+    const auto first = Globals::hexDigits(static_cast<std::uint8_t>(node));
+    const auto second = Globals::hexDigits(static_cast<std::uint8_t>(child));
+    const char address[] = {first[0], first[1], second[0], second[1]};
+    return String(std::string_view(address, sizeof address), TextEncoding::utf8);
 }
 
 } // namespace hearthix

@@ -4,6 +4,7 @@
 #include "runtime/Dictionary.hpp"
 
 #include <array>
+#include <cstdint>
 #include <memory>
 
 namespace hearthix::mySensors {
@@ -17,14 +18,22 @@ public:
     // Adds an endpoint, or puts it in another one's place, under the low bytes of its numbers.
     void enter(Integer node, Integer child, const Ref<Object>& endpoint);
     // The endpoint under the low bytes of the numbers, or null. Borrowed: the dictionary holds it.
-    Object* at(Integer node, Integer child) const noexcept;
+    Object* at(Integer node, Integer child) const noexcept {
+        const Row* row = rows_[lowByte(node)].get();
+        return row != nullptr ? (*row)[lowByte(child)] : nullptr;
+    }
     // Lets the processor fetch what `at` will read.
-    void prefetch(Integer node, Integer child) const noexcept;
+    void prefetch(Integer node, Integer child) const noexcept {
+        if (const Row* row = rows_[lowByte(node)].get())
+            __builtin_prefetch(&(*row)[lowByte(child)]);
+    }
 
 private:
     // The table would know nothing of these.
     using Dictionary::Remove;
     using Dictionary::SetValue;
+
+    static std::uint8_t lowByte(Integer number) noexcept { return static_cast<std::uint8_t>(number); }
 
     using Row = std::array<Object*, 256>;
     std::array<std::unique_ptr<Row>, 256> rows_; // by node, those that exist

@@ -24,8 +24,13 @@ std::uint32_t hashOf(const Variant& key) {
 bool matches(const Variant& candidate, Integer key) {
     return candidate.isInteger() && candidate.asInteger() == key;
 }
+// Nearly all keys differ in their size or first letter, whatever its case.
+bool mayEqual(std::string_view left, std::string_view right) {
+    return left.size() == right.size() && (left.empty() || ((left[0] ^ right[0]) & ~0x20) == 0);
+}
 bool matches(const Variant& candidate, std::string_view key) {
-    return candidate.isString() && RuntimeStringCompare(candidate.asString().view(), key);
+    return candidate.isString() && mayEqual(candidate.asString(), key) &&
+           RuntimeStringCompare(candidate.asString(), key);
 }
 bool matches(const Variant& candidate, const Variant& key) {
     return candidate == key;
@@ -78,12 +83,24 @@ const Variant& Dictionary::Value(const Variant& key) const {
 
 void Dictionary::SetValue(Variant key, Variant value) {
     const std::size_t i = key.isString() ? locate(key.asString().view()) : locate(key);
-    if (i != kMissing) {
+    if (i == kMissing)
+        add(std::move(key), std::move(value));
+    else
         entries_[i].value = std::move(value);
-        return;
-    }
+}
+
+void Dictionary::SetValue(const String& key, const String& value) {
+    const std::size_t i = locate(key.view());
+    if (i == kMissing)
+        add(key, value);
+    else
+        entries_[i].value = value;
+}
+
+template <class AKey, class AValue>
+void Dictionary::add(AKey&& key, AValue&& value) {
     makeRoom();
-    entries_.push_back(Entry{std::move(key), std::move(value)});
+    entries_.emplace_back(std::forward<AKey>(key), std::forward<AValue>(value));
     if (entries_.size() <= kUnindexed)
         return;
     if (slots_.size() < entries_.size() * 2)

@@ -25,8 +25,8 @@ using Integer = std::int64_t;
 class String {
 public:
     String() noexcept { clear(); }
-    // Program text: tagged as UTF-8.
-    String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
+    // Program text: tagged as UTF-8. Where it is a literal, nothing of this is left to do at run time.
+    [[gnu::always_inline]] String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
     explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none) {
         if (bytes.size() <= kSmallCapacity)
             setSmall(bytes, encoding);
@@ -175,24 +175,29 @@ private:
     // to wait for single bytes to be written. The first word holds the tag and 7 bytes, the others 8 each;
     // the last bytes of the text are loaded as a word of their own and shifted into place.
     void setWords(const char* text, std::size_t size, std::uint64_t tag) noexcept {
-        std::uint64_t words[kRawSize / sizeof(std::uint64_t)] = {tag};
+        std::uint64_t first = tag;
+        std::uint64_t second = 0;
+        std::uint64_t third = 0;
         if (size >= 8) {
             const std::uint64_t last = load<std::uint64_t>(text + size - 8);
-            words[0] |= load<std::uint64_t>(text) << 8U;
+            first |= load<std::uint64_t>(text) << 8U;
             if (size < 16) {
-                words[1] = last >> (8 * (15 - size));
+                second = last >> (8 * (15 - size));
             } else {
-                words[1] = load<std::uint64_t>(text + 7);
-                words[std::size(words) - 1] = last >> (8 * (23 - size));
+                second = load<std::uint64_t>(text + 7);
+                third = last >> (8 * (23 - size));
             }
         } else if (size >= 4) {
             const std::uint64_t last = load<std::uint32_t>(text + size - 4);
-            words[0] |= (load<std::uint32_t>(text) | last << (8 * (size - 4))) << 8U;
+            first |= (load<std::uint32_t>(text) | last << (8 * (size - 4))) << 8U;
         } else if (size > 0) {
             const auto byteAt = [text](std::size_t i) { return load<unsigned char>(text + i) << (8 * i); };
-            words[0] |= (byteAt(0) | byteAt(size / 2) | byteAt(size - 1)) << 8U;
+            first |= (byteAt(0) | byteAt(size / 2) | byteAt(size - 1)) << 8U;
         }
-        std::memcpy(raw_, words, sizeof words);
+        setField(0, first);
+        setField(kBlockOffset, second);
+        if constexpr (kRawSize == 3 * sizeof(std::uint64_t))
+            setField(kBeginOffset, third);
     }
     void copyIntoBlock(std::string_view bytes, TextEncoding encoding);
     String shareCut(std::string_view part) const;

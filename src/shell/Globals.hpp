@@ -7,6 +7,7 @@
 #include "runtime/Exceptions.hpp"
 #include "runtime/String.hpp"
 
+#include <array>
 #include <cstdint>
 
 namespace hearthix::Globals {
@@ -20,7 +21,8 @@ extern bool DoQuit;
 void LogStack(const RuntimeException& error);
 // Every byte as a blank and two hexadecimal digits.
 String Hexify(const String& bytes);
-// Two hexadecimal digits in capitals.
+// Two hexadecimal digits in capitals, bare and as a string.
+std::array<char, 2> hexDigits(std::uint8_t value);
 String formatHex(std::uint8_t value);
 // The same of the low eight bits of a number.
 String formatHexOfLowByte(Integer value);
