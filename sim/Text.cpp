@@ -4,8 +4,10 @@
 #include "runtime/Date.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
+#include "runtime/Terminal.hpp"
 
 #include <algorithm>
+#include <array>
 
 namespace hearthix::sim {
 
@@ -15,34 +17,72 @@ bool continues(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// The size of the printable character at the front; 0 when there is none.
-std::size_t characterSize(std::string_view text) {
+struct Character {
+    char32_t code = 0;
+    std::size_t size = 0; // in bytes; 0 for none
+};
+
+// The UTF-8 character at the front. The longer forms of a code are none: they would hide a control character
+// from us, but not from every terminal.
+Character characterOf(std::string_view text) {
+    constexpr std::array<char32_t, 5> kLeast{0, 0, 0x80, 0x800, 0x10000};
     const auto lead = static_cast<unsigned char>(text[0]);
-    if (lead >= 0x20 && lead < 0x7F)
-        return 1;
-    const std::size_t size = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
-    if (size == 0 || lead >= 0xF5 || text.size() < size)
-        return 0;
-    if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(size), continues))
-        return 0;
-    // U+0080 to U+009F are controls too.
-    return lead == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0 ? 0 : size;
+    if (lead < 0x80)
+        return {lead, 1};
+    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+    if (size == 0 || lead >= 0xF8 || text.size() < size)
+        return {};
+    char32_t code = lead & (0x7FU >> size);
+    for (const char byte : text.substr(1, size - 1)) {
+        if (!continues(byte))
+            return {};
+        code = code << 6U | (static_cast<unsigned char>(byte) & 0x3FU);
+    }
+    const bool isSurrogate = code >= 0xD800 && code < 0xE000;
+    return code < kLeast[size] || code > 0x10FFFF || isSurrogate ? Character{} : Character{code, size};
 }
 
-std::size_t columnsOf(std::string_view text) {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char byte) { return !continues(byte); }));
+// Controls, and what turns the direction of writing for all that stands behind it in the row.
+bool drivesTerminal(char32_t code) {
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x202A && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
 }
 
-std::string cutTo(std::string_view text, std::size_t columns) {
-    std::string clean = printable(text);
-    std::size_t end = 0;
-    for (std::size_t taken = 0; end < clean.size() && taken < columns; ++taken)
-        do
-            ++end;
-        while (end < clean.size() && continues(clean[end]));
-    clean.resize(end);
-    return clean;
+// The front of a text, and what stands for it on a terminal.
+struct Glyph {
+    std::string_view shown = "?";
+    std::size_t size = 1; // in bytes of the text
+    std::size_t columns = 1;
+};
+
+Glyph glyphOf(std::string_view text) {
+    const auto [code, size] = characterOf(text);
+    if (size == 0 || drivesTerminal(code))
+        return {"?", std::max<std::size_t>(size, 1)};
+    const int columns = code < 0x80 ? 1 : terminal::columnsOf(code);
+    if (columns < 0)
+        return {"?", size};
+    return {text.substr(0, size), size, static_cast<std::size_t>(columns)};
+}
+
+struct Cell {
+    std::string text;
+    std::size_t columns = 0;
+};
+
+// Marks take no column, so it is the bytes that keep a heap of them from growing out of the cell.
+Cell cellOf(std::string_view text, std::size_t columns) {
+    constexpr std::size_t kMostBytesColumn = 16;
+    Cell cell;
+    while (!text.empty() && cell.text.size() < columns * kMostBytesColumn) {
+        const Glyph glyph = glyphOf(text);
+        if (cell.columns + glyph.columns > columns)
+            break;
+        cell.text += glyph.shown;
+        cell.columns += glyph.columns;
+        text.remove_prefix(glyph.size);
+    }
+    return cell;
 }
 
 String twoDigits(Integer number) {
@@ -55,26 +95,33 @@ std::string printable(std::string_view text) {
     std::string clean;
     clean.reserve(text.size());
     while (!text.empty()) {
-        const std::size_t size = characterSize(text);
-        if (size == 0)
-            clean += '?';
-        else
-            clean += text.substr(0, size);
-        text.remove_prefix(std::max<std::size_t>(size, 1));
+        const Glyph glyph = glyphOf(text);
+        clean += glyph.shown;
+        text.remove_prefix(glyph.size);
     }
     return clean;
 }
 
 std::string padded(std::string_view text, std::size_t columns) {
-    std::string cell = cutTo(text, columns);
-    cell.append(columns - columnsOf(cell), ' ');
-    return cell;
+    const Cell cell = cellOf(text, columns);
+    return cell.text + std::string(columns - cell.columns, ' ');
 }
 
 std::string paddedLeft(std::string_view text, std::size_t columns) {
-    std::string cell = cutTo(text, columns);
-    cell.insert(0, columns - columnsOf(cell), ' ');
-    return cell;
+    const Cell cell = cellOf(text, columns);
+    return std::string(columns - cell.columns, ' ') + cell.text;
+}
+
+std::string lastColumns(std::string_view text, std::size_t columns) {
+    std::size_t taken = 0;
+    for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(glyphOf(rest).size))
+        taken += glyphOf(rest).columns;
+    while (taken > columns) {
+        const Glyph first = glyphOf(text);
+        taken -= first.columns;
+        text.remove_prefix(first.size);
+    }
+    return printable(text);
 }
 
 std::vector<String> wordsOf(std::string_view line, std::string_view comment) {

@@ -9,13 +9,15 @@
 
 namespace hearthix::sim {
 
-// The text with every byte that could move the cursor, or that is no whole UTF-8 character, as a question
-// mark.
+// The text with a question mark for every character that isn't shown, such as one that moves the cursor, and
+// for every byte that belongs to no UTF-8 character.
 std::string printable(std::string_view text);
-// Exactly so many columns: cut, or filled with blanks at the right. A character counts as one column.
+// Exactly so many columns: printable, cut between two characters, and filled with blanks at the right.
 std::string padded(std::string_view text, std::size_t columns);
 // The same, filled at the left.
 std::string paddedLeft(std::string_view text, std::size_t columns);
+// What fits of the end, printable.
+std::string lastColumns(std::string_view text, std::size_t columns);
 
 // The words of a line; one in double quotes may hold blanks. A word that begins with the comment mark, if
 // there is one, and all behind it is left out.

@@ -2,6 +2,7 @@
 #include "runtime/Console.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "sim/Subcommands.hpp"
+#include "sim/Text.hpp"
 
 #include <algorithm>
 #include <array>
@@ -59,6 +60,11 @@ int dispatch(std::vector<String> words) {
                             "': there are demo, soak, host and gateway; see hearthix-sim --help")};
 }
 
+// It may quote a file that somebody else wrote.
+void complain(const String& sentence) {
+    PrintError(String(printable(sentence), TextEncoding::utf8));
+}
+
 class SimApplication : public ConsoleApplication {
 public:
     Integer Event_Run(const Array<String>& arguments) override {
@@ -66,10 +72,10 @@ public:
         try {
             return dispatch(std::move(words));
         } catch (const UsageError& error) {
-            PrintError(error.sentence);
+            complain(error.sentence);
             return 2;
         } catch (const Failure& error) {
-            PrintError(error.sentence);
+            complain(error.sentence);
             return 1;
         }
     }

@@ -1,10 +1,12 @@
 #include "runtime/Terminal.hpp"
 
 #include <cerrno>
+#include <clocale>
 
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <wchar.h>
 
 namespace hearthix::terminal {
 
@@ -40,6 +42,11 @@ void write(std::string_view frame) {
             continue;
         return;
     }
+}
+
+int columnsOf(char32_t character) {
+    static const bool kHasTables = std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr;
+    return kHasTables ? wcwidth(static_cast<wchar_t>(character)) : 1;
 }
 
 KeyMode::KeyMode() {

@@ -21,6 +21,10 @@ Size size();
 // A whole frame in one piece: without a line end, and without a pause of ours in the middle.
 void write(std::string_view frame);
 
+// How many columns a character beyond ASCII takes: 0 for one that joins the one before, 2 for a wide one, or
+// -1 for what no terminal shows. The C library's tables for UTF-8 tell; 1 where it has none.
+int columnsOf(char32_t character);
+
 // While it lives, each key reaches the program at once and none is echoed; Ctrl-C still is the signal that it
 // always is, Ctrl-Z is a key. Does nothing when standard input is no terminal.
 class KeyMode {
