@@ -68,8 +68,8 @@ Demo::Demo(const CommandLine& line, Session& session)
     };
     endDue_.action = [this] { session_.end(); };
     session_.status = [this] {
-        return concat(rig_.host.status(), "  sent ", Str(rig_.gateway.counts().linesOut), "  missing ",
-                      Str(rig_.check.missing()));
+        return concat(" sent ", Str(rig_.gateway.counts().linesOut), "  missing ", Str(rig_.check.missing()),
+                      " ", rig_.host.status());
     };
     session_.entered = [this](const String& text) { commands_.run(text); };
     session_.watch(rig_.host.model());
@@ -117,18 +117,20 @@ String Demo::summary() const {
 const CommandUsage& demoUsage() {
     static const CommandUsage kUsage{
         "demo",
-        "Shows the driver at work: a host, a gateway with a small house behind it, and the\n"
-        "driver between them, in one terminal. It ends at Ctrl-C, at quit, or when its time\n"
-        "is over, with a summary; the exit status is 1 when something was lost on the way.",
+        "Shows the driver at work: a host, a gateway with a small house behind it, and\n"
+        "the driver between them, in one terminal. It ends at Ctrl-C, at quit, or when\n"
+        "its time is over, with a summary; the exit status is 1 when something was lost\n"
+        "on the way.",
         {{"for", "SECONDS", "end after so many seconds"},
          {"driver", "PATH", "the driver; by default the one beside this program"},
-         {"pty", nullptr, "join them by a serial line, a pseudo-terminal, in place\nof TCP"},
-         {"mesh", "FILE", "the nodes; hearthix-sim gateway --help describes the file"},
+         {"pty", nullptr, "join them by a serial line, a pseudo-terminal, in\nplace of TCP"},
+         {"mesh", "FILE", "the nodes; hearthix-sim gateway --help describes the\nfile"},
          {"rate", "N", "send N reports a second, whatever the mesh's schedule"},
          {"fragment", nullptr, "send in small pieces"},
          {"junk", "PERCENT", "follow so many of the lines by a line of junk"},
          {"trace", nullptr, "print every packet between host and driver"}},
-        "It takes the commands of hearthix-sim host on standard input, and sends some itself."};
+        "It takes the commands of hearthix-sim host on standard input, and sends some\n"
+        "itself."};
     return kUsage;
 }
 

@@ -38,7 +38,7 @@ const CommandUsage& gatewayUsage() {
         "gateway",
         "Stands in for a MySensors gateway with a mesh of nodes behind it.",
         {{"tcp", "ADDRESS:PORT", "listen here, 127.0.0.1:5003 by default; port 0 takes\na free one"},
-         {"pty", nullptr, "be a serial line, a pseudo-terminal; its path is printed"},
+         {"pty", nullptr, "be a serial line, a pseudo-terminal; its path is\nprinted"},
          {"mesh", "FILE", "the nodes, described below; a small house by default"},
          {"greet", nullptr,
           "say that the gateway is ready as soon as a driver\nconnects; a driver on TCP takes that badly"},

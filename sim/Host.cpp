@@ -126,8 +126,8 @@ void Host::controller(const String& letter, const String& data) {
 
 String Host::status() const {
     const String driver = hasDriver() ? concat("driver ", connectedId_) : String("no driver");
-    return concat(" host ", address().text(), "  ", driver, "  units ",
-                  Str(static_cast<Integer>(model_.units().size())), "  values ", Str(counts_.values));
+    return concat(" ", driver, "  units ", Str(static_cast<Integer>(model_.units().size())), "  values ",
+                  Str(counts_.values), "  host ", address().text());
 }
 
 void Host::receive(const Ref<cHearthixCommand>& packet) {

@@ -66,7 +66,8 @@ public:
     void stall(bool on) { server_.stall(on); }
     void dropLink() { server_.drop("dropped, as asked for"); }
     void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
-    // For the title of a screen.
+    // For the title of a screen: fields with two blanks between, the last one first to go when they don't
+    // fit.
     String status() const;
 
     // Every packet of the driver, when the host has dealt with it.

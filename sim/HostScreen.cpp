@@ -16,9 +16,14 @@ constexpr std::size_t kLongestTyped = 500;
 // Title, heading, rule and prompt.
 constexpr std::size_t kFixedRows = 4;
 constexpr std::size_t kLeastLogRows = 6;
+// On the smallest screen a unit can still be seen, with the line about the other ones.
+constexpr std::size_t kLeastUnitRows = 2;
+constexpr std::size_t kLeastRows = kFixedRows + kLeastUnitRows;
 
-constexpr const char* kEnterScreen = "\x1b[?1049h\x1b[2J";
-constexpr const char* kLeaveScreen = "\x1b[?25h\x1b[0m\x1b[?1049l";
+// Without wrapping, a terminal that takes a character for wider than we do, or has just become narrower,
+// cuts a row and doesn't push the others down.
+constexpr const char* kEnterScreen = "\x1b[?1049h\x1b[?7l\x1b[2J";
+constexpr const char* kLeaveScreen = "\x1b[?25h\x1b[?7h\x1b[0m\x1b[?1049l";
 constexpr const char* kHome = "\x1b[?25l\x1b[H";
 constexpr const char* kReverse = "\x1b[7m";
 constexpr const char* kBold = "\x1b[1m";
@@ -43,7 +48,7 @@ struct Columns {
         const std::size_t gaps = 4;
         const std::size_t taken = address + battery + age + gaps;
         const std::size_t room = std::max<std::size_t>(width, taken + kLeastName + kLeastValue) - taken;
-        name = std::clamp(room - kLeastValue, kLeastName, kMostName);
+        name = std::clamp(room / 2, kLeastName, kMostName);
         value = room - name;
     }
 };
@@ -60,6 +65,13 @@ std::string unitRow(const Columns& columns, const HostUnit& unit) {
     const String age = unit.changedAt == 0 ? String("-") : ageText(seconds);
     const String battery = unit.battery.empty() ? String("-") : unit.battery + "%";
     return row(columns, unit.address, unit.name, unit.value, battery, age);
+}
+
+// A number that is cut off would be a wrong one, so the fields that don't fit go as a whole.
+std::string title(std::string_view fields, std::size_t columns) {
+    while (fields.size() > columns && fields.rfind("  ") != std::string_view::npos)
+        fields = fields.substr(0, fields.rfind("  "));
+    return padded(fields, columns);
 }
 
 std::string rule(std::size_t columns) {
@@ -118,28 +130,29 @@ void HostScreen::draw() {
 }
 
 std::size_t HostScreen::unitRows(std::size_t rows) const {
-    const std::size_t room = rows > kFixedRows + kLeastLogRows ? rows - kFixedRows - kLeastLogRows : 1;
+    const std::size_t free = std::max(rows, kLeastRows) - kFixedRows;
+    const std::size_t beforeLog = free > kLeastLogRows ? free - kLeastLogRows : 0;
+    const std::size_t room = std::max({kLeastUnitRows, free / 2, beforeLog});
     const std::size_t units = model_ != nullptr ? model_->units().size() : 0;
     return std::clamp<std::size_t>(units, 1, room);
 }
 
 std::string HostScreen::frame(terminal::Size size) {
     const auto columns = static_cast<std::size_t>(std::max(size.columns, 20));
-    const auto rows = static_cast<std::size_t>(std::max(size.rows, 6));
+    const auto rows = std::max(static_cast<std::size_t>(size.rows), kLeastRows);
     const std::size_t forUnits = unitRows(rows);
-    const std::size_t forLog = rows > kFixedRows + forUnits ? rows - kFixedRows - forUnits : 0;
+    const std::size_t forLog = rows - kFixedRows - forUnits;
     const Columns layout(columns);
 
     std::string text(kHome);
-    text.append(kReverse).append(padded(status_(), columns)).append(kNormal).append(kNextLine);
+    text.append(kReverse).append(title(status_(), columns)).append(kNormal).append(kNextLine);
     const std::string heading = row(layout, "ADDRESS", "NAME", "VALUE", "BATT", "AGE");
     text.append(kBold).append(padded(heading, columns)).append(kNormal).append(kNextLine);
     appendUnits(text, forUnits, columns);
     text.append(rule(columns)).append(kNextLine);
     appendLog(text, forLog, columns);
     // The end of a line too long for the screen is where the typing goes on.
-    const std::size_t shown = std::min(typed_.size(), columns - 3);
-    text.append("> ").append(printable(typed_.substr(typed_.size() - shown)));
+    text.append("> ").append(lastColumns(typed_, columns - 3));
     text.append(kClearLine).append("\x1b[?25h");
     return text;
 }
@@ -148,20 +161,19 @@ void HostScreen::appendUnits(std::string& text, std::size_t rows, std::size_t co
     const Columns layout(columns);
     const std::size_t count = model_ != nullptr ? model_->units().size() : 0;
     const bool isPaged = rows < count;
-    const std::size_t first = isPaged ? firstUnit_ : 0;
+    // The last page is a full one, too.
+    const std::size_t first = isPaged ? std::min(firstUnit_, count - (rows - 1)) : 0;
     for (std::size_t i = 0; i < rows; ++i) {
         const std::size_t place = first + i;
         if (count == 0)
             text.append(padded("no units yet", columns));
         else if (isPaged && i + 1 == rows)
             text.append(padded(concat("units ", Str(static_cast<Integer>(first + 1)), " to ",
-                                      Str(static_cast<Integer>(std::min(place, count))), " of ",
+                                      Str(static_cast<Integer>(place)), " of ",
                                       Str(static_cast<Integer>(count)), "; type units for the next page"),
                                columns));
-        else if (place < count)
-            text.append(padded(unitRow(layout, *model_->units()[place]), columns));
         else
-            text.append(columns, ' ');
+            text.append(padded(unitRow(layout, *model_->units()[place]), columns));
         text.append(kNextLine);
     }
 }

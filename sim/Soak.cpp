@@ -304,11 +304,12 @@ String Soak::verdict() const {
 const CommandUsage& soakUsage() {
     static const CommandUsage kUsage{
         "soak",
-        "Runs the demo's mesh at high speed through phases of mishaps: a gateway that sends\n"
-        "pieces, junk or nothing, or hangs up; a host that reads nothing, or hangs up; a driver\n"
-        "that is killed and started again. It ends with a verdict; the exit status is 1 when a\n"
-        "value or a command was lost that was not in flight at a driver's end, when the driver\n"
-        "ended by itself, or when memory or open files grew.",
+        "Runs the demo's mesh at high speed through phases of mishaps: a gateway that\n"
+        "sends pieces, junk or nothing, or hangs up; a host that reads nothing, or hangs\n"
+        "up; a driver that is killed and started again. It ends with a verdict; the exit\n"
+        "status is 1 when a value or a command was lost that was not in flight at a\n"
+        "driver's end, when the driver ended by itself, or when memory or open files\n"
+        "grew.",
         {{"for", "SECONDS",
           "how long, 300 by default; every mishap has its turn at\n"
           "least once, the silences in a run of a minute or more"},
