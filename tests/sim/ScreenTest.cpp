@@ -115,6 +115,8 @@ TEST(DemoScreen, StaysInOrderOnEverySize) {
            "\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\nnode 11 evil\x1b[2J\x9b\xe0\x80\x9b\n"
            "text 1 VAR1 \x1b]0;t\x07\nsensor 2 HUM 1 9\nsensor 3 WATTS 1 9\ntext 4 VAR1 -last-\n";
     Terminal terminal("stty -g; " HEARTHIX_SIM " demo --mesh " + mesh + "; echo $?; stty -g");
+    EXPECT_TRUE(terminal.hearFrame());
+    std::filesystem::remove(mesh);
     const std::vector<std::wstring>& rows = terminal.rows;
     const struct {
         unsigned short columns, rows;
@@ -145,7 +147,6 @@ TEST(DemoScreen, StaysInOrderOnEverySize) {
     const std::wstring settings = terminal.outside.substr(0, terminal.outside.find('\n') + 1);
     EXPECT_TRUE(terminal.outside.ends_with(L"Nothing was lost.\r\n0\r\n" + settings)) << terminal.outside;
     EXPECT_EQ(terminal.modes, (std::map<std::wstring, bool>{{L"1049", false}, {L"25", true}, {L"7", true}}));
-    std::filesystem::remove(mesh);
 }
 
 } // namespace
