@@ -40,7 +40,7 @@ public:
     void Remove(std::int64_t index) {
         check(index - 1);
         check(index);
-        content_.erase(content_.begin() + (index - 1));
+        content_.erase(content_.begin() + static_cast<std::ptrdiff_t>(index - 1));
     }
     void Resize(std::int64_t lastIndex) {
         content_.resize(static_cast<std::size_t>(lastIndex > 0 ? lastIndex : 0));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -59,9 +60,11 @@ std::unique_ptr<FileBuffer> FileBuffer::open(const String& path, bool writable) 
     if (descriptor < 0)
         return nullptr;
     struct stat status {};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+    // A machine of 32 bits can't address every size.
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
+        !std::in_range<std::ptrdiff_t>(status.st_size)) {
         ::close(descriptor);
-        errno = EINVAL;
+        errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
         return nullptr;
     }
     return std::unique_ptr<FileBuffer>(new FileBuffer(descriptor, static_cast<std::size_t>(status.st_size)));

@@ -13,7 +13,7 @@ namespace hearthix {
 
 MemoryBlock::MemoryBlock(Integer size) {
     // What no machine can hold is refused before it is tried.
-    constexpr Integer kLargest = Integer{1} << 40U;
+    constexpr Integer kLargest = std::min<Integer>(Integer{1} << 40U, PTRDIFF_MAX / 2);
     if (size < 0 || size > kLargest)
         raiseNilObject();
     try {

@@ -17,7 +17,9 @@ struct String::Block {
     char* bytes() noexcept { return reinterpret_cast<char*>(this + 1); }
 
     static Block* create(std::size_t capacity) {
-        if (capacity > (SIZE_MAX >> 9U) - sizeof(Block))
+        // What the size's field holds and what a machine can address, whose half leaves room to double it.
+        constexpr std::uint64_t kLargest = std::min<std::uint64_t>(kSizeMask, SIZE_MAX) / 2;
+        if (capacity > kLargest - sizeof(Block))
             throw std::bad_alloc();
         void* memory = ::operator new(sizeof(Block) + capacity);
         return new (memory) Block{1, capacity, 0};

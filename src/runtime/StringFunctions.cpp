@@ -8,7 +8,8 @@ namespace hearthix {
 namespace {
 
 std::size_t clampCount(Integer count) {
-    return count <= 0 ? 0 : static_cast<std::size_t>(count);
+    const auto wide = static_cast<std::uint64_t>(std::max<Integer>(count, 0));
+    return static_cast<std::size_t>(std::min<std::uint64_t>(wide, SIZE_MAX)); // which has 32 bits in places
 }
 
 constexpr char lowered(char letter) {
