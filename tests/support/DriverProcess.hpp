@@ -19,7 +19,7 @@ struct Ending {
 };
 
 // Whether the driver is one from outside, such as an emulator with another machine's: its memory and its open
-// files are then not only the driver's.
+// files are then not only the driver's, and it is slow.
 bool isForeignDriver();
 
 class Program {
