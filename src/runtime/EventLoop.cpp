@@ -77,16 +77,14 @@ std::int64_t EventLoop::nextDue(std::int64_t deadline) const {
 }
 
 void EventLoop::pass(std::int64_t deadline) {
+    flushAll();
     std::erase(sources_, nullptr);
     std::erase(timers_, nullptr);
-    flushAll();
 
     // A handler may run the loop again, so each pass has a list of its own.
     Watch watch;
     bool hasNews = false;
     for (EventSource* source : sources_) {
-        if (source == nullptr)
-            continue;
         const int events = (source->wantsRead() ? POLLIN : 0) | (source->wantsWrite() ? POLLOUT : 0);
         watch.descriptors.push_back({source->descriptor(), static_cast<short>(events), 0});
         watch.sources.push_back(source);

@@ -111,8 +111,6 @@ void FileBuffer::flush() {
 }
 
 bool FileBuffer::close() {
-    if (descriptor_ < 0)
-        return !failed_;
     flush();
     if (changed_ && fsync(descriptor_) != 0)
         failed_ = true;
