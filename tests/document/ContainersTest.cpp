@@ -29,6 +29,8 @@ TEST_F(Containers, AreFoundByNameAndPosition) {
     EXPECT_EQ(root->GetContainerCount("A") * 10 + root->GetContainerCount(""), 20);
     EXPECT_EQ(root->containersNamed("A").size(), 2U);
     EXPECT_TRUE(CXML().GetContainer("a", 0).isNil());
+    for (const std::int64_t index : {-1, 4})
+        EXPECT_THROW(root->Containers[index], OutOfBoundsException) << index;
 }
 
 TEST_F(Containers, AreReplacedAndRemoved) {
@@ -78,8 +80,7 @@ TEST_F(Containers, AreDumpedForPeople) {
 }
 
 TEST_F(Containers, BlocksAreMadeMergedAndMeasured) {
-    EXPECT_TRUE(root->NewBinaryBlock(3, "")->LittleEndian);
-    EXPECT_TRUE(root->NewBinaryBlock(3, "x")->LittleEndian);
+    EXPECT_TRUE(root->NewBinaryBlock(3, "")->LittleEndian && root->NewBinaryBlock(3, "x")->LittleEndian);
     EXPECT_FALSE(root->NewBinaryBlock(3, "b")->LittleEndian);
     EXPECT_THROW(root->NewBinaryBlock(-1, "L"), NilObjectException);
     std::vector<Ref<MemoryBlock>> blocks{root->NewBinaryBlock(3, "L")};

@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <sys/resource.h>
 
 namespace hearthix::testing {
 
@@ -42,6 +45,21 @@ inline std::string calls;
 inline bool failSync = false;
 inline bool failExchange = false;
 inline std::size_t largestAllocation = 0;
+
+// A limit of the system's that is lower while this lives.
+class Lowered {
+public:
+    Lowered(__rlimit_resource limit, rlim_t value) : limit_(limit) {
+        getrlimit(limit, &before_);
+        const rlimit lowered{std::min(value, before_.rlim_max), before_.rlim_max};
+        setrlimit(limit, &lowered);
+    }
+    ~Lowered() { setrlimit(limit_, &before_); }
+
+private:
+    __rlimit_resource limit_;
+    rlimit before_{};
+};
 
 // A clean log, a sound system, and a folder that goes with the test.
 class DocumentTest : public ::testing::Test {

@@ -28,14 +28,7 @@ protected:
     // What has been sent to the host since the last call.
     test::Packets sent() {
         HearthixSupport::HearthixSocket->Flush();
-        const std::string bytes = host_.take();
-        test::Packets packets;
-        for (std::size_t at = 0; at < bytes.size();) {
-            const std::size_t length = test::packetLength(std::string_view(bytes).substr(at));
-            packets.push_back({bytes.substr(at, length)});
-            at = length == 0 ? bytes.size() : at + length;
-        }
-        return packets;
+        return test::packetsIn(host_.take());
     }
 
     Peer host_;

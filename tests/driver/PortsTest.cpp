@@ -1,5 +1,6 @@
 #include "ports/cIPStreamAbstractor.hpp"
 #include "ports/cSerialPortAbstractor.hpp"
+#include "runtime/ListeningSocket.hpp"
 #include "tests/driver/Driver.hpp"
 
 #include <pty.h>
@@ -7,16 +8,29 @@
 namespace hearthix {
 namespace {
 
-class PortsTest : public DriverTest {};
+class PortsTest : public DriverTest {
+protected:
+    static Ref<cIPStreamAbstractor> connect(Peer& gateway) {
+        ListeningSocket listener;
+        EXPECT_TRUE(listener.Listen("127.0.0.1", 0));
+        listener.accepted = [&](int descriptor) { gateway.descriptor = descriptor; };
+        auto port = Ref<cIPStreamAbstractor>::make("127.0.0.1", listener.Port(), [] {});
+        EXPECT_TRUE(serveUntil([&] { return gateway.descriptor >= 0; }));
+        gateway.close();
+        gateway.pairWith(*port); // whose bytes cross at once
+        return port;
+    }
+};
 
 TEST_F(PortsTest, AStreamPortTellsWhatItDrops) {
-    ListeningSocket listener;
-    ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
     Peer gateway;
-    listener.accepted = [&](int descriptor) { gateway.descriptor = descriptor; };
-    const auto port = Ref<cIPStreamAbstractor>::make("127.0.0.1", listener.Port(), [] {});
-    EXPECT_TRUE(serveUntil([&] { return gateway.descriptor >= 0; }));
+    const auto port = connect(gateway);
     EXPECT_TRUE(port->IsConnected() && port->InitialFlush);
+    port->PortSendData("a");
+    port->PortPoll();
+    port->PortSendData("b");
+    port->PortXmitWait();
+    EXPECT_EQ(gateway.take(), "ab");
     gateway.send("early");
     EXPECT_THROW(serveUntil([] { return false; }), NilObjectException); // nobody to give it to
     Globals::DebugMode = true;
@@ -36,16 +50,11 @@ TEST_F(PortsTest, ABacklogComesInPortionsAndWholeAheadOfTheFailure) {
         std::vector<std::size_t> sizes;
     };
     for (const bool failsEarly : {false, true}) {
-        ListeningSocket listener;
-        ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
         Peer gateway;
-        listener.accepted = [&](int descriptor) { gateway.descriptor = descriptor; };
-        const auto port = Ref<cIPStreamAbstractor>::make("127.0.0.1", listener.Port(), [] {});
-        ASSERT_TRUE(serveUntil([&] { return gateway.descriptor >= 0; }));
+        const auto port = connect(gateway);
         const auto receiver = Ref<Portions>::make();
         port->PortSetParent(receiver);
         const std::string bytes(3 * iAbstractPort::kPortion, 'x');
-        gateway.pairWith(*port);
         ASSERT_EQ(gateway.send(bytes), bytes.size());
         if (failsEarly) // the failure is known ahead of the read
             port->PortSendData(String(std::string(StreamDevice::kSendCeiling + 1, 'x')));
@@ -66,7 +75,12 @@ TEST_F(PortsTest, ASerialPortOpensAgain) {
     const auto port = Ref<cSerialPortAbstractor>::make(path);
     EXPECT_TRUE(port->DataTerminalReady && !Globals::DoQuit);
     Globals::DebugMode = true;
-    port->PortFlush(); // reads nothing
+    port->PortFlush();       // reads nothing
+    port->PortSendData("a"); // and waits for that
+    port->PortPoll();
+    port->PortXmitWait();
+    char sentByte = 0;
+    EXPECT_EQ(read(master, &sentByte, 1) + sentByte, 1 + 'a');
     EXPECT_EQ(sent(), (test::Packets{test::log("port flush empty", 4)}));
     port->PortClear();
     EXPECT_TRUE(port->Parent.isNil() && port->PortOpen());

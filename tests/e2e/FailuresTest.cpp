@@ -1,10 +1,16 @@
 // What ends the process with a stack dump, and what keeps it turning for ever: both are the rules of the
-// link, and a host has to know them.
+// link, and a host has to know them. And the two ways around a gateway that greets at once.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <thread>
+
+#include <unistd.h>
 
 namespace hearthix::test {
 
@@ -36,27 +42,21 @@ TEST(StackDump, AnswersTheBatteryOfAnUnknownNodesChild) {
     EXPECT_EQ(talk.host.untilEnd(), Packets{log("creating child object at Address: 0703")});
 }
 
-TEST(StackDump, AnswersAGatewayThatRefusesOrHasNoAddress) {
-    for (const std::string& address : {std::string("127.0.0.1"), std::string(70, 'x')}) {
-        FakeHost host;
-        std::vector<std::string> arguments = FakeGateway(Transport::tcp).arguments(host.port(), "id");
-        arguments[4] = address; // nobody listens any more
-        DriverProcess driver(arguments);
-        EXPECT_EQ(host.accept(), "id");
-        expectStackDump(driver, address);
-        EXPECT_EQ(host.untilEnd(), Packets{});
-    }
-}
-
-TEST(StackDump, AnswersAGatewayThatTalksOrLeavesAtOnce) {
-    for (const std::string greeting : {"0;255;3;0;14;Gateway startup complete.\n", ""}) {
+TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
+    for (const std::string how : {"refuses", "has no address", "talks", "leaves"}) {
         FakeHost host;
         FakeGateway gateway(Transport::tcp);
-        DriverProcess driver(gateway.arguments(host.port()));
-        host.accept();
-        gateway.accept();
-        greeting.empty() ? gateway.close() : gateway.say(greeting);
-        expectStackDump(driver, greeting);
+        std::vector<std::string> arguments = gateway.arguments(host.port(), "id");
+        if (how == "refuses")
+            gateway.stopListening();
+        if (how == "has no address")
+            arguments[4] = std::string(70, 'x');
+        DriverProcess driver(arguments);
+        EXPECT_EQ(host.accept(), "id");
+        if (how == "talks" || how == "leaves")
+            gateway.accept();
+        how == "talks" ? gateway.say("0;255;3;0;14;Gateway startup complete.\n") : gateway.close();
+        expectStackDump(driver, how);
         EXPECT_EQ(host.untilEnd(), Packets{});
     }
 }
@@ -96,6 +96,48 @@ TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
             EXPECT_FALSE(talk.host.hasNews(std::chrono::milliseconds(100))) << c.name;
         else
             EXPECT_TRUE(readable(talk.host.next()).starts_with(c.flood)) << c.name;
+    }
+}
+
+// By the system's list: a connection would be passed on.
+bool isListening(const std::string& port) {
+    char entry[32];
+    std::snprintf(entry, sizeof entry, ":%04X 00000000:0000 0A", static_cast<unsigned>(std::stoi(port)));
+    std::ifstream sockets("/proc/net/tcp");
+    return std::string(std::istreambuf_iterator<char>(sockets), {}).find(entry) != std::string::npos;
+}
+
+bool waitFor(const std::function<bool()>& condition) {
+    for (int i = 0; i < 200 && !condition(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    return condition();
+}
+
+// Greets at once, and obeys: both must come through.
+TEST(GreetingGateway, WorksBehindTheRelayAndAsAPseudoTerminal) {
+    for (const bool terminal : {false, true}) {
+        FakeHost host;
+        Listener gateway;
+        const std::string port = Listener().port(); // free again
+        const auto link = std::filesystem::temp_directory_path() / ("greeting-" + std::to_string(getpid()));
+        std::vector<std::string> relayed{HEARTHIX_RELAY, port, "127.0.0.1", gateway.port()};
+        std::vector<std::string> driven{"IP", "127.0.0.1", host.port(), "7", "127.0.0.1", port};
+        if (terminal) {
+            relayed = {"socat", "PTY,link=" + link.string() + ",raw,echo=0,wait-slave",
+                       "TCP:127.0.0.1:" + gateway.port()};
+            driven = {link, "127.0.0.1", host.port(), "7"};
+        }
+        const Program relay(relayed);
+        if (!waitFor([&] { return terminal ? exists(link) : isListening(port); }))
+            GTEST_SKIP() << "socat is not installed";
+        const DriverProcess driver(driven);
+        Stream talk = gateway.accept();
+        talk.say("0;255;3;0;14;Gateway startup complete.\n0;255;0;0;18;2.3.2\n");
+        host.accept();
+        EXPECT_EQ(host.until(log("Gateway Ready: Gateway startup complete.")), Packets{readyText()});
+        EXPECT_EQ(host.next(), log("presentation packet from node: 00FF (2.3.2)"));
+        host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}));
+        EXPECT_EQ(talk.hearUntil("\n"), "10;3;1;0;2;1");
     }
 }
 

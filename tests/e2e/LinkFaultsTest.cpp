@@ -1,4 +1,4 @@
-// Links that break at any byte, that stall, and a system that has no more files to give.
+// Links that break at any byte, that stall, that can't be had, or that carry much at once.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 #include <thread>
 
 #include <sys/socket.h>
+#include <termios.h>
 
 namespace hearthix::test {
 
@@ -55,15 +56,14 @@ TEST(BrokenLink, OfTheHostInTheOpeningLineEndsTheDriver) {
     const std::string opening = "MYSENSORS:7\r";
     allAtOnce(std::vector<std::size_t>{0, 1, 11, 12}, [&opening](std::size_t bytes) {
         Listener host;
-        FakeGateway gateway(Transport::tcp);
+        const FakeGateway gateway(Transport::tcp);
         DriverProcess driver(gateway.arguments(host.port()));
         Stream link = host.accept();
         EXPECT_EQ(link.hear(bytes), opening.substr(0, bytes));
         link.reset();
-        const Ending ending = driver.end();
         // Within the first milliseconds it counts as a host that never answered.
-        EXPECT_EQ(std::tuple(ending.status, ending.output.substr(0, kPipeError.size())),
-                  std::tuple(0, kPipeError));
+        const Ending ending = driver.end();
+        EXPECT_TRUE(ending.status == 0 && ending.output.starts_with(kPipeError)) << ending.output;
     });
 }
 
@@ -180,10 +180,90 @@ TEST(NoMoreFiles, IsAFailureToConnect) {
         const Ending ending = driver.end();
         EXPECT_EQ(ending.status, isSerial ? 0 : 1);
         EXPECT_EQ(ending.output.substr(0, 19), isSerial ? "" : "stack trace begin\n\n");
-        EXPECT_EQ(ending.errors.find(isSerial ? "Too many open files" : "NilObjectException") ==
-                      std::string::npos,
-                  false);
+        const char* words = isSerial ? "Too many open files" : "NilObjectException";
+        EXPECT_NE(ending.errors.find(words), std::string::npos) << ending.errors;
     }
+}
+
+TEST(SerialLine, IsRawAt115200Baud8N1) {
+    const Conversation talk(Transport::serial);
+    termios settings{};
+    ASSERT_EQ(tcgetattr(talk.gateway.descriptor(), &settings), 0);
+    EXPECT_EQ(cfgetospeed(&settings), speed_t{B115200});
+    EXPECT_EQ(settings.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS), tcflag_t{CS8});
+    EXPECT_EQ(settings.c_lflag & (ECHO | ICANON | ISIG | IEXTEN), tcflag_t{0});
+    EXPECT_EQ(settings.c_oflag & OPOST, tcflag_t{0});
+    EXPECT_EQ(settings.c_iflag & (IXON | IXOFF | ICRNL | INLCR | IGNCR | ISTRIP), tcflag_t{0});
+}
+
+TEST(SerialLine, ThatCannotBeHadEndsTheDriver) {
+    const Conversation owner(Transport::serial);
+    const std::string unknown = "mySensors: unable to find a serial port named: ";
+    for (const auto& [device, words] :
+         {std::pair<std::string, std::string>{"no such port", unknown},
+          {owner.gateway.device(), "mySensors: unable to open the port named: "}}) {
+        FakeHost host;
+        DriverProcess driver({device, "127.0.0.1", host.port(), "7"});
+        host.accept();
+        EXPECT_EQ(host.untilEnd(), Packets{log(words + device, 4)}); // and no ready text
+        const Ending ending = driver.end();
+        EXPECT_EQ(ending.status, 0) << device;
+        EXPECT_EQ(ending.output, "") << device;
+    }
+}
+
+constexpr int kMany = 100'000;
+
+TEST(Load, AHostThatReadsLateMissesNothing) {
+    Conversation talk(Transport::tcp, {}, 4096);
+    talk.gatewaySays("10;3;1;0;0;first\n");
+    std::string lines;
+    for (int i = 0; i < kMany; ++i)
+        lines += "10;3;1;0;0;" + std::to_string(i) + "\n";
+    [[maybe_unused]] const std::size_t before = talk.driver.residentBytes();
+    for (int turn = 0; turn < 2; ++turn) {
+        talk.gateway.say(lines + "12;255;3;0;6;\n");
+        EXPECT_EQ(talk.gateway.hearUntil("\n"), "12;255;3;0;6;I"); // the gateway is served all the while
+        for (int i = 0; i < kMany; ++i)
+            ASSERT_EQ(talk.host.next(), setValue("0A03.TEMP", std::to_string(i)));
+        EXPECT_EQ(talk.host.next(), log("sending config to node: 12;255;3;0;6;I"));
+    }
+    EXPECT_EQ(talk.gatewaySays("").host, Packets{});
+#ifndef __SANITIZE_ADDRESS__
+    // What waited, some 7 MiB, is not kept.
+    EXPECT_TRUE(isForeignDriver() || talk.driver.residentBytes() < before + (std::size_t{3} << 20));
+#endif
+}
+
+// On the stack that a process gets by default. Never more is in flight than the sockets hold.
+TEST(Load, AMillionCommandsOneWriteEach) {
+#ifdef __SANITIZE_ADDRESS__
+    constexpr int kCommands = 20'000;
+#else
+    const int kCommands = isForeignDriver() ? 20'000 : 1'000'000;
+#endif
+    constexpr int kInFlight = 2000;
+    Conversation talk(Transport::tcp, {"prlimit", "--stack=8388608"});
+    talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.TEMP"}}));
+    for (int i = 0; i < kCommands + kInFlight; ++i) {
+        if (i % 10'000 == 0)
+            talk.gateway.say("5;255;3;0;4;\n"); // a sign of life
+        if (i < kCommands)
+            talk.host.say(
+                multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.TEMP"}, {"Valu", std::to_string(i)}}));
+        if (i < kInFlight)
+            continue;
+        const std::string value = std::to_string(i - kInFlight);
+        ASSERT_EQ(talk.host.next(), log("outgoing command (10;3;1;0;0;" + value + ")"));
+    }
+    // A command that comes while another one is being logged overtakes it on the way to the gateway.
+    std::vector<bool> missing(static_cast<std::size_t>(kCommands), true);
+    for (int i = 0; i < kCommands; ++i) {
+        const auto number = static_cast<std::size_t>(std::stoi(talk.gateway.hearUntil("\n").substr(11)));
+        ASSERT_TRUE(missing.at(number));
+        missing[number] = false;
+    }
+    EXPECT_EQ(talk.hostSends(""), Effects{});
 }
 
 } // namespace

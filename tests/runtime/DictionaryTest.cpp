@@ -1,5 +1,7 @@
 #include "runtime/Dictionary.hpp"
 
+#include "runtime/MemoryBlock.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cctype>
@@ -18,18 +20,20 @@ TEST(Dictionary, MatchesStringKeysWithoutCaseAndKeepsOtherKindsApart) {
             table.SetValue(1000 + i, i);
         const auto object = Ref<Dictionary>::make();
         using Pair = std::pair<Variant, Variant>;
-        for (const auto& [key, value] : {Pair("mcmd", object), Pair("MCMD", 1), Pair(21, 2), Pair("21", 3),
-                                         Pair(true, 4), Pair("real", 5.5)})
+        for (const auto& [key, value] :
+             {Pair("mcmd", object), Pair("MCMD", 1), Pair(21, 2), Pair("21", 3), Pair(true, 4),
+              Pair(Variant(), 5), Pair(5.5, 6), Pair(object, 7), Pair("real", 8.5)})
             table.SetValue(key, value);
-        EXPECT_EQ(object->referenceCount(), 1U); // replaced
-        EXPECT_EQ(table.Count(), others + 5);
+        EXPECT_EQ(object->referenceCount(), 2U); // as a key, and replaced as a value
+        EXPECT_TRUE(Variant(object).objectAs<MemoryBlock>() == nullptr && Variant(1).asString().empty());
+        EXPECT_EQ(table.Count(), others + 8);
         EXPECT_EQ(table.Key(others).asString().view(), "mcmd");
         Array<Integer> values;
-        for (const Variant& key :
-             {Variant("McMd"), Variant(21), Variant("21"), Variant(true), Variant("REAL")})
+        for (const Variant& key : {Variant("McMd"), Variant(21), Variant("21"), Variant(true), Variant(),
+                                   Variant(5.5), Variant(object), Variant("REAL")})
             values.Append(table.Value(key).toInteger());
-        EXPECT_EQ(std::vector(values.begin(), values.end()), (std::vector<Integer>{1, 2, 3, 4, 5}));
-        EXPECT_FALSE(table.HasKey(1) || table.HasKey("") || table.HasKey(Variant()));
+        EXPECT_EQ(std::vector(values.begin(), values.end()), (std::vector<Integer>{1, 2, 3, 4, 5, 6, 7, 8}));
+        EXPECT_FALSE(table.HasKey(1) || table.HasKey("") || table.HasKey(false) || table.HasKey(5.0));
         table.Remove("mCMD");
         EXPECT_THROW(table.Remove("mcmd"), KeyNotFoundException);
         EXPECT_THROW(table.Value("mcmd"), KeyNotFoundException);

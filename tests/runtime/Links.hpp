@@ -2,7 +2,6 @@
 #pragma once
 
 #include "runtime/ConsoleApplication.hpp"
-#include "runtime/ListeningSocket.hpp"
 #include "runtime/TCPSocket.hpp"
 
 #include <gtest/gtest.h>
@@ -78,17 +77,6 @@ struct Link {
     Peer far;
 
     Link() { far.pairWith(*near); }
-    // Another connection in place of this one, over loopback.
-    void connect(const String& address) {
-        ListeningSocket listener;
-        EXPECT_TRUE(listener.Listen("127.0.0.1", 0));
-        listener.accepted = [this](int descriptor) { far.descriptor = descriptor; };
-        far.close();
-        near->Address = address;
-        near->Port = listener.Port();
-        near->Connect();
-        EXPECT_TRUE(serveUntil([this] { return near->IsConnected() && far.descriptor >= 0; }));
-    }
 };
 
 } // namespace hearthix

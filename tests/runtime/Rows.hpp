@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fstream>
 #include <initializer_list>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace hearthix {
 
@@ -23,6 +26,34 @@ inline std::string bytesOf(std::string digits) {
     std::string bytes;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
         bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+// The fenced blocks of a page: what stands behind the fence, and the lines between.
+struct Block {
+    std::string kind;
+    std::string text;
+};
+inline std::vector<Block> blocksOf(const std::string& path) {
+    std::vector<Block> blocks;
+    std::ifstream page(path);
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("```"))
+            inside = !inside;
+        if (line.starts_with("```") && inside)
+            blocks.push_back({line.substr(3), ""});
+        else if (inside)
+            blocks.back().text += line + "\n";
+    }
+    return blocks;
+}
+// Of lines that tell bytes, two blanks, and what the bytes mean.
+inline std::string bytesOfLines(const std::string& text) {
+    std::string bytes;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        bytes += bytesOf(line.substr(0, line.find("  ")));
     return bytes;
 }
 

@@ -3,12 +3,19 @@
 #include "runtime/Exceptions.hpp"
 #include "runtime/FolderItem.hpp"
 #include "runtime/MemoryBlock.hpp"
+#include "runtime/StringFunctions.hpp"
 
 #include <cerrno>
 #include <filesystem>
 #include <string>
 
 namespace hearthix {
+
+// Not in the unnamed namespace and not cloned: only exported symbols have names in a stack.
+[[gnu::noipa]] Integer functionThatFails(const Ref<MemoryBlock>& block) {
+    return block->Size() + 1;
+}
+
 namespace {
 
 using namespace std::string_view_literals;
@@ -16,15 +23,34 @@ using namespace std::string_view_literals;
 TEST(MemoryBlock, RefusesBytesOutsideAndYieldsWhatIsThere) {
     const String text(std::string(30, 'a'));
     MemoryBlock block(text);
-    for (const Integer offset : {Integer{-1}, Integer{29}, INT64_MIN, INT64_MAX})
+    for (const Integer offset : {Integer{-1}, Integer{29}, INT64_MIN, INT64_MAX}) {
         EXPECT_THROW(block.setUInt16Value(offset, 1), OutOfBoundsException) << offset;
+        EXPECT_THROW(block.UInt16Value(offset), OutOfBoundsException) << offset;
+    }
     for (const Integer size : {Integer{-1}, INT64_MAX})
         EXPECT_THROW(MemoryBlock{size}, NilObjectException);
+    block.setDoubleValue(3, -1.5);
+    EXPECT_EQ(block.DoubleValue(3), -1.5);
+    block.setByte(4, 0xFE);
+    block.LittleEndian = false;
+    EXPECT_EQ(block.Byte(4) + block.UInt16Value(4), 0xFE + 0xFE00);
     block.overwrite(32, "xy");
     block.overwrite(29, "bc");
     EXPECT_EQ(text.view(), std::string(30, 'a')); // what it was made of stays
     expectRows({Row{block.StringValue(28, 99), "abc\0xy"sv}, Row{block.StringValue(99, 1), ""},
                 Row{block.StringValue(-1, 1), ""}});
+}
+
+TEST(Exceptions, NameTheCallsUnderWay) {
+    try {
+        functionThatFails(nullptr);
+        FAIL();
+    } catch (const NilObjectException& error) {
+        const String stack = Join(error.Stack(), "\n");
+        EXPECT_GT(InStr(1, stack, "hearthix::functionThatFails("), 0) << stack.view();
+        EXPECT_GT(InStr(1, stack, " + 0x"), 0);
+    }
+    EXPECT_STREQ(RuntimeException().what(), "RuntimeException");
 }
 
 class StreamTest : public testing::Test {

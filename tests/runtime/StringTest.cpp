@@ -38,7 +38,7 @@ TEST(String, JoinsTags) {
          {std::tuple(utf8, utf8, 1), std::tuple(utf8, none, 0), std::tuple(none, utf8, 0),
           std::tuple(latin1, utf8, 0), std::tuple(empty, utf8, 1), std::tuple(latin1, empty, 2)}) {
         String text = left;
-        EXPECT_EQ(static_cast<int>((left + right).encoding()), want) << left.view() << "+" << right.view();
+        EXPECT_EQ(static_cast<int>(Encoding(left + right)), want) << left.view() << "+" << right.view();
         EXPECT_EQ(static_cast<int>((text += right).encoding()), want) << left.view() << "+" << right.view();
     }
 }

@@ -4,10 +4,94 @@
 #pragma once
 
 #include "tests/support/DriverProcess.hpp"
-#include "tests/support/FakeGateway.hpp"
-#include "tests/support/FakeHost.hpp"
+#include "tests/support/Packets.hpp"
+#include "tests/support/Stream.hpp"
+
+#include <cstdlib>
+#include <stdexcept>
+#include <vector>
+
+#include <fcntl.h>
 
 namespace hearthix::test {
+
+// Hearthix as the driver sees it: a listener on a port of the system's choice, then one connection on which
+// packets go both ways.
+class FakeHost : public Stream {
+public:
+    explicit FakeHost(int receiveBuffer = 0) : listener_(receiveBuffer) {}
+    std::string port() const { return listener_.port(); }
+
+    // Waits for the driver and returns the connection ID of its opening line.
+    std::string accept() {
+        static_cast<Stream&>(*this) = listener_.accept();
+        const std::string line = hearUntil("\r");
+        if (!line.starts_with("MYSENSORS:"))
+            throw std::runtime_error("no opening line: " + readable(line));
+        return line.substr(10);
+    }
+
+    Packet next() {
+        std::size_t length = 0;
+        while ((length = packetLength(pending())) == 0 || pending().size() < length)
+            await();
+        return {hear(length)};
+    }
+
+    // All packets up to this one, without it.
+    Packets until(const Packet& last) {
+        Packets packets;
+        for (Packet packet = next(); packet != last; packet = next())
+            packets.push_back(std::move(packet));
+        return packets;
+    }
+
+    Packets untilEnd() { return packetsIn(hearToEnd()); }
+    void stopListening() { listener_.close(); }
+
+private:
+    Listener listener_;
+};
+
+// A MySensors gateway as the driver sees it: on a TCP port of the system's choice, or on a pseudo-terminal
+// with the kernel's own line discipline in between.
+enum class Transport { tcp, serial };
+
+class FakeGateway : public Stream {
+public:
+    explicit FakeGateway(Transport transport) {
+        if (transport == Transport::tcp)
+            return;
+        Descriptor ours(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+        char name[128];
+        if (grantpt(ours.get()) != 0 || unlockpt(ours.get()) != 0 ||
+            ptsname_r(ours.get(), name, sizeof name) != 0)
+            throw std::runtime_error("no pseudo-terminal");
+        device_ = name;
+        static_cast<Stream&>(*this) = Stream(std::move(ours));
+    }
+
+    // The command line that leads a driver here.
+    std::vector<std::string> arguments(const std::string& hostPort, const std::string& id = "7") const {
+        if (device_.empty())
+            return {"IP", "127.0.0.1", hostPort, id, "127.0.0.1", listener_.port()};
+        return {device_, "127.0.0.1", hostPort, id};
+    }
+
+    // Waits for the driver; a terminal is there from the start.
+    void accept() {
+        if (device_.empty())
+            static_cast<Stream&>(*this) = listener_.accept();
+    }
+
+    void stopListening() { listener_.close(); }
+    std::string port() const { return listener_.port(); }
+    const std::string& device() const { return device_; }
+
+private:
+    Listener listener_;
+    std::string device_;
+};
 
 struct Effects {
     Packets host;

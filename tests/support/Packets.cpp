@@ -27,8 +27,8 @@ std::string asCommon(char header, std::string body) {
     return std::string{header, static_cast<char>(body.size() + 2)} + body;
 }
 
-std::string counted(const std::string& bytes, ByteOrder order) {
-    return number(bytes.size(), 4, order != ByteOrder::big) + bytes;
+std::string counted(const std::string& bytes) {
+    return number(bytes.size(), 4, true) + bytes;
 }
 
 } // namespace
@@ -92,6 +92,13 @@ std::size_t packetLength(std::string_view stream) {
     return byteAt(stream, 1) + (stream[0] == 'J' ? 256 * byteAt(stream, 2) : 0);
 }
 
+Packets packetsIn(std::string_view stream) {
+    Packets packets;
+    for (; !stream.empty(); stream.remove_prefix(packets.back().bytes.size()))
+        packets.push_back({std::string(stream.substr(0, packetLength(std::string(stream) + "\1\1")))});
+    return packets;
+}
+
 std::string readable(std::string_view bytes) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
@@ -114,12 +121,12 @@ void PrintTo(const Packet& packet, std::ostream* out) {
     *out << "\n    " << readable(packet);
 }
 
-std::string document(const Entries& values, const Entries& children, ByteOrder order) {
-    std::string bytes = "KbdbA" + std::string{static_cast<char>(order), ' ', ' '};
+std::string document(const Entries& values, const Entries& children) {
+    std::string bytes = "KbdbAL  ";
     for (const auto& [key, value] : values)
-        bytes += 'V' + counted(key, order) + counted(value, order);
+        bytes += 'V' + counted(key) + counted(value);
     for (const auto& [name, child] : children)
-        bytes += 'O' + counted(name, order) + child;
+        bytes += 'O' + counted(name) + child;
     return bytes + 'E';
 }
 
@@ -127,13 +134,13 @@ std::string unitsPacket(const std::string& document) {
     return multipacket({{"mcmd", "setUnits"}, {"DATA", document}});
 }
 
-std::string unitsPacket(const std::vector<std::string>& addresses, ByteOrder order) {
+std::string unitsPacket(const std::vector<std::string>& addresses) {
     const Entries foreign{{"Address", "F000.TEMP"}};
-    const Entries inner{{"unit", document(foreign, {}, order)}};
-    Entries children{{"scene", document(foreign, {}, order)}};
+    const Entries inner{{"unit", document(foreign, {})}};
+    Entries children{{"scene", document(foreign, {})}};
     for (const std::string& address : addresses)
-        children.emplace_back("unit", document({{"Name", "lamp"}, {"Address", address}}, inner, order));
-    return unitsPacket(document(foreign, children, order));
+        children.emplace_back("unit", document({{"Name", "lamp"}, {"Address", address}}, inner));
+    return unitsPacket(document(foreign, children));
 }
 
 } // namespace hearthix::test

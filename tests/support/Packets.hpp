@@ -40,16 +40,18 @@ Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable
 // The length of the packet at the start of a stream, or 0 while its header isn't all there.
 std::size_t packetLength(std::string_view stream);
 
+// All packets of a stream; one that is cut off counts as one.
+Packets packetsIn(std::string_view stream);
+
 std::string readable(std::string_view bytes);
 std::string readable(const Packet& packet);
 void PrintTo(const Packet& packet, std::ostream* out);
 
-// The host's documents: values, then named documents inside, in either byte order.
-enum class ByteOrder : char { little = 'L', big = 'B' };
-std::string document(const Entries& values, const Entries& children, ByteOrder order = ByteOrder::little);
+// The host's documents: values, then named documents inside.
+std::string document(const Entries& values, const Entries& children);
 
 // The answer to "getUnits": a document as it stands, or one with a unit an address and other things between.
 std::string unitsPacket(const std::string& document);
-std::string unitsPacket(const std::vector<std::string>& addresses, ByteOrder order = ByteOrder::little);
+std::string unitsPacket(const std::vector<std::string>& addresses);
 
 } // namespace hearthix::test
