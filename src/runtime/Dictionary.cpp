@@ -90,11 +90,20 @@ void Dictionary::SetValue(Variant key, Variant value) {
 }
 
 void Dictionary::SetValue(const String& key, const String& value) {
+    setText(key, value);
+}
+
+void Dictionary::SetValue(String&& key, String&& value) {
+    setText(std::move(key), std::move(value));
+}
+
+template <class Text>
+void Dictionary::setText(Text&& key, Text&& value) {
     const std::size_t i = locate(key.view());
     if (i == kMissing)
-        add(key, value);
+        add(std::forward<Text>(key), std::forward<Text>(value));
     else
-        entries_[i].value = value;
+        entries_[i].value = std::forward<Text>(value);
 }
 
 template <class AKey, class AValue>

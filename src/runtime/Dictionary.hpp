@@ -30,6 +30,7 @@ public:
     // Adds or replaces.
     void SetValue(Variant key, Variant value);
     void SetValue(const String& key, const String& value);
+    void SetValue(String&& key, String&& value);
     // Drops a key, at the cost of a walk over the table; raises KeyNotFoundException when it is missing.
     void Remove(const Variant& key);
     // The key at a position from 0; raises OutOfBoundsException when there is none.
@@ -65,6 +66,8 @@ private:
     std::size_t locate(const Wanted& key) const;
     template <class Wanted>
     const Variant* valueOf(const Wanted& key) const;
+    template <class Text>
+    void setText(Text&& key, Text&& value);
     template <class AKey, class AValue>
     void add(AKey&& key, AValue&& value);
     void makeRoom();
