@@ -73,10 +73,7 @@ void ListeningSocket::serve(bool readable, bool) {
         const int connection = accept4(descriptor_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (connection < 0)
             return pauseWhenShort(errno);
-        if (accepted)
-            accepted(connection);
-        else
-            ::close(connection);
+        accepted(connection);
     }
 }
 

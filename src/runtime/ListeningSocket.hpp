@@ -22,7 +22,8 @@ public:
     Integer Port() const noexcept { return port_; }
     const String& LastError() const noexcept { return lastError_; }
 
-    // Gets the descriptor of each new connection, non-blocking, to keep or to close.
+    // Gets the descriptor of each new connection, non-blocking, to keep or to close. Has to be set by the
+    // time that events run.
     std::function<void(int descriptor)> accepted;
 
 private:
