@@ -74,6 +74,7 @@ TEST(EventLoop, SourcesMayCloseThemselvesAndOneAnother) {
         link->far.send("x");
         link->far.close();
     }
+    serveUntil([&] { return one.near->events.size() + two.near->events.size() > 1; });
     ConsoleApplication::DoEvents(20);
     EXPECT_EQ(one.near->events + two.near->events, "de"); // whichever came first
     EXPECT_EQ(closing.near->events, "d");
