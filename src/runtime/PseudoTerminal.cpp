@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <string>
 #include <utility>
 
 #include <fcntl.h>
@@ -25,6 +26,15 @@ bool prepare(const char* path) {
     const bool done = tcsetattr(other, TCSANOW, &settings) == 0;
     ::close(other);
     return done;
+}
+
+// The system would keep it for the next opener.
+void discardUnread(const char* path) {
+    const int other = open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (other < 0)
+        return;
+    tcflush(other, TCIFLUSH);
+    ::close(other);
 }
 
 } // namespace
@@ -73,6 +83,7 @@ ssize_t PseudoTerminal::transmit(const char* bytes, std::size_t count) {
 }
 
 void PseudoTerminal::failed() {
+    discardUnread(std::string(path_.view()).c_str());
     watch_.setMode(Timer::kModeSingle);
     closed();
 }

@@ -2,7 +2,7 @@
 //
 // It outlives the programs that open it, one after the other. A pseudo-terminal doesn't tell when its other
 // end is opened, so while nobody has it open it is asked, twenty times a second. What is written then is
-// dropped, as on a cable that leads nowhere.
+// dropped, as on a cable that leads nowhere, and so is what an opener left unread.
 #pragma once
 
 #include "runtime/StreamDevice.hpp"
