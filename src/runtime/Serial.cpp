@@ -9,6 +9,8 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -39,18 +41,27 @@ bool configure(int descriptor, bool raiseDtr) {
     return true;
 }
 
+// By the system's fixed device numbers.
+bool isPseudoTerminal(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && major(status.st_rdev) >= 136 && major(status.st_rdev) <= 143;
+}
+
+// The terminal's own exclusive mode doesn't bind root, the file lock binds only who asks for it: both. But a
+// pseudo-terminal that its other end keeps alive keeps the mode, too, and would lock out the next driver.
+int claim(int descriptor) {
+    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+        return EBUSY;
+    return isPseudoTerminal(descriptor) || ioctl(descriptor, TIOCEXCL) == 0 ? 0 : errno;
+}
+
 // The descriptor, or the negated error number.
 int openExclusively(const std::string& path, bool raiseDtr) {
     const int descriptor = open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         return -errno;
-    // The terminal's own exclusive mode doesn't bind root, the file lock binds only who asks for it: both.
-    int error = 0;
-    if (isatty(descriptor) == 0)
-        error = ENOTTY;
-    else if (flock(descriptor, LOCK_EX | LOCK_NB) != 0)
-        error = EBUSY;
-    else if (ioctl(descriptor, TIOCEXCL) != 0 || !configure(descriptor, raiseDtr))
+    int error = isatty(descriptor) != 0 ? claim(descriptor) : ENOTTY;
+    if (error == 0 && !configure(descriptor, raiseDtr))
         error = errno;
     if (error == 0)
         return descriptor;

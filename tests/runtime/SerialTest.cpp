@@ -2,19 +2,24 @@
 
 #include "Links.hpp"
 #include "runtime/Clock.hpp"
+#include "runtime/PseudoTerminal.hpp"
 #include "runtime/StringFunctions.hpp"
 
 #include <cerrno>
 #include <string>
 
+#include <fcntl.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 
 namespace hearthix {
 namespace {
 
 struct NotedSerial : Serial {
     void Event_Error() override { events += 'e'; }
+    void Event_DataAvailable() override { received += ReadAll().view(); }
     std::string events;
+    std::string received;
 };
 
 // A pseudo-terminal: a device to open by its name, and the other end of it.
@@ -71,6 +76,32 @@ TEST_F(SerialTest, RefusesWhatItCannotOpen) {
                                               {"/no", EPERM, "give the user"},
                                               {"/no", ENOENT, "check the cable"}})
         EXPECT_GT(InStr(1, explainOpenFailure(path, error), remedy), 0) << remedy;
+}
+
+// Neither what the one before left unread nor its exclusive mode stays for the next one to open the line.
+TEST_F(SerialTest, FindsAPseudoTerminalAsNew) {
+    PseudoTerminal device;
+    bool isOpen = false;
+    device.opened = [&] { isOpen = true; };
+    device.arrived = [] {};
+    device.closed = [&] { isOpen = false; };
+    ASSERT_TRUE(device.Open());
+    serial_.SerialPort = System::SerialPort(device.path());
+    for (const std::string line : {"unread", "new"}) {
+        ASSERT_TRUE(serial_.Open());
+        ASSERT_TRUE(serveUntil([&] { return isOpen; }));
+        device.Write(line);
+        device.Flush();
+        EXPECT_TRUE(line == "unread" || serveUntil([&] { return serial_.received == line; }))
+            << serial_.received;
+        serial_.Close();
+        ASSERT_TRUE(serveUntil([&] { return !isOpen; }));
+    }
+    const int other = open(std::string(device.path().view()).c_str(), O_RDWR | O_NOCTTY);
+    int isExclusive = -1;
+    EXPECT_EQ(ioctl(other, TIOCGEXCL, &isExclusive), 0);
+    EXPECT_EQ(isExclusive, 0);
+    close(other);
 }
 
 // The one slow test: the ten seconds pass, and perhaps once more, as the system may make room late.
