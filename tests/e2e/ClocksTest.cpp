@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
+
+#include <unistd.h>
+
 namespace hearthix::test {
 
 namespace {
@@ -54,6 +59,41 @@ TEST(Watchdog, OnASerialLineStartsWithTheFirstByte) {
     const auto start = Clock::now();
     EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
     EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
+}
+
+// The real process on a wall clock that is set by hours: a file tells libfaketime how far it is off.
+TEST(WallClock, SetForwardCountsAsSilenceAndSetBackwardDoesNot) {
+    const std::string library = HEARTHIX_FAKETIME;
+    if (isForeignDriver() || access(library.c_str(), R_OK) != 0)
+        GTEST_SKIP() << "there is no libfaketime for this driver";
+    const std::string file = testing::TempDir() + "wall-clock." + std::to_string(getpid());
+    const auto setClock = [&file](const char* offset) { std::ofstream(file) << offset << '\n'; };
+    setClock("+0");
+    Conversation talk(Transport::tcp, {"env", "LD_PRELOAD=" + library, "FAKETIME_TIMESTAMP_FILE=" + file,
+                                       "FAKETIME_NO_CACHE=1", "FAKETIME_DONT_FAKE_MONOTONIC=1",
+                                       "ASAN_OPTIONS=verify_asan_link_order=0"});
+    const std::string half = "0;255;3;0;2;2.";
+    const Packet version = log("mySensors gateway reports version: 2.3");
+    const struct {
+        const char* offset;
+        Packets told;
+    } settings[] = {
+        {"-3h", {version}},
+        {"+5h",
+         {log("stale data in buffer. Throwing away 14 bytes:  30 3B 32 35 35 3B 33 3B 30 3B 32 3B "
+              "32 2E",
+              4),
+          log("malformed mySensors packet: (3)"), log("failed to parse Command: (3)", 4)}}};
+    for (const auto& [offset, told] : settings) {
+        talk.gateway.say(half);
+        for (int turn = 0; turn < 2; ++turn) { // whatever it answers the second time, it has read the half
+            talk.host.say(multipacket({{"mcmd", "ping"}}));
+            EXPECT_EQ(talk.host.until(multi({{"mcmd", "PSrp"}})), Packets{});
+        }
+        setClock(offset);
+        EXPECT_EQ(talk.gatewaySays("3\n"), effects(told)) << offset;
+    }
+    std::remove(file.c_str());
 }
 
 // A gateway whose queue of connections is full leaves the driver waiting for one.
