@@ -133,8 +133,10 @@ void Dictionary::Remove(const Variant& key) {
     if (i == kMissing)
         throw KeyNotFoundException();
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));
-    if (!slots_.empty())
+    if (entries_.size() > kUnindexed)
         rebuildIndex();
+    else
+        slots_.clear();
 }
 
 void Dictionary::enterSlot(std::uint32_t hash, std::size_t entry) {
