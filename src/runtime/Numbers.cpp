@@ -24,24 +24,34 @@ std::string_view withoutLeadingBlanks(std::string_view text) {
     return text.substr(first);
 }
 
-int digitValue(char letter, int base) {
+int digitValue(char letter, int bits) {
     int value = 99;
     if (isDigit(letter))
         value = letter - '0';
     else if ((letter | 0x20) >= 'a' && (letter | 0x20) <= 'f')
         value = (letter | 0x20) - 'a' + 10;
-    return value < base ? value : -1;
+    return value < 1 << bits ? value : -1;
 }
 
-double prefixedNumber(std::string_view digits, int base) {
-    double value = 0;
+// The nearest double of digits that stand for so many bits each. A double keeps 53 bits, so the first 60 or
+// more, with their last one set when any further one is, round as all of them together would.
+double prefixedNumber(std::string_view digits, int bits) {
+    constexpr std::uint64_t kEnough = 1ULL << 59;
+    constexpr int kInfinite = 1100; // far enough beyond the largest double's exponent
+    std::uint64_t leading = 0;
+    int exponent = 0;
     for (const char letter : digits) {
-        const int digit = digitValue(letter, base);
+        const int digit = digitValue(letter, bits);
         if (digit < 0)
             break;
-        value = value * base + digit;
+        if (leading < kEnough) {
+            leading = leading << bits | static_cast<unsigned>(digit);
+        } else {
+            leading |= static_cast<unsigned>(digit != 0);
+            exponent = std::min(exponent + bits, kInfinite);
+        }
     }
-    return value;
+    return std::ldexp(static_cast<double>(leading), exponent);
 }
 
 // The parts of a decimal number at the start of a text.
@@ -137,9 +147,9 @@ double Val(std::string_view text) {
     if (text.size() >= 2 && text[0] == '&') {
         const char prefix = static_cast<char>(text[1] | 0x20);
         if (prefix == 'h')
-            return prefixedNumber(text.substr(2), 16);
+            return prefixedNumber(text.substr(2), 4);
         if (prefix == 'b')
-            return prefixedNumber(text.substr(2), 2);
+            return prefixedNumber(text.substr(2), 1);
     }
     return decimalNumber(text);
 }

@@ -33,6 +33,9 @@ TEST(Numbers, ValReadsTheNumberAtTheStart) {
                Case("&", 0), Case("&o17", 0), Case("0x10", 0), Case("1e999", kInfinity),
                Case("-1e999", -kInfinity), Case("1e-999", 0), Case("0e99999999999999999999", 0),
                Case("9007199254740993", 9007199254740992.0), Case("30000000000000000000000", 3e22)});
+    expectVal({Case("&h374b163564352909", static_cast<double>(0x374b163564352909)),
+               Case("&h20000000000001", 0x1p53), Case("&h20000000000003", 0x1.0000000000002p53),
+               Case("&h2000000000000100000001", 0x1.0000000000001p85)});
     const std::string zeros(400, '0');
     expectVal({Case("1" + zeros, kInfinity), Case("-1" + zeros, -kInfinity), Case(zeros + "7", 7),
                Case("0." + zeros + "7", 0), Case("1" + zeros + "e-400", 1), Case("&h1" + zeros, kInfinity),
