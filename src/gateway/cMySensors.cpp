@@ -15,6 +15,8 @@ namespace {
 
 constexpr double kStaleSeconds = 5.0;
 const String kLineFeed = "\n";
+// More than fits a log line, at three letters a byte.
+constexpr Integer kBytesShown = 84;
 
 } // namespace
 
@@ -49,7 +51,7 @@ void cMySensors::dropStaleBytes() {
     if (LastDataRead && !buffer.empty() &&
         now.TotalSeconds() - LastDataRead->TotalSeconds() > kStaleSeconds) {
         Globals::writelog(concat("stale data in buffer. Throwing away ", Str(LenB(buffer)),
-                                 " bytes: ", Globals::Hexify(buffer)),
+                                 " bytes: ", Globals::Hexify(LeftB(buffer, kBytesShown))),
                           4);
         buffer = String();
     }
