@@ -108,8 +108,9 @@ void Dictionary::setText(Text&& key, Text&& value) {
 
 template <class AKey, class AValue>
 void Dictionary::add(AKey&& key, AValue&& value) {
+    Entry fresh(std::forward<AKey>(key), std::forward<AValue>(value));
     makeRoom();
-    entries_.emplace_back(std::forward<AKey>(key), std::forward<AValue>(value));
+    entries_.push_back(std::move(fresh));
     if (entries_.size() <= kUnindexed)
         return;
     if (slots_.size() < entries_.size() * 2)

@@ -1,6 +1,7 @@
 #include "runtime/Dictionary.hpp"
 
 #include "runtime/MemoryBlock.hpp"
+#include "runtime/Numbers.hpp"
 
 #include <gtest/gtest.h>
 
@@ -40,6 +41,15 @@ TEST(Dictionary, MatchesStringKeysWithoutCaseAndKeepsOtherKindsApart) {
         EXPECT_THROW(table.Key(table.Count()), OutOfBoundsException);
         EXPECT_THROW(table.ValueAt(-1), OutOfBoundsException);
     }
+}
+
+TEST(Dictionary, TakesAValueThatStandsInItself) {
+    const String text = "longer than what stands inside a string";
+    Dictionary table;
+    table.SetValue(Str(0), text);
+    for (Integer i = 1; i < 20; ++i) // past several moves of the entries
+        table.SetValue(Str(i), table.ValueAt(0).asString());
+    EXPECT_EQ(table.ValueAt(19).asString(), text);
 }
 
 // What a table should hold: by the key's name, the step that entered the key and the latest value.
