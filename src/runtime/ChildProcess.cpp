@@ -19,7 +19,6 @@ namespace hearthix {
 
 namespace {
 
-constexpr clocks::Nanoseconds kMillisecond = 1'000'000;
 constexpr int kPatienceMilliseconds = 2000;
 constexpr int kReapMilliseconds = 10;
 
@@ -87,10 +86,10 @@ void ChildProcess::Stop() {
     if (pid_ <= 0)
         return;
     kill(pid_, SIGTERM);
-    const clocks::Nanoseconds limit = clocks::monotonic() + kPatienceMilliseconds * kMillisecond;
+    const clocks::Nanoseconds limit = clocks::monotonic() + kPatienceMilliseconds * clocks::kMillisecond;
     pid_t gone = 0;
     while ((gone = waitpid(pid_, nullptr, WNOHANG)) == 0 && clocks::monotonic() < limit)
-        clocks::sleep(kReapMilliseconds * kMillisecond);
+        clocks::sleep(kReapMilliseconds * clocks::kMillisecond);
     if (gone == 0) {
         kill(pid_, SIGKILL);
         waitpid(pid_, nullptr, 0);
@@ -114,24 +113,23 @@ ssize_t ChildProcess::transmit(const char*, std::size_t) {
 }
 
 void ChildProcess::dataArrived() {
+    // What was held has no line feed, so the search begins behind it.
+    const Integer held = LenB(partialLine_);
     partialLine_ += ReadAll();
-    tellLines(false);
-}
-
-void ChildProcess::tellLines(bool all) {
-    while (const Integer end = InStrB(1, partialLine_, "\n")) {
+    Integer end = InStrB(held + 1, partialLine_, "\n");
+    while (end > 0) {
         const String line = LeftB(partialLine_, end - 1);
         partialLine_ = MidB(partialLine_, end + 1);
+        end = InStrB(1, partialLine_, "\n");
         if (printed)
             printed(Trim(line));
     }
-    const String rest = Trim(all ? std::exchange(partialLine_, String()) : String());
-    if (!rest.empty() && printed)
-        printed(rest);
 }
 
 void ChildProcess::failed() {
-    tellLines(true);
+    const String rest = Trim(std::exchange(partialLine_, String()));
+    if (!rest.empty() && printed)
+        printed(rest);
     reap();
 }
 

@@ -26,6 +26,7 @@ public:
     // Ends the program at once and without asking; ended tells.
     void Kill() const;
 
+    // Either may stay unset.
     std::function<void(const String& line)> printed;
     // With the exit status, or 128 and the signal's number. The object may be started again inside.
     std::function<void(int status)> ended;
@@ -49,7 +50,6 @@ private:
     };
 
     void reap();
-    void tellLines(bool all);
 
     int pid_ = -1;
     String partialLine_;

@@ -8,8 +8,6 @@ namespace clocks {
 
 namespace {
 
-constexpr Nanoseconds kSecond = 1'000'000'000;
-
 Nanoseconds read(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);

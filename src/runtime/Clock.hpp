@@ -16,6 +16,8 @@ double Microseconds();
 namespace clocks {
 
 using Nanoseconds = std::int64_t;
+constexpr Nanoseconds kMillisecond = 1'000'000;
+constexpr Nanoseconds kSecond = 1'000'000'000;
 
 // From an arbitrary start; never goes back.
 Nanoseconds monotonic();

@@ -3,7 +3,6 @@
 #include "runtime/Clock.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <ctime>
 
 #include <poll.h>
@@ -12,8 +11,8 @@ namespace hearthix {
 
 namespace {
 
-constexpr std::int64_t kMillisecond = 1'000'000;
-constexpr std::int64_t kSecond = 1'000'000'000;
+using clocks::kMillisecond;
+using clocks::kSecond;
 
 // What a wait found: the descriptors are paired with sources by place.
 struct Watch {

@@ -109,13 +109,12 @@ void Serial::XmitWait() {
 
 bool Serial::waitForRoom() {
     pollfd watch{descriptor(), POLLOUT, 0};
-    const clocks::Nanoseconds limit =
-        clocks::monotonic() + kStuckMilliseconds * clocks::Nanoseconds{1'000'000};
+    const clocks::Nanoseconds limit = clocks::monotonic() + kStuckMilliseconds * clocks::kMillisecond;
     while (true) {
         const clocks::Nanoseconds left = limit - clocks::monotonic();
         if (left <= 0)
             return false;
-        const int ready = poll(&watch, 1, static_cast<int>(left / 1'000'000) + 1);
+        const int ready = poll(&watch, 1, static_cast<int>(left / clocks::kMillisecond) + 1);
         if (ready > 0)
             return true;
         if (ready < 0 && errno != EINTR)
@@ -134,7 +133,7 @@ void Serial::waitUntilSent() {
         if (waiting < lowest) {
             lowest = waiting;
             progressAt = now;
-        } else if (now - progressAt > kStuckMilliseconds * clocks::Nanoseconds{1'000'000}) {
+        } else if (now - progressAt > kStuckMilliseconds * clocks::kMillisecond) {
             fail(ETIMEDOUT);
             return;
         }

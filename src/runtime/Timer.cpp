@@ -11,7 +11,7 @@ Timer::~Timer() {
 
 void Timer::setMode(int mode) {
     mode_ = mode;
-    due_ = mode == kModeSingle ? clocks::monotonic() + period_ * 1'000'000 : INT64_MAX;
+    due_ = mode == kModeSingle ? clocks::monotonic() + period_ * clocks::kMillisecond : INT64_MAX;
     if (mode == kModeSingle)
         EventLoop::instance().add(*this);
     else
