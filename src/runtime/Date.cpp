@@ -32,6 +32,15 @@ Integer clampField(Integer value) {
     return std::clamp(value, -kLargestField, kLargestField);
 }
 
+// The system reads the zone once in the life of a process, unless it is told to look again. That costs a
+// call, so it is told once a second at most.
+void followZone(std::int64_t second) {
+    static std::int64_t lookedAt = INT64_MIN;
+    if (second != lookedAt)
+        tzset();
+    lookedAt = second;
+}
+
 } // namespace
 
 Date::Date() : moment_(clocks::wall()) {
@@ -40,15 +49,16 @@ Date::Date() : moment_(clocks::wall()) {
 void Date::resolve() const {
     if (resolved_)
         return;
-    constexpr std::int64_t kNanoseconds = 1'000'000'000;
-    const std::int64_t seconds = floorDivide(moment_, kNanoseconds);
+    const std::int64_t seconds = floorDivide(moment_, clocks::kSecond);
     const auto time = static_cast<time_t>(seconds);
     std::tm local{};
+    followZone(seconds);
     localtime_r(&time, &local);
     localDay_ = daysFromCivil(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
     secondsOfDay_ =
         std::min<Integer>(local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, kSecondsOfDay - 1);
-    fraction_ = static_cast<double>(moment_ - seconds * kNanoseconds) / static_cast<double>(kNanoseconds);
+    fraction_ =
+        static_cast<double>(moment_ - seconds * clocks::kSecond) / static_cast<double>(clocks::kSecond);
     resolved_ = true;
 }
 

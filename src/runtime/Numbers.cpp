@@ -1,5 +1,7 @@
 #include "runtime/Numbers.hpp"
 
+#include "runtime/StringFunctions.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -13,13 +15,10 @@ namespace {
 constexpr bool isDigit(char letter) {
     return letter >= '0' && letter <= '9';
 }
-constexpr bool isBlank(char letter) {
-    return letter == ' ' || (letter >= '\t' && letter <= '\r');
-}
 
-std::string_view withoutLeadingBlanks(std::string_view text) {
+std::string_view withoutLeadingSpace(std::string_view text) {
     std::size_t first = 0;
-    while (first < text.size() && isBlank(text[first]))
+    while (first < text.size() && isWhiteSpace(text[first]))
         ++first;
     return text.substr(first);
 }
@@ -143,7 +142,7 @@ double decimalNumber(std::string_view text) {
 } // namespace
 
 double Val(std::string_view text) {
-    text = withoutLeadingBlanks(text);
+    text = withoutLeadingSpace(text);
     if (text.size() >= 2 && text[0] == '&') {
         const char prefix = static_cast<char>(text[1] | 0x20);
         if (prefix == 'h')
@@ -161,13 +160,6 @@ Integer toInteger(double value) {
     if (value < -kLimit)
         return std::numeric_limits<Integer>::min();
     return std::isnan(value) ? 0 : static_cast<Integer>(value);
-}
-
-std::uint64_t toUnsigned(double value) {
-    constexpr double kLimit = 18446744073709551616.0; // 2 to the power 64
-    if (value >= kLimit)
-        return std::numeric_limits<std::uint64_t>::max();
-    return value > 0 ? static_cast<std::uint64_t>(value) : 0;
 }
 
 Integer ValInteger(std::string_view text) {
@@ -256,8 +248,8 @@ String Format(double number, std::string_view mask) {
 }
 
 bool IsNumeric(std::string_view text) {
-    text = withoutLeadingBlanks(text);
-    while (!text.empty() && isBlank(text.back()))
+    text = withoutLeadingSpace(text);
+    while (!text.empty() && isWhiteSpace(text.back()))
         text.remove_suffix(1);
     return !text.empty() && decimalShape(text).length == text.size();
 }

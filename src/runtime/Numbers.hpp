@@ -15,7 +15,6 @@ namespace hearthix {
 double Val(std::string_view text);
 // Truncated toward zero; values out of range yield the nearest integer that there is, NaN yields 0.
 Integer toInteger(double value);
-std::uint64_t toUnsigned(double value);
 // Val and toInteger in one, exact to the last digit a double holds.
 Integer ValInteger(std::string_view text);
 

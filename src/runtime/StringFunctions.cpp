@@ -16,10 +16,6 @@ constexpr char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
 }
 
-constexpr bool isWhiteSpace(char letter) {
-    return letter == ' ' || (letter >= '\t' && letter <= '\r');
-}
-
 bool isContinuation(unsigned char byte) {
     return (byte & 0xC0U) == 0x80U;
 }

@@ -31,7 +31,11 @@ String Mid(const String& text, Integer start, Integer count);
 // The character of a code point, tagged as UTF-8; empty for a value that is no code point.
 String Chr(Integer code);
 
-// Without the white space (blank, tab, line ends, form feed) at both ends.
+// Blank, tab, line ends, form feed.
+constexpr bool isWhiteSpace(char letter) {
+    return letter == ' ' || (letter >= '\t' && letter <= '\r');
+}
+// Without the white space at both ends.
 String Trim(const String& text);
 // Position of the first occurrence at or behind start, in characters; 0 when there is none.
 Integer InStr(Integer start, const String& text, const String& find);

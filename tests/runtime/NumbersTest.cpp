@@ -55,9 +55,6 @@ TEST(Numbers, ConversionsTruncateAndSaturate) {
           Case(ValInteger("9223372036854775807"), INT64_MAX), Case(Variant("12x").toInteger(), 12),
           Case(Variant(-2.5).toInteger(), -2), Case(Variant().toInteger(), 0)})
         EXPECT_EQ(got, want);
-    EXPECT_EQ(toUnsigned(-1), 0U);
-    EXPECT_EQ(toUnsigned(kInfinity), UINT64_MAX);
-    EXPECT_EQ(toUnsigned(18446744073709549568.0), 18446744073709549568U);
     EXPECT_EQ(Bitwise::ShiftRight(0x80, 4) + Bitwise::ShiftRight(UINT64_MAX, 64), 8U);
 }
 
@@ -96,7 +93,6 @@ protected:
 
     static void setNow(const char* zone, clocks::Nanoseconds seconds, clocks::Nanoseconds fraction = 0) {
         setenv("TZ", zone, 1);
-        tzset();
         now_ = seconds * 1'000'000'000 + fraction;
         clocks::replaceWallClock([] { return now_; });
     }
