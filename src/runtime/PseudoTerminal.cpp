@@ -19,11 +19,12 @@ namespace {
 // for only then does the system tell whether somebody has it open.
 bool prepare(const char* path) {
     const int other = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios settings{};
-    if (other < 0 || tcgetattr(other, &settings) != 0)
+    if (other < 0)
         return false;
+    termios settings{};
+    bool done = tcgetattr(other, &settings) == 0;
     cfmakeraw(&settings);
-    const bool done = tcsetattr(other, TCSANOW, &settings) == 0;
+    done = done && tcsetattr(other, TCSANOW, &settings) == 0;
     ::close(other);
     return done;
 }

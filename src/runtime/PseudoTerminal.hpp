@@ -22,8 +22,8 @@ public:
     void HangUp();
     // The device to open; empty while there is none.
     const String& path() const noexcept { return path_; }
-    bool isTaken() const noexcept { return isOpen(); }
 
+    // All three have to be set by the time that events run.
     std::function<void()> opened;
     std::function<void()> arrived;
     std::function<void()> closed;
