@@ -15,20 +15,21 @@ namespace {
 
 constexpr std::size_t kWindow = 262'144;
 
-std::string readAt(int descriptor, std::size_t offset, std::size_t count) {
-    std::string bytes(count, '\0');
+String readAt(int descriptor, std::size_t offset, std::size_t count) {
     std::size_t done = 0;
-    while (done < count) {
-        const ssize_t got =
-            pread(descriptor, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        done += static_cast<std::size_t>(got);
-    }
-    bytes.resize(done);
-    return bytes;
+    const String bytes = String::build(count, [&](char* target) {
+        while (done < count) {
+            const ssize_t got =
+                pread(descriptor, target + done, count - done, static_cast<off_t>(offset + done));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                break;
+            done += static_cast<std::size_t>(got);
+        }
+        std::fill(target + done, target + count, '\0');
+    });
+    return bytes.cut(0, done);
 }
 
 bool writeAt(int descriptor, std::size_t offset, std::string_view bytes) {
@@ -81,7 +82,7 @@ String FileBuffer::read(std::size_t offset, std::size_t count) {
         return {};
     count = std::min(count, size_ - offset);
     if (offset < windowStart_ || offset + count > windowStart_ + window_.size()) {
-        window_ = String(readAt(descriptor_, offset, std::max(count, std::min(kWindow, size_ - offset))));
+        window_ = readAt(descriptor_, offset, std::max(count, std::min(kWindow, size_ - offset)));
         windowStart_ = offset;
         // The file may have shrunk since it was opened.
         if (window_.size() < count)

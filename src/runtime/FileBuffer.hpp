@@ -10,8 +10,8 @@ namespace hearthix {
 
 class FileBuffer {
 public:
-    // Both yield null when the system refuses; errno then tells why. Only a regular file is opened, and none
-    // is waited for.
+    // Both yield null when the system refuses; errno then tells why. What open opens is a regular file, and
+    // it waits for none.
     static std::unique_ptr<FileBuffer> create(const String& path, bool overwrite);
     static std::unique_ptr<FileBuffer> open(const String& path, bool writable);
     FileBuffer(const FileBuffer&) = delete;
