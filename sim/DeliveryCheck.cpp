@@ -11,8 +11,6 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr Integer kBatteryLevel = 0; // an internal message
-
 // What the host must be told for a payload. Of a unit without a level it hears on or off, and 0 is on.
 std::string toldFor(Integer variableType, const String& payload) {
     String told;
@@ -47,7 +45,7 @@ void DeliveryCheck::sent(const String& line) {
     const Integer child = ValInteger(fields[1]);
     const Integer variableType = ValInteger(fields[4]);
     const std::string address(unitAddress(ValInteger(fields[0]), child, variableType).view());
-    if (ValInteger(fields[2]) == mySensors::kInternal && variableType == kBatteryLevel)
+    if (ValInteger(fields[2]) == mySensors::kInternal && variableType == mySensors::kBatteryLevel)
         batteries_[address.substr(0, 2)] = fields[5].view();
     if (ValInteger(fields[2]) != mySensors::kSet || child == mySensors::kNodeLevelChild)
         return;
@@ -99,8 +97,8 @@ Integer DeliveryCheck::disagreements(const HostModel& model) const {
 void DeliveryCheck::commanded(const String& word, const String& address, const String& value) {
     ensureVocabulary();
     const String payload = word == "SetValue" ? value : word == "ON" ? String("1") : String("0");
-    const Integer node = ValInteger(String("&h") + LeftB(address, 2));
-    const Integer child = ValInteger(String("&h") + MidB(address, 3, 2));
+    const Integer node = ValInteger(concat("&h", LeftB(address, 2)));
+    const Integer child = ValInteger(concat("&h", MidB(address, 3, 2)));
     const Integer variableType = mySensors::SuffixToVarType(NthField(address, ".", 2));
     const String line = concat(Str(node), ";", Str(child), ";1;0;", Str(variableType), ";", payload);
     commands_.emplace(line.view());

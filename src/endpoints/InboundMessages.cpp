@@ -13,8 +13,6 @@ using HearthixSupport::WriteLog;
 
 namespace {
 
-constexpr Integer kBatteryReport = 0;
-
 // The form of a value. Hosts take 0 for on here; commands to a node have it the other way round.
 void setValue(cHearthixCommand& message, const cMSCommand& command) {
     if (!IsNumeric(command.PayLoad)) {
@@ -44,7 +42,7 @@ void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
                         command.RawCommand));
         return;
     }
-    if (command.SubType != kBatteryReport) {
+    if (command.SubType != mySensors::kBatteryLevel) {
         WriteLog(concat("node ", node, " recevied a node level internal message that wasn't a batteryLevel: ",
                         command.RawCommand));
         return;
@@ -73,7 +71,7 @@ bool cMSEndpoint::isNewType(Integer variableType) {
 
 void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
     if (isNewType(command.SubType)) {
-        WriteLog(String("creating Hearthix Unit for ") + command.HearthixAddressWithSubtype);
+        WriteLog(concat("creating Hearthix Unit for ", command.HearthixAddressWithSubtype));
         CreateHearthixUnitForVariableType(command.SubType);
         String first = command.PayLoad;
         first.compact();

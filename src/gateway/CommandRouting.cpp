@@ -15,10 +15,10 @@ namespace {
 // address alone.
 Ref<cMSEndpoint> createFromAddress(const String& root, const String& suffix) {
     const Integer variableType = mySensors::SuffixToVarType(suffix);
-    const Integer node = ValInteger(String("&h") + Left(root, 2));
-    const Integer child = ValInteger(String("&h") + Right(root, 2));
+    const Integer node = ValInteger(concat("&h", Left(root, 2)));
+    const Integer child = ValInteger(concat("&h", Right(root, 2)));
     if (cMSEndpoint::find(node, mySensors::kNodeLevelChild) == nullptr)
-        cMSEndpoint::create(node, mySensors::kNodeLevelChild, -1);
+        cMSEndpoint::create(node, mySensors::kNodeLevelChild, mySensors::kNoDeviceType);
     return cMSEndpoint::create(node, child, variableType);
 }
 
@@ -38,8 +38,7 @@ void cMySensors::HandleHearthixCommand(const Ref<cHearthixCommand>& command) {
     }
     if (CountFields(address, ".") != 2) {
         WriteLog("invalid address format. mySensors addresses must be 4 bytes of NodeID ChildID in hex "
-                 "followed by a "
-                 "period and the name of the variable type. Command not sent.");
+                 "followed by a period and the name of the variable type. Command not sent.");
         return;
     }
     const String root = NthField(address, ".", 1);

@@ -11,21 +11,7 @@ using HearthixSupport::WriteLog;
 
 namespace {
 
-// Internal message types of the MySensors serial API that the driver acts on.
-enum InternalType : Integer {
-    kBatteryLevel = 0,
-    kTime = 1,
-    kVersion = 2,
-    kIdRequest = 3,
-    kConfig = 6,
-    kLogMessage = 9,
-    kSketchName = 11,
-    kSketchVersion = 12,
-    kGatewayReady = 14
-};
-
 constexpr Integer kGatewayNode = 0;
-constexpr Integer kNoDeviceType = -1;
 
 } // namespace
 
@@ -52,28 +38,28 @@ void cMySensors::handleInternal(const Ref<cMSCommand>& command, const String& li
     const String node = Globals::formatHexOfLowByte(command->nodeID);
     const String& payload = command->PayLoad;
     switch (command->SubType) {
-    case kBatteryLevel: handleBattery(*command); break;
-    case kTime: sendTimeToNode(command->nodeID); break;
-    case kVersion: handleVersion(*command); break;
-    case kIdRequest:
+    case mySensors::kBatteryLevel: handleBattery(*command); break;
+    case mySensors::kTime: sendTimeToNode(command->nodeID); break;
+    case mySensors::kVersion: handleVersion(*command); break;
+    case mySensors::kIdRequest:
         waitingForID = command;
         waitingForID->PayLoad.compact();
         CommandSupportModule::GetUnitsFromHearthix();
         break;
-    case kConfig: sendConfigToNode(command->nodeID, command->childID, "I"); break;
-    case kLogMessage:
+    case mySensors::kConfig: sendConfigToNode(command->nodeID, command->childID, "I"); break;
+    case mySensors::kLogMessage:
         WriteLog(command->nodeID == kGatewayNode ? concat("Gateway Message: ", payload)
                                                  : concat("Node Message: (", node, ") ", payload));
         break;
-    case kSketchName: WriteLog(concat("node (", node, ") sketch name: ", payload)); break;
-    case kSketchVersion: WriteLog(concat("node (", node, ") sketch version: ", payload)); break;
-    case kGatewayReady:
+    case mySensors::kSketchName: WriteLog(concat("node (", node, ") sketch name: ", payload)); break;
+    case mySensors::kSketchVersion: WriteLog(concat("node (", node, ") sketch version: ", payload)); break;
+    case mySensors::kGatewayReady:
         WriteLog(command->nodeID == kGatewayNode ? concat("Gateway Ready: ", payload)
                                                  : concat("Node: (", node, ") ", payload));
         break;
     default:
         if (Globals::DebugMode)
-            WriteLog(String("unhandled command: ") + line);
+            WriteLog(concat("unhandled command: ", line));
     }
 }
 
@@ -81,7 +67,7 @@ void cMySensors::handleVersion(const cMSCommand& command) {
     if (outstandingPing)
         outstandingPing = false;
     else
-        WriteLog(String("mySensors gateway reports version: ") + command.PayLoad);
+        WriteLog(concat("mySensors gateway reports version: ", command.PayLoad));
 }
 
 void cMySensors::handleSet(const cMSCommand& command) {
@@ -89,7 +75,7 @@ void cMySensors::handleSet(const cMSCommand& command) {
     Ref<cMSEndpoint> endpoint(cMSEndpoint::find(command.nodeID, command.childID));
     if (endpoint.isNil()) {
         if (cMSEndpoint::find(command.nodeID, mySensors::kNodeLevelChild) == nullptr)
-            cMSEndpoint::create(command.nodeID, mySensors::kNodeLevelChild, kNoDeviceType);
+            cMSEndpoint::create(command.nodeID, mySensors::kNodeLevelChild, mySensors::kNoDeviceType);
         endpoint = cMSEndpoint::create(command.nodeID, command.childID, command.SubType);
     }
     endpoint->HandleReceivedMSCommand(command);
@@ -99,7 +85,7 @@ void cMySensors::handleSet(const cMSCommand& command) {
 void cMySensors::handleBattery(const cMSCommand& command) {
     Ref<cMSEndpoint> endpoint(cMSEndpoint::find(command.nodeID, command.childID));
     if (endpoint.isNil())
-        endpoint = cMSEndpoint::create(command.nodeID, command.childID, kNoDeviceType);
+        endpoint = cMSEndpoint::create(command.nodeID, command.childID, mySensors::kNoDeviceType);
     endpoint->HandleReceivedMSCommand(command);
 }
 

@@ -5,7 +5,7 @@
 
 namespace hearthix::mySensors {
 
-// The message types that the driver acts on.
+// The message types.
 constexpr Integer kPresentation = 0;
 constexpr Integer kSet = 1;
 constexpr Integer kRequest = 2;
@@ -13,6 +13,21 @@ constexpr Integer kInternal = 3;
 constexpr Integer kStream = 4;
 // The child that stands for the node as a whole.
 constexpr Integer kNodeLevelChild = 255;
+// The device type of an endpoint that no presentation has named.
+constexpr Integer kNoDeviceType = -1;
+
+// The subtypes of internal messages that the driver acts on.
+enum InternalType : Integer {
+    kBatteryLevel = 0,
+    kTime = 1,
+    kVersion = 2,
+    kIdRequest = 3,
+    kConfig = 6,
+    kLogMessage = 9,
+    kSketchName = 11,
+    kSketchVersion = 12,
+    kGatewayReady = 14
+};
 
 String describeMessageType(Integer messageType);
 String describeAck(Integer ack);
