@@ -62,7 +62,7 @@ Integer presentationOf(const MeshChild& child) {
 }
 
 String hexByte(Integer value) {
-    return Right(String("0") + Hex(value & 0xFF), 2);
+    return Right(concat("0", Hex(value & 0xFF)), 2);
 }
 
 MeshChild* childOf(MeshNode& node, Integer id, Integer variableType) {

@@ -101,7 +101,7 @@ private:
     }
     // Takes "every SECONDS" off the end.
     Integer every(Words& words) const {
-        if (words.size() < 3 || !(words[words.size() - 2] == "every"))
+        if (words.size() < 3 || words[words.size() - 2] != "every")
             return 0;
         const double seconds = number(words.back(), 0.01, kLongestEvery, "every");
         words.resize(words.size() - 2);
@@ -110,7 +110,7 @@ private:
     void node(const Words& words) {
         expect(words, 3, "node ID|new NAME");
         MeshNode fresh;
-        if (!(words[1] == "new"))
+        if (words[1] != "new")
             fresh.id = whole(words[1], 1, 254, "a node's ID");
         const auto same = [&fresh](const MeshNode& each) { return each.id == fresh.id; };
         if (fresh.id != MeshNode::kNoId && std::any_of(nodes_.begin(), nodes_.end(), same))

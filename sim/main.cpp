@@ -48,7 +48,7 @@ int dispatch(std::vector<String> words) {
         throw UsageError{
             "hearthix-sim needs a command: demo, soak, host or gateway; see hearthix-sim --help"};
     for (const Subcommand& each : kSubcommands) {
-        if (!(name == each.usage().name))
+        if (name != each.usage().name)
             continue;
         words.erase(words.begin());
         if (!asksFor(words, "--help"))

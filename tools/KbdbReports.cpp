@@ -112,7 +112,7 @@ std::size_t widthOf(const std::string& text) {
 Row rowOf(const CXML& unit) {
     Row row{unit.ObjectExists("Address") ? printable(unit.GetStringValue("Address")) : "(no address)"};
     for (Integer i = 0; i < unit.GetKeyCount(); ++i)
-        if (const String key = unit.GetKeyByIndex(i); !(key == "Address"))
+        if (const String key = unit.GetKeyByIndex(i); key != "Address")
             row.push_back(printable(key) + "=" + printable(unit.GetStringValue(key)));
     return row;
 }
@@ -163,7 +163,7 @@ void reportUnits(const CXML& root) {
     for (const auto& unit : root.containersNamed("unit")) {
         rows.push_back(rowOf(*unit));
         // As the driver reads it: text that is no number stands for node 0, which is the gateway.
-        const Integer id = ValInteger(String("&h") + Left(unit->GetStringValue("Address"), 2));
+        const Integer id = ValInteger(concat("&h", Left(unit->GetStringValue("Address"), 2)));
         if (id >= 1 && id <= static_cast<Integer>(kLastId))
             taken.set(static_cast<std::size_t>(id));
     }

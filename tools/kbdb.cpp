@@ -16,7 +16,7 @@
 namespace hearthix {
 
 void HearthixSupport::WriteLog(const String& message) {
-    PrintError(String("kbdb: ") + message);
+    PrintError(concat("kbdb: ", message));
 }
 
 namespace {
@@ -105,7 +105,7 @@ void makeNew(const Arguments& given) {
 std::vector<Ref<CXML>> unitsAt(const CXML& document, const std::string& address) {
     std::vector<Ref<CXML>> found = document.containersNamed("unit");
     std::erase_if(found, [&](const Ref<CXML>& unit) {
-        return !unit->ObjectExists("Address") || !(unit->GetStringValue("Address") == textOf(address));
+        return !unit->ObjectExists("Address") || unit->GetStringValue("Address") != textOf(address);
     });
     return found;
 }
@@ -225,7 +225,7 @@ public:
 
 private:
     static int complain(const std::string& sentence, int status) {
-        PrintError(String("kbdb: ") + textOf(sentence));
+        PrintError(concat("kbdb: ", textOf(sentence)));
         return status;
     }
 };

@@ -4,7 +4,6 @@
 #include "document/CXML.hpp"
 #include "runtime/ByteOrder.hpp"
 #include "runtime/ConsoleApplication.hpp"
-#include "runtime/StringFunctions.hpp"
 #include "shell/Logging.hpp"
 
 #include <algorithm>
@@ -31,9 +30,11 @@ public:
         stream_.LittleEndian = true;
     }
 
-    void header(const Dictionary& values) {
+    void header() {
         constexpr char kHeader[] = {'K', 'b', 'd', 'b', kVersion, kLittleEndianMark, ' ', ' '};
         std::memcpy(room(sizeof kHeader), kHeader, sizeof kHeader);
+    }
+    void values(const Dictionary& values) {
         for (const auto& entry : values.entries()) {
             value(entry.key.asString(), entry.value.asString());
             RuntimeBackgroundTask();
@@ -105,7 +106,7 @@ void prefetchTexts(const CXML* node) {
 }
 
 void readHeader(BinaryStream& stream) {
-    if (!(stream.Read(4) == kKbdbMagic) || stream.ReadUInt8() > kVersion)
+    if (stream.Read(4) != kKbdbMagic || stream.ReadUInt8() > kVersion)
         throw RuntimeException();
     const std::uint8_t byteOrder = stream.ReadUInt8();
     // Of the stream, and not of the node: a child's mark stays in force for the rest of its parent.
@@ -131,7 +132,8 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         std::int64_t next;
     };
     KbdbWriter out(*stream);
-    out.header(*Values);
+    out.header();
+    out.values(*Values);
     std::vector<Frame> open{{this, 0}};
     while (!open.empty()) {
         Frame& frame = open.back();
@@ -147,7 +149,8 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         if (frame.next <= frame.node->Containers.Ubound())
             prefetchTexts(frame.node->Containers[frame.next].get());
         out.child(child->Name);
-        out.header(*child->Values);
+        out.header();
+        out.values(*child->Values);
         open.push_back({child.get(), 0});
     }
     out.flush();
@@ -184,7 +187,7 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
 
 Ref<MemoryBlock> CXML::NewBinaryBlock(Integer size, const String& byteOrder) const {
     auto block = Ref<MemoryBlock>::make(size);
-    block->LittleEndian = !(byteOrder == "B");
+    block->LittleEndian = byteOrder != "B";
     return block;
 }
 

@@ -1,7 +1,6 @@
 #include "document/CXML.hpp"
 
 #include "runtime/ConsoleApplication.hpp"
-#include "runtime/StringFunctions.hpp"
 
 #include <utility>
 

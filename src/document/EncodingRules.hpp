@@ -6,8 +6,7 @@
 
 namespace hearthix {
 
-// For a key used to look up: converts all that isn't UTF-8. Untagged text is compared as it stands by bytes
-// when it is plain ASCII, which nearly every key is.
+// For a key used to look up: converts all that isn't UTF-8, untagged text too.
 inline String keyForReading(const String& key) {
     return key.encoding() == Encodings::UTF8 ? key : ConvertEncoding(key, Encodings::UTF8);
 }

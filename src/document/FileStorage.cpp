@@ -5,7 +5,6 @@
 #include "runtime/Clock.hpp"
 #include "runtime/Exceptions.hpp"
 #include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
 #include "shell/Logging.hpp"
 
 namespace hearthix {
@@ -49,7 +48,7 @@ bool CXML::SaveToFile(const Ref<FolderItem>& target) const {
     const auto fresh = place->Parent()->Child(concat(Format(Microseconds(), "#"), "_", place->Name()));
     writeDocument(*this, fresh, place);
     if (const Integer status = ExchangeFiles(fresh, place); status != 0) {
-        WriteLog(String("error swapping files while saving: database remains unchanged ") + Str(status));
+        WriteLog(concat("error swapping files while saving: database remains unchanged ", Str(status)));
         return false;
     }
     fresh->Delete();
@@ -60,7 +59,7 @@ void CXML::loadFromFile(const Ref<FolderItem>& file, const Ref<CXML>&) {
     const auto stream = BinaryStream::Open(file, false);
     if (stream.isNil())
         return;
-    if (!(stream->Read(4) == kKbdbMagic)) {
+    if (stream->Read(4) != kKbdbMagic) {
         WriteLog(concat("file at: ", file->ShellPath(), " is not an Hearthix binary."));
         return;
     }

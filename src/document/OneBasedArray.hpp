@@ -1,11 +1,10 @@
-// An array whose element 0 is always there and stays empty, so that its content counts from 1. The
+// An array whose element 0 is always there and means nothing, so that its content counts from 1. The
 // placeholder stands in the object itself: an array without content allocates nothing.
 #pragma once
 
 #include "runtime/Array.hpp"
 
 #include <cstdint>
-#include <initializer_list>
 #include <utility>
 #include <vector>
 
@@ -14,16 +13,6 @@ namespace hearthix {
 template <class T>
 class OneBasedArray {
 public:
-    OneBasedArray() = default;
-    // The first item is element 0.
-    OneBasedArray(std::initializer_list<T> items) {
-        for (const T& item : items)
-            if (&item == items.begin())
-                placeholder_ = item;
-            else
-                content_.push_back(item);
-    }
-
     // The last index; 0 when there is no content.
     std::int64_t Ubound() const noexcept { return static_cast<std::int64_t>(content_.size()); }
     void Append(T item) { content_.push_back(std::move(item)); }

@@ -13,7 +13,7 @@ String CXML::SaveToString() const {
 }
 
 void CXML::loadFromString(const String& text) {
-    if (text.empty() || !(Left(text, 4) == kKbdbMagic))
+    if (text.empty() || Left(text, 4) != kKbdbMagic)
         return;
     const auto stream = Ref<BinaryStream>::make(text);
     LoadFromBinaryStream(stream);

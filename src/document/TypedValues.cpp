@@ -110,7 +110,7 @@ Color CXML::GetColorValue(const String& key, const Color& fallback) const {
 }
 
 String CXML::GetBinaryData(const String& key) const {
-    return DecodeBase64(GetStringValue(keyForReading(key)));
+    return DecodeBase64(GetStringValue(key));
 }
 
 Ref<FolderItem> CXML::GetFile(const String& key) const {

@@ -31,7 +31,7 @@ public:
     // index two lines ahead, the endpoint that it names one line ahead.
     static void prefetch(std::string_view next, std::string_view afterNext) noexcept;
 
-    // What every value touches stands first, so that it is a single line of the processor's cache.
+    // What every value touches stands first and together: one line of the processor's cache, or two.
     Integer nodeID = 0;       // whole, while the addresses hold its low byte
     Integer batteryLevel = 0; // percent, as the node sent it
 

@@ -19,7 +19,7 @@ constexpr Integer kLastId = 254;
 Array<Integer> usedIds(const CXML& units) {
     Array<Integer> ids;
     for (const auto& unit : units.containersNamed("unit")) {
-        ids.Append(ValInteger(String("&h") + Left(unit->GetStringValue("Address"), 2)));
+        ids.Append(ValInteger(concat("&h", Left(unit->GetStringValue("Address"), 2))));
         RuntimeBackgroundTask();
     }
     ids.Sort();
@@ -71,8 +71,8 @@ void cMySensors::gotUnitsFromHearthix(const Ref<cHearthixCommand>& command) {
     const String reply =
         concat(Str(waitingForID->nodeID), ";", Str(waitingForID->childID), ";3;0;4;", Str(id));
     if (Globals::DebugMode)
-        HearthixSupport::WriteLog(String("set ID packet: ") + reply);
-    HearthixSupport::WriteLog(String("responding to node ID request with ID: ") + Str(id));
+        HearthixSupport::WriteLog(concat("set ID packet: ", reply));
+    HearthixSupport::WriteLog(concat("responding to node ID request with ID: ", Str(id)));
     waitingForID = nullptr;
     Globals::gAbstractedPort->PortSendData(reply + "\n");
 }

@@ -1,7 +1,6 @@
 // What the mesh asks of a controller: time, configuration, version. Each is one line, and nothing is kept.
 #include "gateway/cMySensors.hpp"
 #include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
 #include "shell/Globals.hpp"
 #include "shell/Logging.hpp"
 
@@ -34,7 +33,7 @@ void cMySensors::sendTimeToNode(Integer node) {
 
 void cMySensors::sendConfigToNode(Integer node, Integer child, const String& value) {
     const String line = concat(Str(node), ";", Str(child), ";3;0;6;", value);
-    HearthixSupport::WriteLog(String("sending config to node: ") + line);
+    HearthixSupport::WriteLog(concat("sending config to node: ", line));
     sendLine(line);
 }
 

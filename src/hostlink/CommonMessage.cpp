@@ -6,8 +6,6 @@
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
 
-#include <array>
-
 namespace hearthix {
 
 namespace {
@@ -108,7 +106,7 @@ bool cHearthixCommand::InitFromCommonMessage(const String& packet) {
     if (InterfaceType == "P")
         HearthixSupport::gSignalStrength = number(kSignalStrength);
     if (Header == "M")
-        rawAnalog16 = ValInteger(String("&h") + packet.cut(kAnalogDigits, 4));
+        rawAnalog16 = ValInteger(concat("&h", packet.cut(kAnalogDigits, 4)));
     return true;
 }
 
@@ -142,7 +140,7 @@ String cHearthixCommand::GetRawCommand() {
 
     String body = concat(Version, ChrB(TransactionID), InterfaceType, UnitClass, ChrB(Flags), Code, Command,
                          Address1, Address2, commandForm());
-    while (!(Command == "Z") && LenB(body) < kLeastBody)
+    while (Command != "Z" && LenB(body) < kLeastBody)
         body += " ";
     body += ChrB(kCarriageReturn);
     useDefault(Header, "X");

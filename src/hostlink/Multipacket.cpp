@@ -19,7 +19,7 @@ constexpr std::size_t kExpectedEntries = 8;
 
 // The four-byte form of a key: padded with blanks at the left, or cut to its last four bytes.
 String wireKey(const String& key) {
-    return LenB(key) == kKeySize ? key : RightB(String("    ") + key, kKeySize);
+    return LenB(key) == kKeySize ? key : RightB(concat("    ", key), kKeySize);
 }
 
 // Writes a packet front to back into memory of its size.

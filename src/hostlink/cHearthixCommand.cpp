@@ -9,7 +9,7 @@ namespace hearthix {
 
 String cHearthixCommand::GetHouseCode() const {
     // In floating point, so that no digits overflow; far beyond any letter there is none.
-    return Chr(toInteger(Val(String("&h") + Address1) + static_cast<double>(AscB("A"))));
+    return Chr(toInteger(Val(concat("&h", Address1)) + static_cast<double>(AscB("A"))));
 }
 
 void cHearthixCommand::SetHouseCode(const String& houseCode) {
@@ -20,7 +20,7 @@ void cHearthixCommand::SetHouseCode(const String& houseCode) {
 }
 
 String cHearthixCommand::GetUnitCode() const {
-    return Str(Val(String("&h") + Address2) + 1);
+    return Str(Val(concat("&h", Address2)) + 1);
 }
 
 void cHearthixCommand::SetUnitCode(Integer unitCode) {

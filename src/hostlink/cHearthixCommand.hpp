@@ -1,8 +1,9 @@
 // cHearthixCommand: the one record for everything exchanged with the host, in either direction.
 //
 // A received packet fills only the properties of its kind. To send, make a record, fill it with SetMulti (a
-// multipacket) or with the setters (a common message) and hand it to the host socket. No operation fails: a
-// position behind the end of a packet reads as empty or 0, and no range is checked.
+// multipacket) or with the setters (a common message) and hand it to the host socket. A position behind the
+// end of a packet reads as empty or 0, and no range is checked; what looks at entries raises
+// NilObjectException on a record that has none.
 //
 // The normal common message, one byte a field:
 //

@@ -24,7 +24,7 @@ void cHearthixDeviceSocket::Event_Connected() {
 }
 
 void cHearthixDeviceSocket::Event_Error(const RuntimeException&) {
-    Print(String("Hearthix Pipe Error") + EndOfLine);
+    Print(concat("Hearthix Pipe Error", EndOfLine));
     Globals::DoQuit = true;
 }
 

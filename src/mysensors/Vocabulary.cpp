@@ -95,7 +95,7 @@ String threeDigits(Integer number) {
 bool isKnownVarType(Integer variableType) {
     if (variableType >= 0 && variableType <= kLastVariableType)
         return true;
-    HearthixSupport::WriteLog(String("unknown variable type: ") + Str(variableType));
+    HearthixSupport::WriteLog(concat("unknown variable type: ", Str(variableType)));
     return false;
 }
 
@@ -115,7 +115,7 @@ String mySensors::describeAck(Integer ack) {
 
 String mySensors::DescribePresentationSubType(Integer subType) {
     const char* name = nameOf(kPresentations, subType);
-    return name != nullptr ? String(name) : String("Unknown ") + threeDigits(subType);
+    return name != nullptr ? String(name) : concat("Unknown ", threeDigits(subType));
 }
 
 String mySensors::DescribeInteralMessageType(Integer subType) {
@@ -124,7 +124,7 @@ String mySensors::DescribeInteralMessageType(Integer subType) {
 
 String mySensors::varTypeToSuffix(Integer variableType) {
     const Variant* suffix = varTypeConverter->find(variableType);
-    return suffix != nullptr ? suffix->asString() : String("UNKN") + threeDigits(variableType);
+    return suffix != nullptr ? suffix->asString() : concat("UNKN", threeDigits(variableType));
 }
 
 Integer mySensors::SuffixToVarType(const String& suffix) {

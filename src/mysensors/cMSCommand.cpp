@@ -3,7 +3,6 @@
 #include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
 #include "shell/Globals.hpp"
 #include "shell/Logging.hpp"
 
@@ -79,9 +78,9 @@ void cMSCommand::logFields() const {
 String cMSCommand::describeSubType() const {
     switch (messageType) {
     case mySensors::kPresentation:
-        return String("presenting: ") + mySensors::DescribePresentationSubType(SubType);
-    case mySensors::kSet: return String("setting variable type: ") + mySensors::varTypeToSuffix(SubType);
-    case mySensors::kRequest: return String("getting variable type: ") + mySensors::varTypeToSuffix(SubType);
+        return concat("presenting: ", mySensors::DescribePresentationSubType(SubType));
+    case mySensors::kSet: return concat("setting variable type: ", mySensors::varTypeToSuffix(SubType));
+    case mySensors::kRequest: return concat("getting variable type: ", mySensors::varTypeToSuffix(SubType));
     case mySensors::kInternal: return mySensors::DescribeInteralMessageType(SubType);
     case mySensors::kStream: return "stream packet";
     default: return "unknown";

@@ -3,7 +3,7 @@
 //   node-id ; child-sensor-id ; command ; ack ; type ; payload
 //
 // Five decimal numbers and a text, separated by ";"; the line end is gone by now. Junk in a number reads as
-// 0, no range is checked, and what follows a seventh ";" is dropped.
+// 0, no range is checked, and what follows a sixth ";" is dropped.
 #pragma once
 
 #include "runtime/Object.hpp"

@@ -25,7 +25,7 @@ void cSerialPortAbstractor::SetupAndOpen() {
     if (SerialPort.isNil()) {
         PrintError(concat("no serial port is named ", MyPortName,
                           "; give the path of a terminal device, such as /dev/ttyUSB0"));
-        giveUp(String("mySensors: unable to find a serial port named: ") + MyPortName);
+        giveUp(concat("mySensors: unable to find a serial port named: ", MyPortName));
         return;
     }
     Bits = kBits8;
@@ -37,7 +37,7 @@ void cSerialPortAbstractor::SetupAndOpen() {
         return;
     }
     PrintError(explainOpenFailure(SerialPort->path(), static_cast<int>(LastErrorCode())));
-    giveUp(String("mySensors: unable to open the port named: ") + MyPortName);
+    giveUp(concat("mySensors: unable to open the port named: ", MyPortName));
 }
 
 void cSerialPortAbstractor::Event_DataAvailable() {

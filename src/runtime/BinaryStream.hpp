@@ -48,9 +48,9 @@ public:
     // The stream's EOF; the C library has taken that name for a macro.
     bool isEOF() const { return Position() >= Length(); }
     // Hands what was written to a file over to the disk, and closes. A closed stream reads nothing and drops
-    // what is written.
+    // what is written. A stream that goes without it loses the last of what was written.
     void Close();
-    // Whether all that was written to the file up to now, Close included, is safely on the disk.
+    // After Close: whether all that was written to the file is safely on the disk.
     bool succeeded() const noexcept { return !failed_; }
 
 private:

@@ -3,6 +3,8 @@
 
 #include "runtime/String.hpp"
 
+#include <string_view>
+
 namespace hearthix {
 
 // The platform's line end.
@@ -16,5 +18,8 @@ void openStandardStreams();
 void Print(const String& text);
 // The same to standard error.
 void PrintError(const String& text);
+
+// Writes bytes to a descriptor as they stand.
+void writeAll(int descriptor, std::string_view bytes);
 
 } // namespace hearthix

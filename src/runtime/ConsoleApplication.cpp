@@ -35,7 +35,7 @@ int ConsoleApplication::runGuarded(const Array<String>& arguments) {
     } catch (const RuntimeException& error) {
         if (Event_UnhandledException(error))
             return EXIT_SUCCESS;
-        const String detail = error.Message.empty() ? String() : String(" (") + error.Message + ")";
+        const String detail = error.Message.empty() ? String() : concat(" (", error.Message, ")");
         PrintError(concat("ended by an unhandled ", error.name(), detail));
     } catch (const std::exception& error) {
         PrintError(concat("ended by an unhandled exception: ", error.what()));

@@ -19,7 +19,8 @@ public:
 
     // The program's body. The arguments count from the program's own path; the result is the exit status.
     virtual Integer Event_Run(const Array<String>& arguments) = 0;
-    // The last chance for an exception that nothing has caught. False ends the process.
+    // The last chance for an exception that nothing has caught. True: it ends the process in good order,
+    // status 0; false: with a line on standard error, status 1.
     virtual bool Event_UnhandledException(const RuntimeException& error) = 0;
 
     // Runs events for so many milliseconds.

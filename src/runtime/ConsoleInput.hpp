@@ -18,8 +18,9 @@ public:
     void Open();
     void Close();
 
+    // Has to be set by the time that events run.
     std::function<void(std::string_view bytes)> received;
-    // At the end of the input, which is closed by then.
+    // At the end of the input, which is closed by then. May stay unset.
     std::function<void()> ended;
 
 private:

@@ -1,7 +1,5 @@
 #include "runtime/FolderItem.hpp"
 
-#include "runtime/StringFunctions.hpp"
-
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>

@@ -1,7 +1,5 @@
 #include "runtime/SerialDevices.hpp"
 
-#include "runtime/StringFunctions.hpp"
-
 #include <array>
 #include <cerrno>
 #include <cstring>

@@ -19,6 +19,7 @@ public:
     bool Open(std::initializer_list<int> signals);
     void Close();
 
+    // Has to be set by the time that events run.
     std::function<void(int signal)> caught;
 
 private:

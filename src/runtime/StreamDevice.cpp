@@ -87,10 +87,8 @@ void StreamDevice::Write(std::string_view bytes) {
         return;
     }
     output_.append(bytes);
-    if (output_.size() >= sendAgainAt_) {
+    if (output_.size() >= sendAgainAt_)
         flushOutput();
-        sendAgainAt_ = output_.size() + kSendMark;
-    }
 }
 
 String StreamDevice::ReadAll(TextEncoding encoding) {

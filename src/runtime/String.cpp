@@ -3,7 +3,6 @@
 #include "runtime/StringFunctions.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 
 namespace hearthix {

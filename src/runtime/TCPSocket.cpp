@@ -1,13 +1,11 @@
 #include "runtime/TCPSocket.hpp"
 
 #include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <utility>
 
 #include <netdb.h>
 #include <netinet/in.h>
@@ -60,9 +58,9 @@ void TCPSocket::Connect() {
     if (tryNext())
         return;
     // Nothing to connect to: the error event still runs in a later poll and not in here.
-    const int reason = candidates_.empty() && errno == 0 ? EHOSTUNREACH : errno;
+    const int reason = errno != 0 ? errno : EHOSTUNREACH;
     attach(-1);
-    fail(reason != 0 ? reason : EHOSTUNREACH);
+    fail(reason);
 }
 
 bool TCPSocket::tryNext() {

@@ -17,7 +17,7 @@ namespace hearthix {
 class TCPSocket : public StreamDevice {
 public:
     String Address;
-    Integer Port = 0;
+    Integer Port = 0; // its low 16 bits count
 
     void Connect();
     // Takes over a connection that a listening socket has accepted.

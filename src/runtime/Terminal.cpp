@@ -1,6 +1,7 @@
 #include "runtime/Terminal.hpp"
 
-#include <cerrno>
+#include "runtime/Console.hpp"
+
 #include <clocale>
 
 #include <poll.h>
@@ -31,17 +32,7 @@ Size size() {
 }
 
 void write(std::string_view frame) {
-    while (!frame.empty()) {
-        const ssize_t written = ::write(STDOUT_FILENO, frame.data(), frame.size());
-        if (written > 0) {
-            frame.remove_prefix(static_cast<std::size_t>(written));
-            continue;
-        }
-        pollfd watch{STDOUT_FILENO, POLLOUT, 0};
-        if (written < 0 && (errno == EINTR || (errno == EAGAIN && poll(&watch, 1, 1000) > 0)))
-            continue;
-        return;
-    }
+    writeAll(STDOUT_FILENO, frame);
 }
 
 int columnsOf(char32_t character) {

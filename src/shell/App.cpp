@@ -39,12 +39,12 @@ Integer App::Event_Run(const Array<String>& arguments) {
         drain();
         return 0;
     }
-    // The three version texts are older than one another and known to hosts; none follows the others.
+    // Known to hosts as it stands; the version in it follows neither the banner's nor the release's.
     const String readyText = "mySensors Serial Remote Control interface version 1.2 (build 005) ready.";
     Random random;
     DoEvents(random.InRange(100, 500));
     if (!connectToHost(arguments)) {
-        Print(String("mySensors: Timeout waiting for answer from Hearthix") + Chr(13));
+        Print(concat("mySensors: Timeout waiting for answer from Hearthix", Chr(13)));
         drain();
         return 0;
     }
@@ -80,7 +80,7 @@ bool App::connectToHost(const Array<String>& arguments) const {
 
 void App::openGateway(const Array<String>& arguments) const {
     const String& transport = arguments[kTransport];
-    if (!(transport == "IP")) {
+    if (transport != "IP") {
         logDetail(concat("mySensors making local serial connection to port named (", transport, ")"));
         Globals::gAbstractedPort = Ref<cSerialPortAbstractor>::make(transport);
         return;

@@ -2,8 +2,6 @@
 
 #include "runtime/Console.hpp"
 #include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
 
 namespace hearthix {
 
@@ -11,14 +9,14 @@ bool Globals::DebugMode = false;
 bool Globals::DoQuit = false;
 
 void Globals::LogStack(const RuntimeException& error) {
-    Print(String("stack trace begin") + EndOfLine);
+    Print(concat("stack trace begin", EndOfLine));
     try {
         for (const String& line : error.Stack())
             Print(line + EndOfLine);
     } catch (const RuntimeException&) {
-        Print(String("there was an error while logging the stack trace") + EndOfLine);
+        Print(concat("there was an error while logging the stack trace", EndOfLine));
     }
-    Print(String("done logging the stack") + EndOfLine);
+    Print(concat("done logging the stack", EndOfLine));
 }
 
 String Globals::Hexify(const String& bytes) {

@@ -129,7 +129,8 @@ TEST_F(TypedValues, TreatKeysInAllCasesAndEncodingsAlike) {
 TEST_F(TypedValues, AreCopiedWrappedByCloneAndPlainByInsert) {
     const auto source = node("n", {}, {node("c", {{"a", "1"}})});
     source->setEncryptedStringValue("k", "Hi");
-    source->ValueBuffer = {"zero", "one"};
+    source->ValueBuffer[0] = "zero";
+    source->ValueBuffer.Append("one");
     const auto clone = source->Clone();
     EXPECT_EQ(textOf(*clone), textOf(*source));
     EXPECT_EQ(plain(clone->Name) + plain(clone->ValueBuffer[0]) + plain(clone->ValueBuffer[1]), "none");
