@@ -2,6 +2,7 @@
 
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "runtime/Clock.hpp"
+#include "runtime/Console.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
@@ -57,11 +58,21 @@ void cIPStreamAbstractor::Event_Connected() {
 }
 
 void cIPStreamAbstractor::Event_DataAvailable() {
+    if (Parent.isNil())
+        explain("speaks before the driver can listen; put a relay in between, as the README shows under "
+                "\"Greeting gateways\"");
     Parent->PortDataAvailable(ReadAll());
 }
 
-void cIPStreamAbstractor::Event_Error(const RuntimeException&) {
+void cIPStreamAbstractor::Event_Error(const RuntimeException& error) {
+    if (Parent.isNil())
+        explain(concat("can't be had: ", error.Message, "; check its address and port, and whether it is on"));
     Parent->PortError(String(), LastErrorCode());
+}
+
+// Without a receiver the process ends in a stack dump, from which nobody learns what to do.
+void cIPStreamAbstractor::explain(const String& trouble) const {
+    PrintError(concat("the gateway at ", Address, ":", Str(Port), " ", trouble));
 }
 
 void cIPStreamAbstractor::PortClear() {

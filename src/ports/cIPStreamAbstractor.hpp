@@ -34,6 +34,8 @@ public:
     void PortXmitWait() override { Poll(); }
 
 private:
+    void explain(const String& trouble) const;
+
     ConnectedHandler onConnected_;
 };
 

@@ -49,9 +49,12 @@ bool isTerminalDevice(const std::string& path) {
            hasTerminalDriver(major(status.st_rdev), minor(status.st_rdev));
 }
 
-String groupOf(const std::string& path) {
+// The group whose members may use the device; empty when there is none, or when it is no group to join.
+String groupFor(const std::string& path) {
+    constexpr mode_t kGroupMayUse = S_IRGRP | S_IWGRP;
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0)
+    if (stat(path.c_str(), &status) != 0 || status.st_gid == 0 ||
+        (status.st_mode & kGroupMayUse) != kGroupMayUse)
         return {};
     const struct group* entry = getgrgid(status.st_gid);
     return entry != nullptr ? String(entry->gr_name) : String();
@@ -76,7 +79,7 @@ Ref<SerialDevice> System::SerialPort(const String& name) {
 String explainOpenFailure(const String& path, int error) {
     const String reason = concat("cannot open ", path, ": ", std::strerror(error));
     if (error == EACCES || error == EPERM) {
-        const String group = groupOf(std::string(path.view()));
+        const String group = groupFor(std::string(path.view()));
         if (!group.empty())
             return concat(reason, "; the device belongs to the group ", group,
                           ", add the user that runs this program to it (usermod -aG ", group, " USER)");

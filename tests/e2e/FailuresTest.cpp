@@ -16,11 +16,12 @@ namespace hearthix::test {
 
 namespace {
 
-void expectStackDump(DriverProcess& driver, const std::string& name) {
+void expectStackDump(DriverProcess& driver, const std::string& name, const std::string& remedy = "") {
     const Ending ending = driver.end();
     EXPECT_GT(ending.status, 0) << name;
     EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << name << ": " << ending.output;
     EXPECT_TRUE(ending.output.ends_with("\n\ndone logging the stack\n\n")) << name << ": " << ending.output;
+    EXPECT_NE(ending.errors.find(remedy), std::string::npos) << name << ": " << ending.errors;
 }
 
 TEST(StackDump, AnswersWhatTheHostMustNotSend) {
@@ -56,7 +57,8 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
         if (how == "talks" || how == "leaves")
             gateway.accept();
         how == "talks" ? gateway.say("0;255;3;0;14;Gateway startup complete.\n") : gateway.close();
-        expectStackDump(driver, how);
+        expectStackDump(driver, how,
+                        how == "talks" ? "put a relay in between" : "check its address and port");
         EXPECT_EQ(host.untilEnd(), Packets{});
     }
 }
