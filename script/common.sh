@@ -12,6 +12,19 @@ help() {
     esac
 }
 
+# takes WORD... -- ARGS...: ends when an argument is none of the words that the script knows.
+takes() {
+    known=" "
+    while [ "$1" != "--" ]; do known="$known$1 "; shift; done
+    shift
+    for word in "$@"; do
+        case "$known" in
+            *" $word "*) ;;
+            *) echo "$0 does not know \"$word\"; see $0 --help" >&2; exit 2 ;;
+        esac
+    done
+}
+
 # need PACKAGE...: installs what is missing of Debian's packages.
 need() {
     missing=""
