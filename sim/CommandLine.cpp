@@ -95,7 +95,9 @@ SocketAddress CommandLine::address(std::string_view name, const SocketAddress& f
     const String given = text(name);
     const std::size_t colon = given.view().rfind(':');
     const String port = colon == std::string_view::npos ? String() : given.cut(colon + 1);
-    if (colon == 0 || !IsNumeric(port) || Val(port) < 0 || Val(port) > 65535)
+    const bool isWhole =
+        !port.empty() && port.view().find_first_not_of("0123456789") == std::string_view::npos;
+    if (colon == 0 || !isWhole || ValInteger(port) > 65535)
         refuse(concat("needs an address and a port such as 127.0.0.1:20300 behind --", String(name),
                       ", not '", given, "'"));
     return {given.cut(0, colon), ValInteger(port)};

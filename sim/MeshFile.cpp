@@ -4,11 +4,11 @@
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
 #include "sim/CommandLine.hpp"
+#include "sim/InputFile.hpp"
 #include "sim/Text.hpp"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <string>
 
 namespace hearthix::sim {
@@ -97,7 +97,10 @@ private:
         return value;
     }
     Integer whole(const String& word, Integer lowest, Integer highest, const char* what) const {
-        return toInteger(number(word, static_cast<double>(lowest), static_cast<double>(highest), what));
+        const double value = number(word, static_cast<double>(lowest), static_cast<double>(highest), what);
+        if (value != static_cast<double>(toInteger(value)))
+            fail(concat(what, " is a whole number, not '", word, "'"));
+        return toInteger(value);
     }
     // Takes "every SECONDS" off the end.
     Integer every(Words& words) const {
@@ -211,11 +214,10 @@ std::vector<MeshNode> parseMesh(const String& text, const String& name) {
 }
 
 std::vector<MeshNode> loadMesh(const String& path) {
-    std::ifstream file{std::string(path.view())};
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file)
+    const std::optional<std::string> text = contentOf(path);
+    if (!text)
         throw Failure{concat("cannot read the mesh in ", path, "; name a readable file with --mesh FILE")};
-    return parseMesh(String(text, TextEncoding::utf8), path);
+    return parseMesh(String(*text, TextEncoding::utf8), path);
 }
 
 } // namespace hearthix::sim

@@ -3,9 +3,10 @@
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
 #include "sim/CommandLine.hpp"
+#include "sim/InputFile.hpp"
 #include "sim/Text.hpp"
 
-#include <iterator>
+#include <optional>
 #include <string>
 
 namespace hearthix::sim {
@@ -33,12 +34,11 @@ std::vector<RecordedLine> parseRecording(const String& text, const String& name)
 }
 
 std::vector<RecordedLine> loadRecording(const String& path) {
-    std::ifstream file{std::string(path.view()), std::ios::binary};
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file)
+    const std::optional<std::string> text = contentOf(path);
+    if (!text)
         throw Failure{
             concat("cannot read the recording in ", path, "; name a readable file with --replay FILE")};
-    return parseRecording(String(std::string_view(text)), path);
+    return parseRecording(String(std::string_view(*text)), path);
 }
 
 void Recorder::open(const String& path) {

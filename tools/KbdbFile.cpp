@@ -85,9 +85,12 @@ void replaceKbdbFile(const std::string& path, const CXML& document) {
 }
 
 void makeKbdbFile(const std::string& path, const CXML& document) {
-    if (fs::exists(fs::symlink_status(path)))
+    if (fs::exists(fs::status(path)))
         throw KbdbFailure(path + ": is there already. Name another file, or remove this one first.");
-    save(fs::weakly_canonical(path), document);
+    const fs::path resolved = fs::weakly_canonical(path);
+    if (resolved.has_parent_path() && !fs::exists(resolved.parent_path()))
+        throw KbdbFailure(path + ": its folder doesn't exist. Make it first.");
+    save(resolved, document);
 }
 
 } // namespace hearthix
