@@ -1,8 +1,12 @@
 include(GNUInstallDirs)
 install(TARGETS hearthix-mysensors RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES docs/man/hearthix-mysensors.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES README.md CHANGELOG.md SECURITY.md docs/host-link.md docs/kbdb.md docs/reliability.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# As they stand here, so that the links among them hold.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+# The one script that users of the package need, and what it shares with the others.
+install(PROGRAMS script/gateway-relay DESTINATION ${CMAKE_INSTALL_DOCDIR}/script)
+install(FILES script/common.sh DESTINATION ${CMAKE_INSTALL_DOCDIR}/script)
 
 # The Debian package. The libraries it needs are looked up in the binaries, or named where they can't be run.
 set(CPACK_GENERATOR DEB)

@@ -66,7 +66,8 @@ void cIPStreamAbstractor::Event_DataAvailable() {
 
 void cIPStreamAbstractor::Event_Error(const RuntimeException& error) {
     if (Parent.isNil())
-        explain(concat("can't be had: ", error.Message, "; check its address and port, and whether it is on"));
+        explain(
+            concat("can't be had: ", error.Message, "; check its address and port, and whether it is on"));
     Parent->PortError(String(), LastErrorCode());
 }
 
