@@ -78,7 +78,7 @@ TEST_F(Kbdb, TellsBadUseFromBadFiles) {
           Step{"add-unit d 0A03.TEMP address=0B", "2 its key is given twice."},
           Step{"show none", "1 kbdb: none: there is no such file. "},
           Step{"check folder", "1 kbdb: folder: not a regular file. "},
-          Step{"new 'no folder/d'", "1 no folder/d: can't be written. "}});
+          Step{"new 'no folder/d'", "1 no folder/d: its folder doesn't exist. "}});
     for (const char* word : {"--help", "--version"})
         EXPECT_TRUE(run(word).output.starts_with("kbdb ")) << word;
 }

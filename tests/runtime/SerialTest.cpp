@@ -6,11 +6,15 @@
 #include "runtime/StringFunctions.hpp"
 
 #include <cerrno>
+#include <cstdio>
+#include <fstream>
 #include <string>
 
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace hearthix {
 namespace {
@@ -72,10 +76,17 @@ TEST_F(SerialTest, RefusesWhatItCannotOpen) {
     serial_.Bits = 2;
     EXPECT_FALSE(serial_.Open());
     EXPECT_EQ(serial_.LastErrorCode(), EINVAL);
-    for (const auto& [path, error, remedy] : {std::tuple("/dev/null", EACCES, "group root, add the user"),
+    const std::string grouped = testing::TempDir() + "device-" + std::to_string(getpid());
+    std::ofstream(grouped).close();
+    chmod(grouped.c_str(), 0660);
+    static_cast<void>(chown(grouped.c_str(), static_cast<uid_t>(-1), 20) ==
+                      0); // root's own is no group to join
+    for (const auto& [path, error, remedy] : {std::tuple(grouped.c_str(), EACCES, ", add the user"),
+                                              {"/dev/null", EACCES, "give the user"},
                                               {"/no", EPERM, "give the user"},
                                               {"/no", ENOENT, "check the cable"}})
         EXPECT_GT(InStr(1, explainOpenFailure(path, error), remedy), 0) << remedy;
+    std::remove(grouped.c_str());
 }
 
 // Neither what the one before left unread nor its exclusive mode stays for the next one to open the line.
