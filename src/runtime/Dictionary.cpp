@@ -108,9 +108,10 @@ void Dictionary::setText(Text&& key, Text&& value) {
 
 template <class AKey, class AValue>
 void Dictionary::add(AKey&& key, AValue&& value) {
-    Entry fresh(std::forward<AKey>(key), std::forward<AValue>(value));
-    makeRoom();
-    entries_.push_back(std::move(fresh));
+    if (entries_.size() < entries_.capacity())
+        entries_.emplace_back(std::forward<AKey>(key), std::forward<AValue>(value));
+    else
+        moveAndAdd(Entry(std::forward<AKey>(key), std::forward<AValue>(value)));
     if (entries_.size() <= kUnindexed)
         return;
     if (slots_.size() < entries_.size() * 2)
@@ -119,14 +120,15 @@ void Dictionary::add(AKey&& key, AValue&& value) {
         enterSlot(hashOf(entries_.back().key), entries_.size() - 1);
 }
 
+// The entry comes already made: its key or value may be one that stands here, and what stands here moves.
 // Small tables start with the places that a unit of a document takes; large ones grow by a quarter, as memory
 // matters more there than the rare move.
-void Dictionary::makeRoom() {
+[[gnu::noinline]] void Dictionary::moveAndAdd(Entry&& fresh) {
     constexpr std::size_t kFirst = 6;
     constexpr std::size_t kLarge = 1024;
     const std::size_t size = entries_.size();
-    if (size == entries_.capacity())
-        entries_.reserve(std::max(kFirst, size > kLarge ? size + size / 4 : size * 2));
+    entries_.reserve(std::max(kFirst, size > kLarge ? size + size / 4 : size * 2));
+    entries_.push_back(std::move(fresh));
 }
 
 void Dictionary::Remove(const Variant& key) {

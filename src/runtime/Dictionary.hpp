@@ -70,7 +70,7 @@ private:
     void setText(Text&& key, Text&& value);
     template <class AKey, class AValue>
     void add(AKey&& key, AValue&& value);
-    void makeRoom();
+    void moveAndAdd(Entry&& fresh);
     void enterSlot(std::uint32_t hash, std::size_t entry);
     void rebuildIndex();
     const Entry& entryAt(Integer index) const;
