@@ -25,6 +25,17 @@ takes() {
     done
 }
 
+# number NAME VALUE [HIGHEST]: prints VALUE; ends when it is no whole number from 1 to HIGHEST.
+number() {
+    highest=${3:-999999999}
+    case $2 in
+        ""|0*|*[!0-9]*|??????????*) ;;
+        *) [ "$2" -gt "$highest" ] || { echo "$2"; return; } ;;
+    esac
+    echo "$0: $1 is a whole number from 1 to $highest, not \"$2\"; see $0 --help" >&2
+    exit 2
+}
+
 # need PACKAGE...: installs what is missing of Debian's packages.
 need() {
     missing=""

@@ -75,7 +75,7 @@ CommandLine::CommandLine(const CommandUsage& command, const std::vector<String>&
 
 String CommandLine::text(std::string_view name, const String& fallback) const {
     const auto found = values_.find(name);
-    return found == values_.end() ? fallback : found->second;
+    return found == values_.end() || found->second.empty() ? fallback : found->second;
 }
 
 double CommandLine::number(std::string_view name, double lowest, double highest, double fallback) const {
@@ -95,12 +95,12 @@ SocketAddress CommandLine::address(std::string_view name, const SocketAddress& f
     const String given = text(name);
     const std::size_t colon = given.view().rfind(':');
     const String port = colon == std::string_view::npos ? String() : given.cut(colon + 1);
-    const bool isWhole =
-        !port.empty() && port.view().find_first_not_of("0123456789") == std::string_view::npos;
-    if (colon == 0 || !isWhole || ValInteger(port) > 65535)
+    const Integer number = ValInteger(port);
+    // Only a whole number comes out as it went in.
+    if (colon == 0 || Str(number) != port || number < 0 || number > 65535)
         refuse(concat("needs an address and a port such as 127.0.0.1:20300 behind --", String(name),
                       ", not '", given, "'"));
-    return {given.cut(0, colon), ValInteger(port)};
+    return {given.cut(0, colon), number};
 }
 
 void CommandLine::exclude(std::string_view one, std::string_view other) const {

@@ -50,7 +50,7 @@ public:
     CommandLine(const CommandUsage& command, const std::vector<String>& words);
 
     bool has(std::string_view name) const { return values_.contains(name); }
-    // The value as it was given; the fallback when the option was not.
+    // The value as it was given; the fallback when the option was not, or is empty.
     String text(std::string_view name, const String& fallback = String()) const;
     // Raises UsageError when the value is no number from lowest to highest.
     double number(std::string_view name, double lowest, double highest, double fallback) const;

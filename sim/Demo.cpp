@@ -48,9 +48,7 @@ HostSettings hostSettings(const CommandLine& line) {
     HostSettings settings;
     settings.listen.port = 0;
     settings.connectionId = "DEMO";
-    settings.driver = line.text("driver");
-    if (settings.driver.empty())
-        settings.driver = defaultDriver();
+    settings.driver = line.text("driver", defaultDriver());
     settings.trace = line.has("trace");
     return settings;
 }

@@ -186,7 +186,7 @@ void Host::loadUnits() {
     if (settings_.unitsFile.empty())
         return;
     const auto file = Ref<FolderItem>::make(settings_.unitsFile);
-    if (!file->Parent()->Exists())
+    if (!file->Exists() && !file->Parent()->Exists())
         throw Failure{concat("there is no folder for ", settings_.unitsFile,
                              "; make it, or name another file with --units FILE")};
     const auto stream = BinaryStream::Open(file, false);

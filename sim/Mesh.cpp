@@ -19,15 +19,8 @@ constexpr Integer kAskAgainMilliseconds = 5000;
 constexpr Integer kHighestId = 254;
 constexpr const char* kLibraryVersion = "2.3.2";
 
-// Internal messages.
-constexpr Integer kBattery = 0;
-constexpr Integer kTime = 1;
-constexpr Integer kVersion = 2;
-constexpr Integer kAskId = 3;
+// Internal messages beside those that the driver acts on.
 constexpr Integer kGiveId = 4;
-constexpr Integer kConfig = 6;
-constexpr Integer kSketchName = 11;
-constexpr Integer kSketchVersion = 12;
 constexpr Integer kReboot = 13;
 
 String lineOf(Integer node, Integer child, Integer type, Integer subType, const String& payload) {
@@ -132,7 +125,7 @@ std::vector<String> Mesh::due(Integer now) {
         if (node.id == MeshNode::kNoId) {
             if (node.askDue > now)
                 continue;
-            lines.push_back(internalLine(MeshNode::kNoId, kAskId, String()));
+            lines.push_back(internalLine(MeshNode::kNoId, mySensors::kIdRequest, String()));
             node.askDue = now + kAskAgainMilliseconds;
         } else if (!node.started) {
             start(node, now, lines);
@@ -165,15 +158,15 @@ void Mesh::start(MeshNode& node, Integer now, std::vector<String>& lines) {
     node.started = true;
     lines.push_back(
         lineOf(node.id, mySensors::kNodeLevelChild, mySensors::kPresentation, 17, kLibraryVersion));
-    lines.push_back(internalLine(node.id, kSketchName, node.name));
-    lines.push_back(internalLine(node.id, kSketchVersion, "1.0"));
+    lines.push_back(internalLine(node.id, mySensors::kSketchName, node.name));
+    lines.push_back(internalLine(node.id, mySensors::kSketchVersion, "1.0"));
     for (const MeshChild& child : node.children)
         lines.push_back(
             lineOf(node.id, child.id, mySensors::kPresentation, presentationOf(child), node.name));
     if (node.asksConfig)
-        lines.push_back(internalLine(node.id, kConfig, "0"));
+        lines.push_back(internalLine(node.id, mySensors::kConfig, "0"));
     if (node.asksTime)
-        lines.push_back(internalLine(node.id, kTime, String()));
+        lines.push_back(internalLine(node.id, mySensors::kTime, String()));
     for (MeshChild& child : node.children) {
         lines.push_back(report(node, child));
         // The first interval is cut at random, so that the nodes don't all speak at once.
@@ -198,7 +191,7 @@ void Mesh::speak(MeshNode& node, Integer now, std::vector<String>& lines) {
 }
 
 void Mesh::reportBattery(MeshNode& node, Integer now, std::vector<String>& lines) {
-    lines.push_back(internalLine(node.id, kBattery, Str(node.battery)));
+    lines.push_back(internalLine(node.id, mySensors::kBatteryLevel, Str(node.battery)));
     node.batteryDue = now + node.batteryEvery;
 }
 
@@ -254,14 +247,14 @@ std::vector<String> Mesh::answer(const String& text, Integer now) {
 
 void Mesh::answerInternal(const Line& line, Integer now, std::vector<String>& lines) {
     MeshNode* node = nodeOf(line.node);
-    if (line.node == 0 && line.subType == kVersion) {
+    if (line.node == 0 && line.subType == mySensors::kVersion) {
         ++counts_.versions;
-        lines.push_back(lineOf(0, 0, mySensors::kInternal, kVersion, kLibraryVersion));
+        lines.push_back(lineOf(0, 0, mySensors::kInternal, mySensors::kVersion, kLibraryVersion));
     } else if (line.subType == kGiveId && line.node == MeshNode::kNoId) {
         takeId(ValInteger(line.payload), now, lines);
-    } else if (node != nullptr && line.subType == kTime && ValInteger(line.payload) > 0) {
+    } else if (node != nullptr && line.subType == mySensors::kTime && ValInteger(line.payload) > 0) {
         ++counts_.times;
-    } else if (node != nullptr && line.subType == kConfig && !line.payload.empty()) {
+    } else if (node != nullptr && line.subType == mySensors::kConfig && !line.payload.empty()) {
         ++counts_.configs;
     } else if (node != nullptr && line.subType == kReboot && node->id != MeshNode::kNoId) {
         start(*node, now, lines);

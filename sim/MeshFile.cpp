@@ -98,9 +98,10 @@ private:
     }
     Integer whole(const String& word, Integer lowest, Integer highest, const char* what) const {
         const double value = number(word, static_cast<double>(lowest), static_cast<double>(highest), what);
-        if (value != static_cast<double>(toInteger(value)))
+        const Integer rounded = toInteger(value);
+        if (static_cast<double>(rounded) != value)
             fail(concat(what, " is a whole number, not '", word, "'"));
-        return toInteger(value);
+        return rounded;
     }
     // Takes "every SECONDS" off the end.
     Integer every(Words& words) const {

@@ -85,7 +85,7 @@ void replaceKbdbFile(const std::string& path, const CXML& document) {
 }
 
 void makeKbdbFile(const std::string& path, const CXML& document) {
-    if (fs::exists(fs::status(path)))
+    if (fs::exists(path))
         throw KbdbFailure(path + ": is there already. Name another file, or remove this one first.");
     const fs::path resolved = fs::weakly_canonical(path);
     if (resolved.has_parent_path() && !fs::exists(resolved.parent_path()))

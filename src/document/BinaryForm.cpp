@@ -30,11 +30,10 @@ public:
         stream_.LittleEndian = true;
     }
 
-    void header() {
+    // A node as far as its first child: header and values.
+    void begin(const Dictionary& values) {
         constexpr char kHeader[] = {'K', 'b', 'd', 'b', kVersion, kLittleEndianMark, ' ', ' '};
         std::memcpy(room(sizeof kHeader), kHeader, sizeof kHeader);
-    }
-    void values(const Dictionary& values) {
         for (const auto& entry : values.entries()) {
             value(entry.key.asString(), entry.value.asString());
             RuntimeBackgroundTask();
@@ -132,8 +131,7 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         std::int64_t next;
     };
     KbdbWriter out(*stream);
-    out.header();
-    out.values(*Values);
+    out.begin(*Values);
     std::vector<Frame> open{{this, 0}};
     while (!open.empty()) {
         Frame& frame = open.back();
@@ -149,8 +147,7 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         if (frame.next <= frame.node->Containers.Ubound())
             prefetchTexts(frame.node->Containers[frame.next].get());
         out.child(child->Name);
-        out.header();
-        out.values(*child->Values);
+        out.begin(*child->Values);
         open.push_back({child.get(), 0});
     }
     out.flush();

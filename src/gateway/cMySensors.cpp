@@ -3,6 +3,7 @@
 
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
+#include "hostlink/cHearthixDeviceSocket.hpp"
 #include "runtime/ConsoleApplication.hpp"
 #include "runtime/Numbers.hpp"
 #include "runtime/StringFunctions.hpp"
@@ -15,8 +16,6 @@ namespace {
 
 constexpr double kStaleSeconds = 5.0;
 const String kLineFeed = "\n";
-// More than fits a log line, at three letters a byte.
-constexpr Integer kBytesShown = 84;
 
 } // namespace
 
@@ -50,8 +49,8 @@ void cMySensors::dropStaleBytes() {
     const Date now;
     if (LastDataRead && !buffer.empty() &&
         now.TotalSeconds() - LastDataRead->TotalSeconds() > kStaleSeconds) {
-        Globals::writelog(concat("stale data in buffer. Throwing away ", Str(LenB(buffer)),
-                                 " bytes: ", Globals::Hexify(LeftB(buffer, kBytesShown))),
+        Globals::writelog(concat("stale data in buffer. Throwing away ", Str(LenB(buffer)), " bytes: ",
+                                 Globals::Hexify(LeftB(buffer, cHearthixDeviceSocket::kLongestLogBody))),
                           4);
         buffer = String();
     }

@@ -10,7 +10,6 @@ namespace hearthix {
 
 namespace {
 
-constexpr Integer kLongestLogBody = 250;
 constexpr Integer kSmallestMultipacket = 5; // bytes in the buffer before the first one is believed
 constexpr std::size_t kCommonLengthOffset = 1;
 

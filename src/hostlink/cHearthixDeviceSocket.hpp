@@ -20,6 +20,10 @@ class cHearthixDeviceSocket : public TCPSocket {
 public:
     using CommandHandler = void (*)(const Ref<cHearthixCommand>&);
 
+    // The bytes of a log packet's level and text. Who dumps data of any length into a line need not dump
+    // more.
+    static constexpr Integer kLongestLogBody = 250;
+
     // Gets every well-formed packet.
     explicit cHearthixDeviceSocket(CommandHandler handler) : handler_(handler) {}
 

@@ -1,8 +1,10 @@
 #include "mysensors/cMSCommand.hpp"
 
+#include "hostlink/cHearthixDeviceSocket.hpp"
 #include "mysensors/AddressIndex.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/Numbers.hpp"
+#include "runtime/StringFunctions.hpp"
 #include "shell/Globals.hpp"
 #include "shell/Logging.hpp"
 
@@ -67,12 +69,12 @@ bool cMSCommand::parseCommand(const String& line) {
 }
 
 void cMSCommand::logFields() const {
-    HearthixSupport::WriteLog(
-        concat("nodeID=", Str(nodeID), "(", Globals::formatHexOfLowByte(nodeID), ") childID=", Str(childID),
-               "(", Globals::formatHexOfLowByte(childID), ") messageType=", Str(messageType), "(",
-               mySensors::describeMessageType(messageType), ") ack=", Str(ack), "(",
-               mySensors::describeAck(ack), ") SubType=", Str(SubType), "(", describeSubType(),
-               ") PayLoad=", PayLoad, " (", Globals::Hexify(PayLoad), ")"));
+    HearthixSupport::WriteLog(concat(
+        "nodeID=", Str(nodeID), "(", Globals::formatHexOfLowByte(nodeID), ") childID=", Str(childID), "(",
+        Globals::formatHexOfLowByte(childID), ") messageType=", Str(messageType), "(",
+        mySensors::describeMessageType(messageType), ") ack=", Str(ack), "(", mySensors::describeAck(ack),
+        ") SubType=", Str(SubType), "(", describeSubType(), ") PayLoad=", PayLoad, " (",
+        Globals::Hexify(LeftB(PayLoad, cHearthixDeviceSocket::kLongestLogBody)), ")"));
 }
 
 String cMSCommand::describeSubType() const {

@@ -113,14 +113,12 @@ ssize_t ChildProcess::transmit(const char*, std::size_t) {
 }
 
 void ChildProcess::dataArrived() {
-    // What was held has no line feed, so the search begins behind it.
-    const Integer held = LenB(partialLine_);
+    Integer from = LenB(partialLine_) + 1; // what was held has no line feed
     partialLine_ += ReadAll();
-    Integer end = InStrB(held + 1, partialLine_, "\n");
-    while (end > 0) {
+    while (const Integer end = InStrB(from, partialLine_, "\n")) {
         const String line = LeftB(partialLine_, end - 1);
         partialLine_ = MidB(partialLine_, end + 1);
-        end = InStrB(1, partialLine_, "\n");
+        from = 1;
         if (printed)
             printed(Trim(line));
     }

@@ -121,6 +121,7 @@ void Dictionary::add(AKey&& key, AValue&& value) {
 }
 
 // The entry comes already made: its key or value may be one that stands here, and what stands here moves.
+// Rare, and a call of its own for that: the way of all other entries stays short.
 // Small tables start with the places that a unit of a document takes; large ones grow by a quarter, as memory
 // matters more there than the rare move.
 [[gnu::noinline]] void Dictionary::moveAndAdd(Entry&& fresh) {
