@@ -2,13 +2,13 @@
 #include "document/CXML.hpp"
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
+#include "log/Globals.hpp"
 #include "mysensors/AddressIndex.hpp"
 #include "mysensors/cMSCommand.hpp"
-#include "mysensors/VarTypeConverter.hpp"
 #include "PlainDocument.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "vocabulary/VarTypeConverter.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -132,6 +132,7 @@ void searchTable(State& state) {
 void handleLine(State& state) {
     Globals::gMySensors = Ref<cMySensors>::make();
     mySensors::AddressIndex = Ref<mySensors::AddressTable>::make();
+    HearthixSupport::logToHost();
     HearthixSupport::HearthixSocket = Ref<cHearthixDeviceSocket>::make([](const Ref<cHearthixCommand>&) {});
     std::vector<String> chunks;
     std::vector<Integer> places(static_cast<std::size_t>(state.range(0)));

@@ -2,12 +2,12 @@
 
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
-#include "hostlink/PacketHooks.hpp"
+#include "log/Globals.hpp"
 #include "mysensors/AddressIndex.hpp"
-#include "mysensors/VarTypeConverter.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/EventLoop.hpp"
-#include "shell/Globals.hpp"
+#include "packets/PacketHooks.hpp"
+#include "runtime/events/EventLoop.hpp"
+#include "runtime/values/Clock.hpp"
+#include "vocabulary/VarTypeConverter.hpp"
 
 #include <array>
 
@@ -67,6 +67,7 @@ Rig::Rig(const Ref<cHearthixDeviceSocket>& socket, const Ref<cMySensors>& driver
     if (mySensors::varTypeConverter.isNil())
         mySensors::createVarTypeConverter();
     HearthixSupport::HearthixSocket = socket;
+    HearthixSupport::logToHost();
     mySensors::AddressIndex = Ref<mySensors::AddressTable>::make();
     Globals::gAbstractedPort = port;
     Globals::gMySensors = driver;

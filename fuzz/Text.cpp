@@ -2,8 +2,8 @@
 // the check: "n" a number as text, "d" the eight bytes of a double, "c" characters and fields.
 // Fields of an input end in a unit separator (0x1F).
 #include "fuzz/Require.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
 #include <array>

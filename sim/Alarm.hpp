@@ -1,8 +1,8 @@
 // A timer whose action is a function.
 #pragma once
 
-#include "runtime/String.hpp"
-#include "runtime/Timer.hpp"
+#include "runtime/events/Timer.hpp"
+#include "runtime/text/String.hpp"
 
 #include <functional>
 

@@ -3,7 +3,7 @@
 // A subcommand describes its options in a table; the table reads the command line and writes the help.
 #pragma once
 
-#include "runtime/String.hpp"
+#include "runtime/text/String.hpp"
 
 #include <map>
 #include <string>

@@ -10,8 +10,8 @@
 // and stays missing.
 #pragma once
 
-#include "hostlink/cHearthixCommand.hpp"
-#include "runtime/String.hpp"
+#include "packets/cHearthixCommand.hpp"
+#include "runtime/text/String.hpp"
 #include "sim/HostModel.hpp"
 
 #include <deque>

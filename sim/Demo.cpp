@@ -1,6 +1,6 @@
 // The subcommand "demo": host and gateway in this process, the driver between them as a child.
-#include "runtime/Console.hpp"
-#include "runtime/Numbers.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/text/Numbers.hpp"
 #include "sim/HostCommands.hpp"
 #include "sim/MeshFile.hpp"
 #include "sim/Rig.hpp"

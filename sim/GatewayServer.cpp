@@ -1,8 +1,8 @@
 #include "sim/GatewayServer.hpp"
 
-#include "runtime/Clock.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Clock.hpp"
 
 #include <algorithm>
 #include <cerrno>

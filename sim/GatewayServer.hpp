@@ -5,14 +5,14 @@
 // driver that opens a TCP port isn't ready for data before it has finished opening, and ends when some come.
 #pragma once
 
-#include "runtime/ListeningSocket.hpp"
-#include "runtime/PseudoTerminal.hpp"
-#include "runtime/Random.hpp"
-#include "runtime/TCPSocket.hpp"
+#include "runtime/events/TCPSocket.hpp"
+#include "runtime/values/Random.hpp"
 #include "sim/Alarm.hpp"
 #include "sim/CommandLine.hpp"
 #include "sim/Mesh.hpp"
 #include "sim/Recording.hpp"
+#include "sim/system/ListeningSocket.hpp"
+#include "sim/system/PseudoTerminal.hpp"
 
 #include <functional>
 

@@ -1,9 +1,9 @@
 #include "sim/Host.hpp"
 
-#include "runtime/BinaryStream.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/FolderItem.hpp"
-#include "runtime/Numbers.hpp"
+#include "runtime/files/BinaryStream.hpp"
+#include "runtime/files/FolderItem.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
 #include "sim/PacketTrace.hpp"
 
 #include <cstring>

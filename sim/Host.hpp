@@ -4,12 +4,12 @@
 // come from a person (HostCommands) or from the program around it. The view must outlive it.
 #pragma once
 
-#include "runtime/ChildProcess.hpp"
 #include "sim/Alarm.hpp"
 #include "sim/CommandLine.hpp"
 #include "sim/HostModel.hpp"
 #include "sim/HostServer.hpp"
 #include "sim/HostView.hpp"
+#include "sim/system/ChildProcess.hpp"
 
 #include <functional>
 #include <vector>

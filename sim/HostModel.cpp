@@ -1,6 +1,6 @@
 #include "sim/HostModel.hpp"
 
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 namespace hearthix::sim {
 

@@ -6,8 +6,8 @@
 #pragma once
 
 #include "document/CXML.hpp"
-#include "hostlink/cHearthixCommand.hpp"
-#include "runtime/Clock.hpp"
+#include "packets/cHearthixCommand.hpp"
+#include "runtime/values/Clock.hpp"
 
 #include <vector>
 

@@ -1,11 +1,11 @@
 // The subcommand "host".
-#include "runtime/ChildProcess.hpp"
-#include "runtime/FolderItem.hpp"
-#include "runtime/Numbers.hpp"
+#include "runtime/files/FolderItem.hpp"
+#include "runtime/text/Numbers.hpp"
 #include "sim/Host.hpp"
 #include "sim/HostCommands.hpp"
 #include "sim/Session.hpp"
 #include "sim/Subcommands.hpp"
+#include "sim/system/ChildProcess.hpp"
 
 namespace hearthix::sim {
 

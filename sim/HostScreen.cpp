@@ -1,6 +1,6 @@
 #include "sim/HostScreen.hpp"
 
-#include "runtime/Numbers.hpp"
+#include "runtime/text/Numbers.hpp"
 #include "sim/Text.hpp"
 
 #include <algorithm>

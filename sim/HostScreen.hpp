@@ -5,9 +5,9 @@
 // it was before when the screen goes.
 #pragma once
 
-#include "runtime/Terminal.hpp"
 #include "sim/Alarm.hpp"
 #include "sim/HostView.hpp"
+#include "sim/system/Terminal.hpp"
 
 #include <deque>
 #include <functional>

@@ -4,9 +4,9 @@
 // that. A stream that can't be taken apart any more ends the link.
 #pragma once
 
-#include "hostlink/cHearthixCommand.hpp"
-#include "runtime/ListeningSocket.hpp"
-#include "runtime/TCPSocket.hpp"
+#include "packets/cHearthixCommand.hpp"
+#include "runtime/events/TCPSocket.hpp"
+#include "sim/system/ListeningSocket.hpp"
 
 #include <functional>
 

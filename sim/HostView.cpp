@@ -1,7 +1,7 @@
 #include "sim/HostView.hpp"
 
-#include "runtime/Console.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "sim/Text.hpp"
 
 namespace hearthix::sim {

@@ -1,7 +1,7 @@
 // Files that the stand-ins are given to read.
 #pragma once
 
-#include "runtime/String.hpp"
+#include "runtime/text/String.hpp"
 
 #include <optional>
 #include <string>

@@ -5,8 +5,8 @@
 // what nodes there are; the values wander at random, in the same way for the same seed.
 #pragma once
 
-#include "runtime/Random.hpp"
-#include "runtime/String.hpp"
+#include "runtime/text/String.hpp"
+#include "runtime/values/Random.hpp"
 
 #include <vector>
 

@@ -1,11 +1,11 @@
 #include "sim/MeshFile.hpp"
 
-#include "mysensors/Vocabulary.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "sim/CommandLine.hpp"
 #include "sim/InputFile.hpp"
 #include "sim/Text.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
 #include <optional>

@@ -1,9 +1,9 @@
 #include "sim/PacketTrace.hpp"
 
 #include "document/CXML.hpp"
-#include "runtime/Exceptions.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Exceptions.hpp"
 
 namespace hearthix::sim {
 

@@ -1,7 +1,7 @@
 #include "sim/Recording.hpp"
 
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "sim/CommandLine.hpp"
 #include "sim/InputFile.hpp"
 #include "sim/Text.hpp"

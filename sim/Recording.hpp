@@ -7,7 +7,7 @@
 //        530 < 0;0;3;0;2;
 #pragma once
 
-#include "runtime/String.hpp"
+#include "runtime/text/String.hpp"
 
 #include <fstream>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "sim/Rig.hpp"
 
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
 
 #include <string_view>
 #include <utility>

@@ -1,8 +1,8 @@
 #include "sim/Session.hpp"
 
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Terminal.hpp"
-#include "sim/SimLog.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "sim/system/Terminal.hpp"
 
 #include <csignal>
 
@@ -31,11 +31,11 @@ Session::Session(bool wantsScreen) : signals_(Ref<SignalWatch>::make()), input_(
     input_->received = [this](std::string_view bytes) { view_->typed(bytes); };
     input_->ended = [this] { ended_ = ended_ || screen_ != nullptr; };
     input_->Open();
-    logSink = [this](const String& line) { view_->note("note", line); };
+    Log::setSink([this](const String& line, Integer) { view_->note("note", line); });
 }
 
 Session::~Session() {
-    logSink = nullptr;
+    Log::toStandardError({});
 }
 
 void Session::watch(const HostModel& model) {

@@ -2,10 +2,10 @@
 // signal or at a command.
 #pragma once
 
-#include "runtime/ConsoleInput.hpp"
-#include "runtime/SignalWatch.hpp"
 #include "sim/HostScreen.hpp"
 #include "sim/HostView.hpp"
+#include "sim/system/ConsoleInput.hpp"
+#include "sim/system/SignalWatch.hpp"
 
 #include <functional>
 #include <memory>

@@ -1,12 +1,12 @@
 // The subcommand "soak": the demo's mesh at high speed, and mishaps that come and go.
-#include "runtime/Clock.hpp"
-#include "runtime/Console.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/SignalWatch.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/values/Clock.hpp"
 #include "sim/MeshFile.hpp"
 #include "sim/Rig.hpp"
 #include "sim/Subcommands.hpp"
+#include "sim/system/SignalWatch.hpp"
 #include "sim/Text.hpp"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 #include "sim/Text.hpp"
 
-#include "runtime/Clock.hpp"
-#include "runtime/Date.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "runtime/Terminal.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Clock.hpp"
+#include "runtime/values/Date.hpp"
+#include "sim/system/Terminal.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Text for a terminal: what came over a wire may hold anything, and columns must stay aligned.
 #pragma once
 
-#include "runtime/String.hpp"
+#include "runtime/text/String.hpp"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,7 @@
 // hearthix-sim: a stand-in host and a stand-in gateway, for seeing and trying the driver without either.
-#include "runtime/Console.hpp"
-#include "runtime/ConsoleApplication.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/Text.hpp"
 
@@ -87,6 +88,7 @@ public:
 } // namespace hearthix::sim
 
 int main(int argc, char** argv) {
+    hearthix::Log::toStandardError({});
     hearthix::sim::SimApplication application;
     return application.execute(argc, argv);
 }

@@ -1,8 +1,8 @@
 #include "tools/KbdbCheck.hpp"
 
 #include "document/CXML.hpp"
-#include "runtime/ByteOrder.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/files/ByteOrder.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "tools/KbdbFile.hpp"
 
-#include "runtime/Exceptions.hpp"
+#include "runtime/values/Exceptions.hpp"
 
 #include <cerrno>
 #include <filesystem>

@@ -1,7 +1,7 @@
 #include "tools/KbdbReports.hpp"
 
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "tools/KbdbCheck.hpp"
 
 #include <algorithm>

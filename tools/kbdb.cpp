@@ -1,8 +1,8 @@
 // kbdb: looks at document files and edits them.
-#include "runtime/Console.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Logging.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "tools/KbdbFile.hpp"
 #include "tools/KbdbReports.hpp"
 
@@ -14,10 +14,6 @@
 #include <vector>
 
 namespace hearthix {
-
-void HearthixSupport::WriteLog(const String& message) {
-    PrintError(concat("kbdb: ", message));
-}
 
 namespace {
 
@@ -234,6 +230,7 @@ private:
 } // namespace hearthix
 
 int main(int argc, char** argv) {
+    hearthix::Log::toStandardError("kbdb: ");
     hearthix::Kbdb kbdb;
     return kbdb.execute(argc, argv);
 }

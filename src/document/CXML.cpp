@@ -1,6 +1,6 @@
 #include "document/CXML.hpp"
 
-#include "runtime/ConsoleApplication.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
 
 #include <utility>
 

@@ -13,14 +13,14 @@
 #pragma once
 
 #include "document/OneBasedArray.hpp"
-#include "runtime/BinaryStream.hpp"
-#include "runtime/Color.hpp"
-#include "runtime/Date.hpp"
-#include "runtime/Dictionary.hpp"
-#include "runtime/FolderItem.hpp"
-#include "runtime/MemoryBlock.hpp"
-#include "runtime/Object.hpp"
-#include "runtime/String.hpp"
+#include "runtime/core/Object.hpp"
+#include "runtime/files/BinaryStream.hpp"
+#include "runtime/files/FolderItem.hpp"
+#include "runtime/files/MemoryBlock.hpp"
+#include "runtime/text/String.hpp"
+#include "runtime/values/Color.hpp"
+#include "runtime/values/Date.hpp"
+#include "runtime/values/Dictionary.hpp"
 
 #include <cstdint>
 #include <optional>

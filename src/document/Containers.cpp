@@ -1,7 +1,7 @@
 // The children of a node.
 #include "document/CXML.hpp"
 #include "document/EncodingRules.hpp"
-#include "runtime/ConsoleApplication.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
 
 namespace hearthix {
 

@@ -1,8 +1,8 @@
 // How keys and values come to UTF-8.
 #pragma once
 
-#include "runtime/Encoding.hpp"
-#include "runtime/String.hpp"
+#include "runtime/text/Encoding.hpp"
+#include "runtime/text/String.hpp"
 
 namespace hearthix {
 

@@ -2,10 +2,10 @@
 // Whoever names a symbolic link means the file behind it: that one is made or replaced, and the link stays. A
 // replaced file keeps its owner and permissions.
 #include "document/CXML.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/Exceptions.hpp"
-#include "runtime/Numbers.hpp"
-#include "shell/Logging.hpp"
+#include "log/Log.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/values/Clock.hpp"
+#include "runtime/values/Exceptions.hpp"
 
 namespace hearthix {
 

@@ -2,7 +2,7 @@
 // placeholder stands in the object itself: an array without content allocates nothing.
 #pragma once
 
-#include "runtime/Array.hpp"
+#include "runtime/core/Array.hpp"
 
 #include <cstdint>
 #include <utility>

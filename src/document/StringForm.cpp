@@ -1,6 +1,6 @@
 // The byte form in a string, which is how the host sends its list of units.
 #include "document/CXML.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 namespace hearthix {
 

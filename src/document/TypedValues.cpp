@@ -1,10 +1,10 @@
 // The values of a node, as strings and as what the strings stand for.
 #include "document/CXML.hpp"
 #include "document/EncodingRules.hpp"
-#include "runtime/Base64.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Base64.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 namespace hearthix {
 

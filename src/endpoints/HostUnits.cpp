@@ -1,10 +1,10 @@
 // What the host is told about units: their creation, and their node's battery.
 #include "endpoints/cMSEndpoint.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "mysensors/Vocabulary.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "shell/Globals.hpp"
+#include "log/Globals.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 namespace hearthix {
 

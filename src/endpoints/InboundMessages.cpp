@@ -1,11 +1,11 @@
 // From the mesh to the host: what a message means for its endpoint.
 #include "endpoints/cMSEndpoint.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "mysensors/Vocabulary.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 namespace hearthix {
 

@@ -1,10 +1,10 @@
 // From the host to the mesh: a command as one line to the node. No queue, no retry, no acknowledgement.
 #include "endpoints/cMSEndpoint.hpp"
-#include "mysensors/Vocabulary.hpp"
+#include "log/Log.hpp"
 #include "ports/iAbstractPort.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Logging.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 namespace hearthix {
 

@@ -1,9 +1,9 @@
 #include "endpoints/cMSEndpoint.hpp"
 
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
 #include "mysensors/AddressIndex.hpp"
-#include "mysensors/Vocabulary.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
 

@@ -6,11 +6,11 @@
 // reference of its own, since a host command that runs meanwhile may do just that.
 #pragma once
 
-#include "hostlink/cHearthixCommand.hpp"
 #include "mysensors/cMSCommand.hpp"
-#include "runtime/Dictionary.hpp"
-#include "runtime/Object.hpp"
-#include "runtime/String.hpp"
+#include "packets/cHearthixCommand.hpp"
+#include "runtime/core/Object.hpp"
+#include "runtime/text/String.hpp"
+#include "runtime/values/Dictionary.hpp"
 
 #include <cstdint>
 #include <string_view>

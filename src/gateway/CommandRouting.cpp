@@ -1,9 +1,9 @@
 // From a command of the host to the endpoint that its address names.
 #include "gateway/cMySensors.hpp"
-#include "mysensors/Vocabulary.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Logging.hpp"
+#include "log/Log.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 namespace hearthix {
 

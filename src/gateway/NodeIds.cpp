@@ -1,11 +1,11 @@
 // Node IDs. Which ones are taken is read from the host's units: every sensor that ever sent a value has one,
 // and a unit's address begins with its node's ID.
 #include "gateway/cMySensors.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 #include <bitset>
 

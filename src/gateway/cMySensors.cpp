@@ -3,12 +3,11 @@
 
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
-#include "hostlink/cHearthixDeviceSocket.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 namespace hearthix {
 
@@ -49,8 +48,8 @@ void cMySensors::dropStaleBytes() {
     const Date now;
     if (LastDataRead && !buffer.empty() &&
         now.TotalSeconds() - LastDataRead->TotalSeconds() > kStaleSeconds) {
-        Globals::writelog(concat("stale data in buffer. Throwing away ", Str(LenB(buffer)), " bytes: ",
-                                 Globals::Hexify(LeftB(buffer, cHearthixDeviceSocket::kLongestLogBody))),
+        Globals::writelog(concat("stale data in buffer. Throwing away ", Str(LenB(buffer)),
+                                 " bytes: ", Globals::Hexify(LeftB(buffer, Log::kLongestBody))),
                           4);
         buffer = String();
     }

@@ -7,10 +7,10 @@
 
 #include "document/CXML.hpp"
 #include "endpoints/cMSEndpoint.hpp"
-#include "hostlink/cHearthixCommand.hpp"
 #include "mysensors/cMSCommand.hpp"
+#include "packets/cHearthixCommand.hpp"
 #include "ports/iAbstractPort.hpp"
-#include "runtime/Date.hpp"
+#include "runtime/values/Date.hpp"
 
 #include <cstdint>
 #include <optional>

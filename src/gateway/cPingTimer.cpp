@@ -1,8 +1,8 @@
 #include "gateway/cPingTimer.hpp"
 
 #include "gateway/cMySensors.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
 
 namespace hearthix {
 

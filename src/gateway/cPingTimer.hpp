@@ -4,7 +4,7 @@
 // and it ends the process. Any byte puts it back to the start.
 #pragma once
 
-#include "runtime/Timer.hpp"
+#include "runtime/events/Timer.hpp"
 
 namespace hearthix {
 

@@ -1,10 +1,11 @@
 #include "hostlink/cHearthixDeviceSocket.hpp"
 
-#include "runtime/BinaryStream.hpp"
-#include "runtime/Console.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
+#include "runtime/files/BinaryStream.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 namespace hearthix {
 
@@ -16,6 +17,11 @@ constexpr std::size_t kCommonLengthOffset = 1;
 } // namespace
 
 Ref<cHearthixDeviceSocket> HearthixSupport::HearthixSocket;
+
+void HearthixSupport::logToHost() {
+    Log::setSink([](const String& message, Integer level) { HearthixSocket->SendLog(message, level); },
+                 [] { HearthixSocket->Poll(); });
+}
 
 void cHearthixDeviceSocket::Event_Connected() {
     Flush();
@@ -33,8 +39,8 @@ void cHearthixDeviceSocket::SendCommand(cHearthixCommand& command) {
 
 void cHearthixDeviceSocket::SendLog(const String& message, Integer level) {
     String body = ChrB(level) + message;
-    if (LenB(body) > kLongestLogBody)
-        body = Left(body, kLongestLogBody);
+    if (LenB(body) > Log::kLongestBody)
+        body = Left(body, Log::kLongestBody);
     Write(concat("L", ChrB(LenB(body) + 2), body));
 }
 

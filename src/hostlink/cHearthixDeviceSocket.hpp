@@ -11,18 +11,14 @@
 // part, and a length of 0, keep the event turning without end.
 #pragma once
 
-#include "hostlink/cHearthixCommand.hpp"
-#include "runtime/TCPSocket.hpp"
+#include "packets/cHearthixCommand.hpp"
+#include "runtime/events/TCPSocket.hpp"
 
 namespace hearthix {
 
 class cHearthixDeviceSocket : public TCPSocket {
 public:
     using CommandHandler = void (*)(const Ref<cHearthixCommand>&);
-
-    // The bytes of a log packet's level and text. Who dumps data of any length into a line need not dump
-    // more.
-    static constexpr Integer kLongestLogBody = 250;
 
     // Gets every well-formed packet.
     explicit cHearthixDeviceSocket(CommandHandler handler) : handler_(handler) {}
@@ -52,6 +48,9 @@ private:
 namespace HearthixSupport {
 // The one host socket; nil until the connection is opened.
 extern Ref<cHearthixDeviceSocket> HearthixSocket;
+
+// Makes the host socket, whichever it is at the time of a line, the sink of the log.
+void logToHost();
 } // namespace HearthixSupport
 
 } // namespace hearthix

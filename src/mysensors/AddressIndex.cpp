@@ -1,6 +1,6 @@
 #include "mysensors/AddressIndex.hpp"
 
-#include "shell/Globals.hpp"
+#include "log/Globals.hpp"
 
 namespace hearthix {
 

@@ -1,7 +1,7 @@
 // Where every endpoint is found.
 #pragma once
 
-#include "runtime/Dictionary.hpp"
+#include "runtime/values/Dictionary.hpp"
 
 #include <array>
 #include <cstdint>

@@ -1,12 +1,11 @@
 #include "mysensors/cMSCommand.hpp"
 
-#include "hostlink/cHearthixDeviceSocket.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
 #include "mysensors/AddressIndex.hpp"
-#include "mysensors/Vocabulary.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
 #include <array>
@@ -69,12 +68,12 @@ bool cMSCommand::parseCommand(const String& line) {
 }
 
 void cMSCommand::logFields() const {
-    HearthixSupport::WriteLog(concat(
-        "nodeID=", Str(nodeID), "(", Globals::formatHexOfLowByte(nodeID), ") childID=", Str(childID), "(",
-        Globals::formatHexOfLowByte(childID), ") messageType=", Str(messageType), "(",
-        mySensors::describeMessageType(messageType), ") ack=", Str(ack), "(", mySensors::describeAck(ack),
-        ") SubType=", Str(SubType), "(", describeSubType(), ") PayLoad=", PayLoad, " (",
-        Globals::Hexify(LeftB(PayLoad, cHearthixDeviceSocket::kLongestLogBody)), ")"));
+    HearthixSupport::WriteLog(
+        concat("nodeID=", Str(nodeID), "(", Globals::formatHexOfLowByte(nodeID), ") childID=", Str(childID),
+               "(", Globals::formatHexOfLowByte(childID), ") messageType=", Str(messageType), "(",
+               mySensors::describeMessageType(messageType), ") ack=", Str(ack), "(",
+               mySensors::describeAck(ack), ") SubType=", Str(SubType), "(", describeSubType(),
+               ") PayLoad=", PayLoad, " (", Globals::Hexify(LeftB(PayLoad, Log::kLongestBody)), ")"));
 }
 
 String cMSCommand::describeSubType() const {

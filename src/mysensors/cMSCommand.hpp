@@ -6,8 +6,8 @@
 // 0, no range is checked, and what follows a sixth ";" is dropped.
 #pragma once
 
-#include "runtime/Object.hpp"
-#include "runtime/String.hpp"
+#include "runtime/core/Object.hpp"
+#include "runtime/text/String.hpp"
 
 namespace hearthix {
 

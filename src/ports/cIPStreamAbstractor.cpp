@@ -1,13 +1,12 @@
 #include "ports/cIPStreamAbstractor.hpp"
 
-#include "hostlink/cHearthixDeviceSocket.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/Console.hpp"
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
-#include "shell/Logging.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/Console.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Clock.hpp"
 
 namespace hearthix {
 
@@ -26,7 +25,7 @@ cIPStreamAbstractor::cIPStreamAbstractor(const String& address, Integer port, Co
         Flush();
         return;
     }
-    HearthixSupport::HearthixSocket->SendLog(concat("IP Open  to ", Address, ":", Str(Port), " failed."), 2);
+    Log::send(concat("IP Open  to ", Address, ":", Str(Port), " failed."), 2);
     Globals::DoQuit = true;
 }
 
@@ -84,8 +83,7 @@ void cIPStreamAbstractor::PortClear() {
 void cIPStreamAbstractor::PortFlush() {
     const String dropped = ReadAll();
     if (Globals::DebugMode)
-        HearthixSupport::HearthixSocket->SendLog(concat("port flush reads ", Str(LenB(dropped)), " bytes."),
-                                                 4);
+        Log::send(concat("port flush reads ", Str(LenB(dropped)), " bytes."), 4);
 }
 
 } // namespace hearthix

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "ports/iAbstractPort.hpp"
-#include "runtime/TCPSocket.hpp"
+#include "runtime/events/TCPSocket.hpp"
 
 namespace hearthix {
 

@@ -1,15 +1,15 @@
 #include "ports/cSerialPortAbstractor.hpp"
 
-#include "hostlink/cHearthixDeviceSocket.hpp"
-#include "runtime/Console.hpp"
-#include "shell/Globals.hpp"
+#include "log/Globals.hpp"
+#include "log/Log.hpp"
+#include "runtime/process/Console.hpp"
 
 namespace hearthix {
 
 namespace {
 
 void giveUp(const String& notice) {
-    HearthixSupport::HearthixSocket->SendLog(notice, 4);
+    Log::send(notice, 4);
     Globals::DoQuit = true;
 }
 
@@ -61,7 +61,7 @@ void cSerialPortAbstractor::PortClear() {
 void cSerialPortAbstractor::PortFlush() {
     Flush();
     if (Globals::DebugMode)
-        HearthixSupport::HearthixSocket->SendLog("port flush empty", 4);
+        Log::send("port flush empty", 4);
 }
 
 } // namespace hearthix

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "ports/iAbstractPort.hpp"
-#include "runtime/Serial.hpp"
+#include "runtime/events/Serial.hpp"
 
 namespace hearthix {
 

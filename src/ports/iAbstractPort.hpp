@@ -1,8 +1,8 @@
 // One interface over the ways to reach the gateway, and the one that a port calls back.
 #pragma once
 
-#include "runtime/Object.hpp"
-#include "runtime/String.hpp"
+#include "runtime/core/Object.hpp"
+#include "runtime/text/String.hpp"
 
 #include <cstddef>
 

@@ -1,7 +1,7 @@
 #include "tests/document/DocumentTest.hpp"
 
-#include "runtime/Exceptions.hpp"
-#include "shell/Logging.hpp"
+#include "log/Log.hpp"
+#include "runtime/values/Exceptions.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,10 +15,6 @@
 #include <unistd.h>
 
 namespace tests = hearthix::testing;
-
-void hearthix::HearthixSupport::WriteLog(const String& message) {
-    tests::logged.emplace_back(message.view());
-}
 
 // The program's own definitions come ahead of the C library's.
 extern "C" int fsync(int descriptor) {
@@ -99,6 +95,7 @@ void writeFile(const std::filesystem::path& path, std::string_view bytes) {
 
 DocumentTest::DocumentTest() {
     logged.clear();
+    Log::setSink([](const String& message, Integer) { logged.emplace_back(message.view()); });
     calls.clear();
     failSync = failExchange = false;
     std::string pattern = (std::filesystem::temp_directory_path() / "document-XXXXXX").string();

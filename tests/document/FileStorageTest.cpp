@@ -1,4 +1,4 @@
-#include "runtime/Exceptions.hpp"
+#include "runtime/values/Exceptions.hpp"
 #include "tests/document/DocumentTest.hpp"
 
 #include <csignal>

@@ -1,5 +1,5 @@
-#include "runtime/Clock.hpp"
-#include "runtime/Exceptions.hpp"
+#include "runtime/values/Clock.hpp"
+#include "runtime/values/Exceptions.hpp"
 #include "tests/document/DocumentTest.hpp"
 
 namespace hearthix::testing {

@@ -1,9 +1,9 @@
-#include "hostlink/cHearthixCommand.hpp"
-#include "hostlink/PacketHooks.hpp"
-#include "runtime/Exceptions.hpp"
-#include "runtime/Numbers.hpp"
-#include "runtime/StringFunctions.hpp"
-#include "shell/Globals.hpp"
+#include "log/Globals.hpp"
+#include "packets/cHearthixCommand.hpp"
+#include "packets/PacketHooks.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Exceptions.hpp"
 #include "tests/runtime/Rows.hpp"
 
 #include <functional>

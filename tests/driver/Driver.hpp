@@ -2,12 +2,12 @@
 #pragma once
 
 #include "hostlink/cHearthixDeviceSocket.hpp"
+#include "log/Globals.hpp"
 #include "mysensors/AddressIndex.hpp"
-#include "mysensors/VarTypeConverter.hpp"
-#include "shell/Globals.hpp"
 #include "tests/runtime/Links.hpp"
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Packets.hpp"
+#include "vocabulary/VarTypeConverter.hpp"
 
 #include <string>
 
@@ -21,6 +21,7 @@ protected:
         mySensors::createVarTypeConverter();
         HearthixSupport::HearthixSocket =
             Ref<cHearthixDeviceSocket>::make([](const Ref<cHearthixCommand>&) {});
+        HearthixSupport::logToHost();
         host_.pairWith(*HearthixSupport::HearthixSocket);
     }
     ~DriverTest() override { HearthixSupport::HearthixSocket = nullptr; }

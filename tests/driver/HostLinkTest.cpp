@@ -1,9 +1,9 @@
 // The page that describes the host link, held against the code, and the words of the link.
-#include "hostlink/CommandDispatch.hpp"
-#include "hostlink/HearthixConnection.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/ListeningSocket.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "app/CommandDispatch.hpp"
+#include "app/HearthixConnection.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Clock.hpp"
+#include "sim/system/ListeningSocket.hpp"
 #include "tests/driver/Driver.hpp"
 
 #include <stdlib.h>

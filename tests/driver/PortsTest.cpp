@@ -1,6 +1,6 @@
 #include "ports/cIPStreamAbstractor.hpp"
 #include "ports/cSerialPortAbstractor.hpp"
-#include "runtime/ListeningSocket.hpp"
+#include "sim/system/ListeningSocket.hpp"
 #include "tests/driver/Driver.hpp"
 
 #include <pty.h>

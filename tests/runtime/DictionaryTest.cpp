@@ -1,7 +1,7 @@
-#include "runtime/Dictionary.hpp"
+#include "runtime/values/Dictionary.hpp"
 
-#include "runtime/MemoryBlock.hpp"
-#include "runtime/Numbers.hpp"
+#include "runtime/files/MemoryBlock.hpp"
+#include "runtime/text/Numbers.hpp"
 
 #include <gtest/gtest.h>
 

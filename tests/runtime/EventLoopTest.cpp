@@ -1,9 +1,9 @@
 #include "Links.hpp"
-#include "runtime/ChildProcess.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/ConsoleInput.hpp"
-#include "runtime/ListeningSocket.hpp"
-#include "runtime/Timer.hpp"
+#include "runtime/events/Timer.hpp"
+#include "runtime/values/Clock.hpp"
+#include "sim/system/ChildProcess.hpp"
+#include "sim/system/ConsoleInput.hpp"
+#include "sim/system/ListeningSocket.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,8 @@
 // A connection inside of one process: a socket that notes its events, and the raw other end.
 #pragma once
 
-#include "runtime/ConsoleApplication.hpp"
-#include "runtime/TCPSocket.hpp"
+#include "runtime/events/TCPSocket.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "runtime/Numbers.hpp"
+#include "runtime/text/Numbers.hpp"
 
 #include "Rows.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/Date.hpp"
-#include "runtime/Variant.hpp"
+#include "runtime/values/Clock.hpp"
+#include "runtime/values/Date.hpp"
+#include "runtime/values/Variant.hpp"
 
 #include <limits>
 #include <string>

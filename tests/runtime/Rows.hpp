@@ -1,7 +1,7 @@
 // Tables of results and what they should be, compared byte by byte: the equality of strings ignores case.
 #pragma once
 
-#include "runtime/String.hpp"
+#include "runtime/text/String.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "runtime/Serial.hpp"
+#include "runtime/events/Serial.hpp"
 
 #include "Links.hpp"
-#include "runtime/Clock.hpp"
-#include "runtime/PseudoTerminal.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Clock.hpp"
+#include "sim/system/PseudoTerminal.hpp"
 
 #include <cerrno>
 #include <cstdio>

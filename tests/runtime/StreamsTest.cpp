@@ -1,9 +1,9 @@
 #include "Rows.hpp"
-#include "runtime/BinaryStream.hpp"
-#include "runtime/Exceptions.hpp"
-#include "runtime/FolderItem.hpp"
-#include "runtime/MemoryBlock.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/files/BinaryStream.hpp"
+#include "runtime/files/FolderItem.hpp"
+#include "runtime/files/MemoryBlock.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/Exceptions.hpp"
 
 #include <cerrno>
 #include <filesystem>

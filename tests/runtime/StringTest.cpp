@@ -1,6 +1,6 @@
 #include "Rows.hpp"
-#include "runtime/Base64.hpp"
-#include "runtime/StringFunctions.hpp"
+#include "runtime/text/Base64.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 #include <random>
 #include <string>

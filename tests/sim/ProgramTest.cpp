@@ -1,6 +1,6 @@
 // The program as people run it, with the real driver.
-#include "runtime/ChildProcess.hpp"
-#include "runtime/ConsoleApplication.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "sim/system/ChildProcess.hpp"
 
 #include <gtest/gtest.h>
 

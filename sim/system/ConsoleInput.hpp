@@ -1,0 +1,36 @@
+// Standard input as a source of events. Bytes are handed on as they come: lines are the reader's affair.
+//
+// The descriptor is shared with whoever started the program, so it stays in blocking mode; it is read once
+// each time that the system says there is something.
+#pragma once
+
+#include "runtime/events/EventSource.hpp"
+
+#include <functional>
+#include <string_view>
+
+namespace hearthix {
+
+class ConsoleInput : public EventSource {
+public:
+    ~ConsoleInput() override { Close(); }
+
+    void Open();
+    void Close();
+
+    // Has to be set by the time that events run.
+    std::function<void(std::string_view bytes)> received;
+    // At the end of the input, which is closed by then. May stay unset.
+    std::function<void()> ended;
+
+private:
+    int descriptor() const noexcept override { return open_ ? 0 : -1; }
+    bool wantsRead() const noexcept override { return true; }
+    bool wantsWrite() const noexcept override { return false; }
+    void serve(bool readable, bool writable) override;
+    void flushOutput() override {}
+
+    bool open_ = false;
+};
+
+} // namespace hearthix

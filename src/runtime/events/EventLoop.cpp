@@ -1,0 +1,117 @@
+#include "runtime/events/EventLoop.hpp"
+
+#include "runtime/values/Clock.hpp"
+
+#include <algorithm>
+#include <ctime>
+
+#include <poll.h>
+
+namespace hearthix {
+
+namespace {
+
+using clocks::kMillisecond;
+using clocks::kSecond;
+
+// What a wait found: the descriptors are paired with sources by place.
+struct Watch {
+    std::vector<pollfd> descriptors;
+    std::vector<EventSource*> sources;
+};
+
+int waitFor(std::vector<pollfd>& descriptors, std::int64_t nanoseconds) {
+    const timespec limit{static_cast<time_t>(nanoseconds / kSecond),
+                         static_cast<long>(nanoseconds % kSecond)};
+    return ppoll(descriptors.data(), descriptors.size(), &limit, nullptr);
+}
+
+} // namespace
+
+EventLoop& EventLoop::instance() {
+    // Never destroyed: objects that outlive main remove themselves from it.
+    static EventLoop& loop = *new EventLoop;
+    return loop;
+}
+
+void EventLoop::add(EventSource& source) {
+    if (std::find(sources_.begin(), sources_.end(), &source) == sources_.end())
+        sources_.push_back(&source);
+}
+
+void EventLoop::remove(EventSource& source) {
+    std::replace(sources_.begin(), sources_.end(), &source, static_cast<EventSource*>(nullptr));
+}
+
+void EventLoop::add(TimedSource& timer) {
+    if (std::find(timers_.begin(), timers_.end(), &timer) == timers_.end())
+        timers_.push_back(&timer);
+}
+
+void EventLoop::remove(TimedSource& timer) {
+    std::replace(timers_.begin(), timers_.end(), &timer, static_cast<TimedSource*>(nullptr));
+}
+
+void EventLoop::run(std::int64_t milliseconds) {
+    const std::int64_t start = clocks::monotonic();
+    const std::int64_t deadline =
+        start + std::clamp<std::int64_t>(milliseconds, 0, 1'000'000'000) * kMillisecond;
+    do {
+        pass(deadline);
+    } while (clocks::monotonic() < deadline);
+}
+
+void EventLoop::flushAll() {
+    // By index: sending may make a source remove itself.
+    for (std::size_t i = 0; i < sources_.size(); ++i)
+        if (sources_[i] != nullptr)
+            sources_[i]->flushOutput();
+}
+
+std::int64_t EventLoop::nextDue(std::int64_t deadline) const {
+    for (const TimedSource* timer : timers_)
+        if (timer != nullptr)
+            deadline = std::min(deadline, timer->dueAt());
+    return deadline;
+}
+
+void EventLoop::pass(std::int64_t deadline) {
+    flushAll();
+    std::erase(sources_, nullptr);
+    std::erase(timers_, nullptr);
+
+    // A handler may run the loop again, so each pass has a list of its own.
+    Watch watch;
+    bool hasNews = false;
+    for (EventSource* source : sources_) {
+        const int events = (source->wantsRead() ? POLLIN : 0) | (source->wantsWrite() ? POLLOUT : 0);
+        watch.descriptors.push_back({source->descriptor(), static_cast<short>(events), 0});
+        watch.sources.push_back(source);
+        hasNews = hasNews || source->hasNews();
+    }
+    const std::int64_t wait =
+        hasNews ? 0 : std::max<std::int64_t>(nextDue(deadline) - clocks::monotonic(), 0);
+    const int ready = waitFor(watch.descriptors, wait);
+    const std::int64_t now = clocks::monotonic();
+
+    for (std::size_t i = 0; (ready > 0 || hasNews) && i < watch.sources.size(); ++i) {
+        const int found = ready > 0 ? watch.descriptors[i].revents : 0;
+        // The handler of an earlier source may have closed this one.
+        if (std::find(sources_.begin(), sources_.end(), watch.sources[i]) == sources_.end())
+            continue;
+        if (found == 0 && !watch.sources[i]->hasNews())
+            continue;
+        const Ref<EventSource> keep(watch.sources[i]);
+        keep->serve((found & ~POLLOUT) != 0, (found & (POLLOUT | POLLERR | POLLHUP)) != 0);
+    }
+    fireDue(now);
+    flushAll();
+}
+
+void EventLoop::fireDue(std::int64_t now) {
+    for (std::size_t i = 0; i < timers_.size(); ++i)
+        if (timers_[i] != nullptr && timers_[i]->dueAt() <= now)
+            timers_[i]->fire();
+}
+
+} // namespace hearthix

@@ -1,0 +1,89 @@
+#include "runtime/files/BinaryStream.hpp"
+
+#include "runtime/files/ByteOrder.hpp"
+#include "runtime/files/FileBuffer.hpp"
+#include "runtime/files/FolderItem.hpp"
+#include "runtime/files/MemoryBlock.hpp"
+
+#include <algorithm>
+
+namespace hearthix {
+
+BinaryStream::BinaryStream(const String& source) : text_(source) {
+}
+
+BinaryStream::BinaryStream(const Ref<MemoryBlock>& block) : LittleEndian(block->LittleEndian), block_(block) {
+}
+
+BinaryStream::BinaryStream(std::unique_ptr<FileBuffer> file) : file_(std::move(file)) {
+}
+
+BinaryStream::~BinaryStream() = default;
+
+Ref<BinaryStream> BinaryStream::Create(const Ref<FolderItem>& file, bool overwrite) {
+    auto buffer = FileBuffer::create(file->ShellPath(), overwrite);
+    return buffer ? Ref<BinaryStream>::adopt(new BinaryStream(std::move(buffer))) : nullptr;
+}
+
+Ref<BinaryStream> BinaryStream::Open(const Ref<FolderItem>& file, bool writable) {
+    auto buffer = FileBuffer::open(file->ShellPath(), writable);
+    return buffer ? Ref<BinaryStream>::adopt(new BinaryStream(std::move(buffer))) : nullptr;
+}
+
+Integer BinaryStream::lengthElsewhere() const {
+    if (block_)
+        return block_->Size();
+    return file_ ? static_cast<Integer>(file_->size()) : 0;
+}
+
+void BinaryStream::setPosition(Integer position) {
+    position_ = static_cast<std::size_t>(std::clamp<Integer>(position, 0, Length()));
+}
+
+String BinaryStream::Read(Integer count, TextEncoding encoding) {
+    if (count <= 0)
+        return String(std::string_view(), encoding);
+    const auto wanted = static_cast<std::size_t>(count);
+    String bytes;
+    if (file_)
+        bytes = file_->read(position_, wanted);
+    else if (block_)
+        bytes = block_->StringValue(Position(), count);
+    else
+        bytes = text_.cut(position_, wanted);
+    position_ += bytes.size();
+    bytes.setEncoding(encoding);
+    return bytes;
+}
+
+std::uint64_t BinaryStream::readNumber(std::size_t width) {
+    const String bytes = Read(static_cast<Integer>(width));
+    return bytes.size() == width ? decodeNumber(bytes, LittleEndian) : 0;
+}
+
+void BinaryStream::Write(std::string_view bytes) {
+    if (file_)
+        file_->write(position_, bytes);
+    else if (block_)
+        block_->overwrite(position_, bytes);
+    else
+        return;
+    position_ += bytes.size();
+}
+
+void BinaryStream::writeNumber(std::uint64_t value, unsigned width) {
+    char bytes[8];
+    encodeNumber(bytes, width, value, LittleEndian);
+    Write(std::string_view(bytes, width));
+}
+
+void BinaryStream::Close() {
+    if (file_)
+        failed_ = !file_->close();
+    file_.reset();
+    block_ = nullptr;
+    text_ = String();
+    position_ = 0;
+}
+
+} // namespace hearthix

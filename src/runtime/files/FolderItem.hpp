@@ -1,0 +1,50 @@
+// A file reference: the place of a file or folder, which need not exist.
+#pragma once
+
+#include "runtime/core/Object.hpp"
+#include "runtime/text/String.hpp"
+
+namespace hearthix {
+
+class FolderItem : public Object {
+public:
+    // A relative path counts from the process's folder of the moment.
+    explicit FolderItem(const String& path);
+
+    // Whether something is there, at the end of any symbolic links.
+    bool Exists() const;
+    // The last component of the path.
+    String Name() const;
+    // The folder it stands in; nil for the root.
+    Ref<FolderItem> Parent() const;
+    // A file of that name in this folder.
+    Ref<FolderItem> Child(const String& name) const;
+    // The absolute path.
+    String ShellPath() const { return path_; }
+    // Removes the file. What cannot be removed stays, without an error.
+    void Delete() const;
+    // A form that GetFolderItem turns back into the same place: the absolute path. Both arguments are for
+    // platforms with other forms and are not looked at.
+    String GetSaveInfo(const Ref<FolderItem>& relativeTo, Integer mode) const;
+
+    // The place that a symbolic link stands for, which need not exist; the same place for anything else.
+    Ref<FolderItem> withoutLink() const;
+    // Makes an empty file that is nobody else's to read, if there is none.
+    void createPrivate() const;
+    // Gives the file the owner, the group and the permissions of another one, as far as the system lets us. A
+    // group that can't be kept gets no more than everybody has. Access lists are not taken over.
+    void takeRightsOf(const Ref<FolderItem>& model) const;
+    // Makes the names in the folder that the file stands in last on the disk.
+    void syncFolder() const;
+
+private:
+    String path_;
+};
+
+Ref<FolderItem> GetFolderItem(const String& reference, Integer pathMode);
+
+// Makes two existing regular files change places, atomically. 0 on success; otherwise the system's error
+// number, and both files are as they were. The change is on the disk when the call returns.
+Integer ExchangeFiles(const Ref<FolderItem>& first, const Ref<FolderItem>& second);
+
+} // namespace hearthix

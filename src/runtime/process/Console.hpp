@@ -1,0 +1,25 @@
+// Standard output and standard error. A reader that has gone away is no fault: what is printed is lost then.
+#pragma once
+
+#include "runtime/text/String.hpp"
+
+#include <string_view>
+
+namespace hearthix {
+
+// The platform's line end.
+inline const String EndOfLine = "\n";
+
+// Opens what the starter of the process has left closed of the three standard streams, so that no file or
+// socket of the program takes such a place.
+void openStandardStreams();
+
+// The text and a line end to standard output.
+void Print(const String& text);
+// The same to standard error.
+void PrintError(const String& text);
+
+// Writes bytes to a descriptor as they stand.
+void writeAll(int descriptor, std::string_view bytes);
+
+} // namespace hearthix

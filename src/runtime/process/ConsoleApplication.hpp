@@ -1,0 +1,41 @@
+// The base of a program without a window.
+//
+// The program derives its one application from this and runs it with execute. Events run inside DoEvents and
+// inside an object's Poll, and nowhere else.
+#pragma once
+
+#include "runtime/core/Array.hpp"
+#include "runtime/text/String.hpp"
+#include "runtime/values/Exceptions.hpp"
+
+namespace hearthix {
+
+class ConsoleApplication {
+public:
+    ConsoleApplication() = default;
+    ConsoleApplication(const ConsoleApplication&) = delete;
+    ConsoleApplication& operator=(const ConsoleApplication&) = delete;
+    virtual ~ConsoleApplication() = default;
+
+    // The program's body. The arguments count from the program's own path; the result is the exit status.
+    virtual Integer Event_Run(const Array<String>& arguments) = 0;
+    // The last chance for an exception that nothing has caught. True: it ends the process in good order,
+    // status 0; false: with a line on standard error, status 1.
+    virtual bool Event_UnhandledException(const RuntimeException& error) = 0;
+
+    // Runs events for so many milliseconds.
+    static void DoEvents(Integer milliseconds);
+
+    // The life of the process, up to its exit status: a lost pipe is no reason to die, Event_Run, and for an
+    // unhandled exception a line on standard error and the status 1.
+    int execute(int count, const char* const* values);
+
+private:
+    int runGuarded(const Array<String>& arguments);
+};
+
+// The cooperative yield. No other cooperative threads exist, so it returns at once; it runs no events.
+inline void RuntimeBackgroundTask() {
+}
+
+} // namespace hearthix

@@ -1,0 +1,271 @@
+#include "runtime/text/Numbers.hpp"
+
+#include "runtime/text/StringFunctions.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <string>
+
+namespace hearthix {
+
+namespace {
+
+constexpr bool isDigit(char letter) {
+    return letter >= '0' && letter <= '9';
+}
+
+std::string_view withoutLeadingSpace(std::string_view text) {
+    std::size_t first = 0;
+    while (first < text.size() && isWhiteSpace(text[first]))
+        ++first;
+    return text.substr(first);
+}
+
+int digitValue(char letter, int bits) {
+    int value = 99;
+    if (isDigit(letter))
+        value = letter - '0';
+    else if ((letter | 0x20) >= 'a' && (letter | 0x20) <= 'f')
+        value = (letter | 0x20) - 'a' + 10;
+    return value < 1 << bits ? value : -1;
+}
+
+// The nearest double of digits that stand for so many bits each. A double keeps 53 bits, so the first 60 or
+// more, with their last one set when any further one is, round as all of them together would.
+double prefixedNumber(std::string_view digits, int bits) {
+    constexpr std::uint64_t kEnough = 1ULL << 59;
+    constexpr int kInfinite = 1100; // far enough beyond the largest double's exponent
+    std::uint64_t leading = 0;
+    int exponent = 0;
+    for (const char letter : digits) {
+        const int digit = digitValue(letter, bits);
+        if (digit < 0)
+            break;
+        if (leading < kEnough) {
+            leading = leading << bits | static_cast<unsigned>(digit);
+        } else {
+            leading |= static_cast<unsigned>(digit != 0);
+            exponent = std::min(exponent + bits, kInfinite);
+        }
+    }
+    return std::ldexp(static_cast<double>(leading), exponent);
+}
+
+// The parts of a decimal number at the start of a text.
+struct DecimalShape {
+    std::size_t length = 0;      // bytes of the whole number; 0 when there is none
+    std::size_t wholeDigits = 0; // digits ahead of the point
+    bool plain = false;          // sign and digits only
+    Integer exponent = 0;        // cut to what decides on too large or too small
+};
+
+std::size_t digitsAt(std::string_view text, std::size_t at) {
+    std::size_t end = at;
+    while (end < text.size() && isDigit(text[end]))
+        ++end;
+    return end - at;
+}
+
+Integer exponentOf(std::string_view digits) {
+    constexpr Integer kFarBeyond = 1'000'000'000'000;
+    Integer value = 0;
+    for (const char digit : digits)
+        value = std::min(value * 10 + (digit - '0'), kFarBeyond);
+    return value;
+}
+
+// Whether digits that don't fit a double are too large, and not too close to zero, by where their first
+// significant digit stands.
+bool isTooLarge(std::string_view digits, std::size_t wholeDigits, Integer exponent) {
+    const std::size_t first = digits.find_first_of("123456789");
+    if (first == std::string_view::npos)
+        return false;
+    return static_cast<Integer>(wholeDigits) - static_cast<Integer>(first) + exponent > 0;
+}
+
+DecimalShape decimalShape(std::string_view text) {
+    DecimalShape shape;
+    std::size_t at = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
+    shape.wholeDigits = digitsAt(text, at);
+    at += shape.wholeDigits;
+    std::size_t fractionDigits = 0;
+    shape.plain = true;
+    if (at < text.size() && text[at] == '.') {
+        fractionDigits = digitsAt(text, at + 1);
+        if (shape.wholeDigits + fractionDigits > 0) {
+            at += 1 + fractionDigits;
+            shape.plain = false;
+        }
+    }
+    if (shape.wholeDigits + fractionDigits == 0)
+        return {};
+    if (at < text.size() && (text[at] | 0x20) == 'e') {
+        std::size_t exponentAt = at + 1;
+        const bool negative = exponentAt < text.size() && text[exponentAt] == '-';
+        if (exponentAt < text.size() && (text[exponentAt] == '-' || text[exponentAt] == '+'))
+            ++exponentAt;
+        const std::size_t exponentDigits = digitsAt(text, exponentAt);
+        if (exponentDigits > 0) {
+            at = exponentAt + exponentDigits;
+            shape.plain = false;
+            const Integer magnitude = exponentOf(text.substr(exponentAt, exponentDigits));
+            shape.exponent = negative ? -magnitude : magnitude;
+        }
+    }
+    shape.length = at;
+    return shape;
+}
+
+double decimalNumber(std::string_view text) {
+    const DecimalShape shape = decimalShape(text);
+    if (shape.length == 0)
+        return 0;
+    const bool isSigned = text[0] == '-' || text[0] == '+';
+    const std::string_view digits = text.substr(isSigned, shape.length - isSigned);
+    double value = 0;
+    if (shape.plain && shape.wholeDigits <= 15) {
+        std::uint64_t whole = 0;
+        for (const char digit : digits)
+            whole = whole * 10 + static_cast<std::uint64_t>(digit - '0');
+        value = static_cast<double>(whole);
+    } else if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec ==
+               std::errc::result_out_of_range) {
+        value = isTooLarge(digits, shape.wholeDigits, shape.exponent)
+                    ? std::numeric_limits<double>::infinity()
+                    : 0.0;
+    }
+    return text[0] == '-' ? -value : value;
+}
+
+} // namespace
+
+double Val(std::string_view text) {
+    text = withoutLeadingSpace(text);
+    if (text.size() >= 2 && text[0] == '&') {
+        const char prefix = static_cast<char>(text[1] | 0x20);
+        if (prefix == 'h')
+            return prefixedNumber(text.substr(2), 4);
+        if (prefix == 'b')
+            return prefixedNumber(text.substr(2), 1);
+    }
+    return decimalNumber(text);
+}
+
+Integer toInteger(double value) {
+    constexpr double kLimit = 9223372036854775808.0; // 2 to the power 63
+    if (value >= kLimit)
+        return std::numeric_limits<Integer>::max();
+    if (value < -kLimit)
+        return std::numeric_limits<Integer>::min();
+    return std::isnan(value) ? 0 : static_cast<Integer>(value);
+}
+
+Integer ValInteger(std::string_view text) {
+    // Nearly all numbers on the wire are a few plain digits.
+    constexpr std::size_t kPlainDigits = 15;
+    Integer value = 0;
+    std::size_t at = 0;
+    while (at < text.size() && at < kPlainDigits && isDigit(text[at]))
+        value = value * 10 + (text[at++] - '0');
+    return at > 0 && at == text.size() ? value : toInteger(Val(text));
+}
+
+namespace {
+
+template <class Number>
+String numberText(Number number, int base = 10) {
+    char digits[72];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number, base).ptr;
+    return String(std::string_view(digits, static_cast<std::size_t>(end - digits)), TextEncoding::utf8);
+}
+
+} // namespace
+
+String Str(Integer number) {
+    return numberText(number);
+}
+
+String Str(std::uint64_t number) {
+    return numberText(number);
+}
+
+String Str(int number) {
+    return numberText(number);
+}
+
+String Str(double number) {
+    if (number == 0)
+        return Str(Integer{0});
+    char digits[340];
+    const bool isWhole = std::trunc(number) == number;
+    const auto end =
+        (isWhole ? std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed)
+                 : std::to_chars(digits, digits + sizeof digits, number))
+            .ptr;
+    return String(std::string_view(digits, static_cast<std::size_t>(end - digits)), TextEncoding::utf8);
+}
+
+String Hex(Integer number) {
+    char digits[16];
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, static_cast<std::uint64_t>(number), 16).ptr;
+    std::transform(digits, end, digits, [](char letter) {
+        return letter >= 'a' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    });
+    return String(std::string_view(digits, static_cast<std::size_t>(end - digits)), TextEncoding::utf8);
+}
+
+String Format(double number, std::string_view mask) {
+    if (std::isnan(number))
+        number = 0;
+    const std::size_t point = mask.find('.');
+    const std::string_view wholeMask = mask.substr(0, point);
+    const std::string_view fractionMask =
+        point == std::string_view::npos ? std::string_view() : mask.substr(point + 1);
+    const auto leastWhole = static_cast<std::size_t>(std::count(wholeMask.begin(), wholeMask.end(), '0'));
+    const auto leastFraction =
+        static_cast<std::size_t>(std::count(fractionMask.begin(), fractionMask.end(), '0'));
+    const auto mostFraction = static_cast<int>(std::min<std::size_t>(fractionMask.size(), 20));
+
+    // A double has at most 309 digits ahead of the point.
+    const double magnitude = std::min(std::fabs(number), std::numeric_limits<double>::max());
+    char digits[340];
+    const auto end =
+        std::to_chars(digits, digits + sizeof digits, magnitude, std::chars_format::fixed, mostFraction).ptr;
+    std::string text(digits, end);
+    std::size_t whole = std::min(text.find('.'), text.size());
+    while (text.size() > whole + 1 + leastFraction && text.back() == '0')
+        text.pop_back();
+    if (text.back() == '.')
+        text.pop_back();
+    if (whole < leastWhole)
+        text.insert(0, leastWhole - whole, '0');
+    if (number < 0 && text.find_first_not_of("0.") != std::string::npos)
+        text.insert(0, 1, '-');
+    return String(text, TextEncoding::utf8);
+}
+
+bool IsNumeric(std::string_view text) {
+    text = withoutLeadingSpace(text);
+    while (!text.empty() && isWhiteSpace(text.back()))
+        text.remove_suffix(1);
+    return !text.empty() && decimalShape(text).length == text.size();
+}
+
+namespace Bitwise {
+
+std::uint64_t BitAnd(std::uint64_t left, std::uint64_t right) {
+    return left & right;
+}
+std::uint64_t BitXor(std::uint64_t left, std::uint64_t right) {
+    return left ^ right;
+}
+std::uint64_t ShiftRight(std::uint64_t value, unsigned count) {
+    return count < 64 ? value >> count : 0;
+}
+
+} // namespace Bitwise
+
+} // namespace hearthix

@@ -1,0 +1,43 @@
+// Numbers and their texts. Every operation is a total function: no input raises or is undefined, and no
+// locale is looked at.
+#pragma once
+
+#include "runtime/text/String.hpp"
+
+#include <cstdint>
+#include <string_view>
+
+namespace hearthix {
+
+// The number at the start of a text. Leading blanks are skipped; a sign, digits, a fraction and an exponent
+// are read as far as they go, with "&h" ahead as hexadecimal and with "&b" as binary digits. Junk and the
+// empty text yield 0; what is too large for a double yields infinity.
+double Val(std::string_view text);
+// Truncated toward zero; values out of range yield the nearest integer that there is, NaN yields 0.
+Integer toInteger(double value);
+// Val and toInteger in one, exact to the last digit a double holds.
+Integer ValInteger(std::string_view text);
+
+// Decimal text.
+String Str(Integer number);
+String Str(std::uint64_t number);
+String Str(int number);
+// A whole number prints without a fraction, any other with the digits that it takes to read it back.
+String Str(double number);
+// Hexadecimal text in capitals, without leading zeros; a negative number shows its two's complement.
+String Hex(Integer number);
+// Text by a mask of '#' (a digit if there is one), '0' (a digit always), at most one '.', and a leading '-'.
+// A minus sign stands before a negative number whether or not the mask has one; the last digit is rounded.
+String Format(double number, std::string_view mask);
+// Whether a text is one decimal number: sign, digits, fraction and exponent, blanks around it allowed. Empty
+// text, hexadecimal, "inf" and "nan" are none.
+bool IsNumeric(std::string_view text);
+
+namespace Bitwise {
+std::uint64_t BitAnd(std::uint64_t left, std::uint64_t right);
+std::uint64_t BitXor(std::uint64_t left, std::uint64_t right);
+// Zero for a shift of 64 and more.
+std::uint64_t ShiftRight(std::uint64_t value, unsigned count);
+} // namespace Bitwise
+
+} // namespace hearthix

@@ -1,0 +1,25 @@
+// Random numbers, not for secrets.
+#pragma once
+
+#include "runtime/text/String.hpp"
+
+#include <random>
+
+namespace hearthix {
+
+class Random {
+public:
+    Random() : engine_(std::random_device{}()) {}
+    // For runs that must repeat.
+    explicit Random(unsigned seed) : engine_(seed) {}
+
+    // A number from first to last, both included; first when the range is empty.
+    Integer InRange(Integer first, Integer last) {
+        return first >= last ? first : std::uniform_int_distribution<Integer>(first, last)(engine_);
+    }
+
+private:
+    std::minstd_rand engine_;
+};
+
+} // namespace hearthix

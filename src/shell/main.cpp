@@ -1,6 +1,0 @@
-#include "shell/App.hpp"
-
-int main(int argc, char** argv) {
-    hearthix::App app;
-    return app.execute(argc, argv);
-}
