@@ -1,9 +1,10 @@
-// The least program that turns the same bytes into the same bytes as the driver: the physical limit that the
-// driver is measured against. One loop, fixed buffers, no allocation, no logs, no rules: it knows set lines
-// of known endpoints and ON, OFF and SetValue commands, and trusts its peers.
+// The least program that turns the same bytes into the same bytes as the driver: the limit that the driver is
+// measured against. Two fixed buffers a peer, no allocation, no rules, and no log but the line that hosts
+// expect for each command. It knows set lines of known endpoints and SetValue commands, and believes them.
 //
 //   relay IP HOST-ADDRESS HOST-PORT CONNECTION-ID GATEWAY-ADDRESS GATEWAY-PORT
 //   relay DEVICE HOST-ADDRESS HOST-PORT CONNECTION-ID
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -15,7 +16,6 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -24,9 +24,13 @@
 
 namespace {
 
-constexpr std::size_t kBuffer = 1U << 20U;
+using namespace std::string_view_literals;
 
-constexpr std::array<std::string_view, 46> kSuffixes{
+constexpr std::size_t kWord = 16;           // bytes that are copied at once, be there fewer or not
+constexpr std::size_t kInput = 1U << 18U;   // with its output it just fits into the caches
+constexpr std::size_t kOutput = 5 * kInput; // a packet is up to 4.7 times as long as its line
+
+constexpr char kSuffixes[][kWord] = {
     "TEMP", "HUM",   "STATUS",    "PERCENT", "PRESSURE", "FORECAST", "RAIN",    "RATE",
     "WIND", "GUST",  "DIRECTION", "UV",      "WEIGHT",   "DISTANCE", "IMPEDE",  "ARM",
     "TRIP", "WATTS", "KWH",       "SCENE",   "SCENE",    "FAN",      "SPEED",   "LIGHT",
@@ -34,152 +38,161 @@ constexpr std::array<std::string_view, 46> kSuffixes{
     "IR",   "IR",    "FLOW",      "VOLUME",  "LOCK",     "LEVEL",    "VOLTAGE", "CURRENT",
     "RGB",  "RGBW",  "ID",        "PREFIX",  "COOL",     "HEAT"};
 
-// Bytes on their way from one peer to the other.
-struct Pipe {
-    std::array<char, kBuffer> in;
-    std::size_t held = 0;
-    std::array<char, kBuffer * 5> out; // a packet is up to 4.2 times as long as its line
-    std::size_t waiting = 0;
+// Their lengths are worked out once.
+constexpr auto suffixes = [] {
+    std::array<std::string_view, std::size(kSuffixes)> views;
+    std::copy(std::begin(kSuffixes), std::end(kSuffixes), views.begin());
+    return views;
+}();
 
-    void put(std::string_view bytes) {
-        std::memcpy(out.data() + waiting, bytes.data(), bytes.size());
-        waiting += bytes.size();
+struct Peer {
+    int descriptor = -1;
+    std::array<char, kInput + kWord> in;
+    std::size_t held = 0;
+    std::array<char, kOutput + kWord> out;
+    char* end = out.data(); // of what is to be sent
+
+    // Reads once and hands over all that is there; take returns what it leaves for the next time.
+    void read(const char* (*take)(const char* at, const char* end)) {
+        const ssize_t got = ::read(descriptor, in.data() + held, kInput - held);
+        if (got <= 0)
+            std::exit(0);
+        const char* const behind = in.data() + held + got;
+        const char* const rest = take(in.data(), behind);
+        held = static_cast<std::size_t>(behind - rest);
+        std::memmove(in.data(), rest, held);
     }
-    void putNumber(std::size_t value) {
-        const char bytes[] = {static_cast<char>(value & 0xFFU), static_cast<char>(value >> 8U)};
-        put({bytes, 2});
-    }
-    void putEntry(std::string_view key, std::string_view value) {
-        put(key);
-        putNumber(value.size());
-        put(value);
+    void send() {
+        for (const char* at = out.data(); at < end;) {
+            const ssize_t sent = write(descriptor, at, static_cast<std::size_t>(end - at));
+            if (sent <= 0)
+                std::exit(0);
+            at += sent;
+        }
+        end = out.data();
     }
 };
 
-Pipe toHost;
-Pipe toGateway;
+Peer host;
+Peer gateway;
 
-void hexByte(char* target, unsigned value) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    target[0] = kDigits[(value >> 4U) & 15U];
-    target[1] = kDigits[value & 15U];
+char* put(char* out, std::string_view bytes) {
+    std::memcpy(out, bytes.data(), bytes.size());
+    return out + bytes.size();
 }
 
-// The number up to the next semicolon, which is passed over. Digits only; what else stands there makes some
-// other number.
-unsigned takeNumber(const char*& at, const char* end) {
+// For short texts. Reads and writes up to the next multiple of a word.
+char* putWords(char* out, std::string_view text) {
+    for (std::size_t done = 0; done < text.size(); done += kWord)
+        std::memcpy(out + done, text.data() + done, kWord);
+    return out + text.size();
+}
+
+void putNumber(char* out, std::size_t value) {
+    out[0] = static_cast<char>(value);
+    out[1] = static_cast<char>(value >> 8U);
+}
+
+void putHex(char* out, unsigned value) {
+    out[0] = "0123456789ABCDEF"[value / 16 % 16];
+    out[1] = "0123456789ABCDEF"[value % 16];
+}
+
+// The digits that stand here, and the semicolon behind them. A line feed ends them at the latest.
+unsigned takeNumber(const char*& at) {
     unsigned value = 0;
-    for (; at < end && *at != ';'; ++at)
-        value = value * 10 + static_cast<unsigned char>(*at - '0');
-    ++at;
+    for (; *at >= '0' && *at <= '9'; ++at)
+        value = value * 10 + static_cast<unsigned>(*at - '0');
+    at += *at == ';' ? 1 : 0;
     return value;
 }
 
-void relayLine(const char* at, const char* end) {
-    const unsigned node = takeNumber(at, end);
-    const unsigned child = takeNumber(at, end);
-    const unsigned command = takeNumber(at, end);
-    takeNumber(at, end);
-    const unsigned type = takeNumber(at, end);
-    if (at > end || command != 1 || type >= kSuffixes.size())
-        return;
-    const std::string_view suffix = kSuffixes[type];
-    const std::string_view payload(at, static_cast<std::size_t>(end - at));
-    char root[] = "0000.";
-    hexByte(root, node);
-    hexByte(root + 2, child);
-    toHost.put("J");
-    toHost.putNumber(4 + 6 * 4 + 5 + suffix.size() + 8 + payload.size() + 1);
-    toHost.put("\x80"
-               "addr");
-    toHost.putNumber(5 + suffix.size());
-    toHost.put({root, 5});
-    toHost.put(suffix);
-    toHost.putEntry("mcmd", "SetValue");
-    toHost.putEntry("Valu", payload);
-    toHost.putEntry("Batt", "0");
+char* putPacket(char* out, const char* line, const char* feed) {
+    const unsigned node = takeNumber(line);
+    const unsigned child = takeNumber(line);
+    const unsigned command = takeNumber(line);
+    takeNumber(line);
+    const unsigned type = takeNumber(line);
+    if (command != 1 || type >= suffixes.size())
+        return out;
+    const std::string_view suffix = suffixes[type];
+    const std::string_view value(line, static_cast<std::size_t>(feed - line));
+    char* const start = out;
+    out = put(out, "J..\x80"
+                   "addr..NNCC."sv);
+    putNumber(start + 8, 5 + suffix.size());
+    putHex(start + 10, node);
+    putHex(start + 12, child);
+    out = putWords(out, suffix);
+    out = put(out, "mcmd\x08\0SetValueValu.."sv);
+    putNumber(out - 2, value.size());
+    out = putWords(out, value);
+    out = put(out, "Batt\x01\0000"sv);
+    putNumber(start + 1, static_cast<std::size_t>(out - start));
+    return out;
 }
 
-void relayLines() {
-    const char* at = toHost.in.data();
-    const char* const end = at + toHost.held;
-    while (const auto* feed =
-               static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)))) {
-        relayLine(at, feed);
-        at = feed + 1;
+const char* relayLines(const char* at, const char* end) {
+    char* out = host.end;
+    while (const void* feed = std::memchr(at, '\n', static_cast<std::size_t>(end - at))) {
+        out = putPacket(out, at, static_cast<const char*>(feed));
+        at = static_cast<const char*>(feed) + 1;
     }
-    toHost.held = static_cast<std::size_t>(end - at);
-    std::memmove(toHost.in.data(), at, toHost.held);
+    host.end = out;
+    return at;
 }
 
-void relayCommand(std::string_view packet) {
+char* putDecimal(char* out, std::size_t value) {
+    return std::to_chars(out, out + kWord, value).ptr;
+}
+
+std::size_t numberAt(std::string_view bytes, std::size_t at) {
+    return static_cast<std::size_t>(static_cast<unsigned char>(bytes[at])) |
+           static_cast<std::size_t>(static_cast<unsigned char>(bytes[at + 1])) << 8U;
+}
+
+void relayCommand(std::string_view entries) {
     std::string_view address;
-    std::string_view word;
     std::string_view value;
-    packet.remove_prefix(4);
-    while (packet.size() >= 6) {
-        const std::string_view key = packet.substr(0, 4);
-        const std::size_t length = static_cast<unsigned char>(packet[4]) |
-                                   (static_cast<std::size_t>(static_cast<unsigned char>(packet[5])) << 8U);
-        (key == "addr" ? address : key == "mcmd" ? word : value) = packet.substr(6, length);
-        packet.remove_prefix(std::min(packet.size(), 6 + length));
+    while (entries.size() >= 6) {
+        const std::string_view key = entries.substr(0, 4);
+        const std::string_view text = entries.substr(6, numberAt(entries, 4));
+        (key == "addr" ? address : value) = text; // the value is the last of the others
+        entries.remove_prefix(6 + text.size());
     }
     if (address.size() < 6)
         return;
-    unsigned type = 0;
-    while (type < kSuffixes.size() - 1 && address.substr(5) != kSuffixes[type])
+    unsigned root = 0;
+    std::from_chars(address.data(), address.data() + 4, root, 16);
+    std::size_t type = 0;
+    while (type < suffixes.size() - 1 && address.substr(5) != suffixes[type])
         ++type;
-    unsigned node = 0;
-    unsigned child = 0;
-    std::from_chars(address.data(), address.data() + 2, node, 16);
-    std::from_chars(address.data() + 2, address.data() + 4, child, 16);
-    char line[128];
-    const std::string_view payload = word == "ON" ? "1" : word == "OFF" ? "0" : value;
-    const int length =
-        std::snprintf(line, sizeof line, "%u;%u;1;0;%u;%.*s", node, child, type,
-                      static_cast<int>(std::min<std::size_t>(payload.size(), 64)), payload.data());
-    const std::string_view text(line, static_cast<std::size_t>(length));
-    toGateway.put(text);
-    toGateway.put("\n");
-    const char header[] = {'L', static_cast<char>(3 + 19 + text.size()), 2};
-    toHost.put({header, 3});
-    toHost.put("outgoing command (");
-    toHost.put(text);
-    toHost.put(")");
+    char* const line = gateway.end;
+    char* at = put(putDecimal(line, root / 256), ";");
+    at = put(putDecimal(at, root % 256), ";1;0;");
+    at = put(put(putDecimal(at, type), ";"), value);
+    const std::string_view text(line, static_cast<std::size_t>(at - line));
+    gateway.end = put(at, "\n");
+    host.end = put(host.end, "L.\x02outgoing command ("sv);
+    host.end[-20] = static_cast<char>(3 + 19 + text.size());
+    host.end = put(put(host.end, text), ")");
 }
 
-void relayCommands() {
-    std::string_view rest(toGateway.in.data(), toGateway.held);
-    while (rest.size() >= 4) {
-        const std::size_t length = static_cast<unsigned char>(rest[1]) |
-                                   (static_cast<std::size_t>(static_cast<unsigned char>(rest[2])) << 8U);
+const char* relayCommands(const char* at, const char* end) {
+    while (end - at >= 4) {
+        const std::string_view rest(at, static_cast<std::size_t>(end - at));
+        const std::size_t length = numberAt(rest, 1);
         if (length < 4 || rest.size() < length)
             break;
-        relayCommand(rest.substr(0, length));
-        rest.remove_prefix(length);
+        relayCommand(rest.substr(4, length - 4));
+        at += length;
     }
-    std::memmove(toGateway.in.data(), rest.data(), rest.size());
-    toGateway.held = rest.size();
+    return at;
 }
 
-// Reads once; false at the end of the stream.
-bool fill(int from, Pipe& pipe) {
-    const ssize_t got = read(from, pipe.in.data() + pipe.held, pipe.in.size() - pipe.held);
-    if (got <= 0)
-        return false;
-    pipe.held += static_cast<std::size_t>(got);
-    return true;
-}
-
-void drain(Pipe& pipe, int to) {
-    std::size_t done = 0;
-    while (done < pipe.waiting) {
-        const ssize_t sent = write(to, pipe.out.data() + done, pipe.waiting - done);
-        if (sent <= 0)
-            std::exit(0);
-        done += static_cast<std::size_t>(sent);
-    }
-    pipe.waiting = 0;
+[[noreturn]] void giveUp(const char* complaint) {
+    std::perror(complaint);
+    std::exit(1);
 }
 
 int connectTo(const char* address, const char* port) {
@@ -190,20 +203,16 @@ int connectTo(const char* address, const char* port) {
     const int descriptor = socket(AF_INET, SOCK_STREAM, 0);
     const int on = 1;
     setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&where), sizeof where) != 0) {
-        std::perror("relay: cannot connect");
-        std::exit(1);
-    }
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&where), sizeof where) != 0)
+        giveUp("relay: cannot connect");
     return descriptor;
 }
 
 int openLine(const char* path) {
     const int descriptor = open(path, O_RDWR | O_NOCTTY);
     termios settings{};
-    if (descriptor < 0 || tcgetattr(descriptor, &settings) != 0) {
-        std::perror("relay: cannot open the line");
-        std::exit(1);
-    }
+    if (descriptor < 0 || tcgetattr(descriptor, &settings) != 0)
+        giveUp("relay: cannot open the line");
     cfmakeraw(&settings);
     tcsetattr(descriptor, TCSANOW, &settings);
     return descriptor;
@@ -216,25 +225,18 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: relay IP HOST PORT ID GATEWAY PORT | relay DEVICE HOST PORT ID\n");
         return 2;
     }
-    const int host = connectTo(argv[2], argv[3]);
-    const int gateway =
-        std::strcmp(argv[1], "IP") == 0 && argc >= 7 ? connectTo(argv[5], argv[6]) : openLine(argv[1]);
-    toHost.put(std::string("MYSENSORS:") + argv[4] + "\r");
-    drain(toHost, host);
-    std::array<pollfd, 2> watch{{{host, POLLIN, 0}, {gateway, POLLIN, 0}}};
+    host.descriptor = connectTo(argv[2], argv[3]);
+    gateway.descriptor = argc >= 7 ? connectTo(argv[5], argv[6]) : openLine(argv[1]);
+    host.end = put(host.end, "MYSENSORS:" + std::string(argv[4]) + "\r");
+    host.send();
+    std::array<pollfd, 2> watch{{{host.descriptor, POLLIN, 0}, {gateway.descriptor, POLLIN, 0}}};
     while (poll(watch.data(), watch.size(), -1) > 0) {
-        if (watch[0].revents != 0) {
-            if (!fill(host, toGateway))
-                return 0;
-            relayCommands();
-            drain(toGateway, gateway);
-        }
-        if (watch[1].revents != 0) {
-            if (!fill(gateway, toHost))
-                return 0;
-            relayLines();
-        }
-        drain(toHost, host);
+        if (watch[0].revents != 0)
+            host.read(relayCommands);
+        if (watch[1].revents != 0)
+            gateway.read(relayLines);
+        host.send(); // the log line goes out ahead of the command
+        gateway.send();
     }
     return 0;
 }
