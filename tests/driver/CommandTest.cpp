@@ -64,7 +64,7 @@ TEST(CommonMessage, IsWrittenByteForByte) {
         {"2", [](Command& c) { c.SetHouseCode("B"), c.SetUnitCode(3); },
          "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
         {"2", [](Command& c) { c.SetUnitCode(3); }, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
-        {"4", [](Command& c) { c.SetLevel(76), c.SetParam1(1), c.SetParam2(255); },
+        {"4", [](Command& c) { c.SetHouseCode("B"), c.SetLevel(76), c.SetParam1(1), c.SetParam2(255); },
          "58 10 61 40 4C 58 00 30 34 80 4C 01 FF 20 20 0D"},
         {"q", [](Command& c) { c.Header = "Y", c.SetTransactionID(200), c.SetFlag("64"), c.Code = "1"; },
          "59 10 61 C8 4C 58 40 31 71 80 00 00 00 20 20 0D"},

@@ -1,6 +1,7 @@
 // The page that describes the host link, held against the code, and the words of the link.
 #include "app/CommandDispatch.hpp"
 #include "app/HearthixConnection.hpp"
+#include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
 #include "sim/system/ListeningSocket.hpp"
@@ -47,9 +48,16 @@ TEST_F(HostLinkPage, ANewConnectionEndsTheOneBefore) {
     const auto before = HearthixSupport::HearthixSocket;
     before->Write("last words");
     HearthixSupport::OpenHearthixConnection("", listener.Port(), "8");
-    EXPECT_FALSE(before->IsConnected() || HearthixSupport::HearthixSocket == before);
+    EXPECT_FALSE(before->IsConnected());
+    EXPECT_NE(HearthixSupport::HearthixSocket, before);
     EXPECT_EQ(host_.take(), "last words");
     EXPECT_TRUE(HearthixSupport::WaitForHearthixConnection(10));
+}
+
+TEST_F(HostLinkPage, TheUsualPortIsUsedWhenNoneIsGiven) {
+    HearthixSupport::OpenHearthixConnection("", 0, "8");
+    EXPECT_EQ(HearthixSupport::HearthixSocket->Port, 20300);
+    EXPECT_EQ(HearthixSupport::HearthixSocket->Address.view(), "127.0.0.1");
 }
 
 // From the wire Q is P with a low battery, and never arrives as itself.
@@ -62,49 +70,100 @@ TEST_F(HostLinkPage, QuitHasWordsOfItsOwn) {
     EXPECT_TRUE(Globals::DoQuit);
 }
 
-constexpr const char* kDebug =
-    "Packet Debug: 9:05:02 2021-03-07|Header: Development (X)|Packet Length: 46 RealLength: 12|"
-    "Version: a|Transaction ID: 64|InterfaceType: L|UnitClass: X|Code: 0|"
-    "Command: Toggle the Debug State|Address: C3|"
-    "Level: 48       DoTrans:1  CCM:1  AddressOnly:0  CommandOnly:0  Wireless:1 Pass:0|"
-    "raw command:(X.a@LX\xC8\x30\x44\x32\x32\x30)\r";
+// The codes of a table with their texts, and what all others read as: % stands for the code, # for its
+// number.
+struct Table {
+    const char* header;
+    bool forDriver;
+    const char* rows;
+    const char* others;
+    String (cHearthixCommand::*tell)() const = &cHearthixCommand::GetCommandCodeDescription;
+};
+constexpr Table kTables[] = {
+    {"n", true,
+     "|Lcenter|Mcenter with program|`pan left|Apan right|Dposition 1|Eprogram position 1|Fposition 2|"
+     "Gprogram position 2|Hposition 3|Iprogram position 3|Jposition 4|Kprogram position 4|Nsweep|"
+     "Oprogram sweep|Ctilt down|Btilt up|",
+     "UNKNOWN Ninja command (#)"},
+    {"X", true,
+     "|OOpen a Port|CClose a port|RR|PPing|Qpolite interface shutdown command|DToggle the Debug State|"
+     "XSend Raw Data|ATurn off monitor mode|BSet base house code for LynxX-Port|SSample All Analogs|"
+     "MTurn ON monitor only mode|FSet time filter for de-bouncing|GDisable Wireless security events|"
+     "IResume normal wireless processing|EEnable Wireless security events|HEnable Wireless Stealth Mode|"
+     "VSet receiver sensitivity|LSet transmitter output amplitude|",
+     "Unknown CCM code"},
+    {"X", false,
+     "|0All Units Off|1All Lights On|2ON|3OFF|4DIM|5BRIGHT|6All Lights Off|7Extended Code|8Hail Request|"
+     "9Hail Ack|APreset Dim 0|BPreset Dim 1|CExtended Data|DStatus On|EStatus Off|FStatus Request|",
+     "UNKNOWN COMMAND CODE: (%) 0x#"},
+    {"N", false,
+     "|1Powerline reception error|2Bad command received from Mac|3Bad data received from Mac|"
+     "4X10 collision detected during transmission|5Powerline transmission failure (time out)|"
+     "6Lost transmission echoes from TW523|7Receive overrun of data from Mac|8Power Failure at controller|"
+     "9Power restored at controller|",
+     "UNKNOWN ERROR CODE: (%) 0x#", &cHearthixCommand::GetErrorCodeDescription}};
 
-// All texts of all codes in a row: a slip in any of them shows.
 TEST(Descriptions, TellWhatACodeMeans) {
-    String all;
-    cHearthixCommand command;
-    for (Integer code = 32; code < 127; ++code) {
-        command.Command = command.Code = ChrB(code);
-        for (const char* header : {"N", "n", "X"}) {
-            command.Header = header;
-            command.fCCM = code % 2 == 0;
-            const String first = command.GetCommandCodeDescription();
-            command.fCCM = !command.fCCM;
-            all = concat(all, first, "|", command.GetCommandCodeDescription(), "|");
+    for (const Table& table : kTables)
+        for (char code = ' '; code < 127; ++code) {
+            cHearthixCommand command;
+            command.Header = table.header;
+            command.fCCM = table.forDriver;
+            command.Command = command.Code = ChrB(code);
+            const Integer row = InStr(1, table.rows, concat("|", ChrB(code)));
+            const String others = ReplaceAll(ReplaceAll(table.others, "#", Hex(code)), "%", ChrB(code));
+            const String text = row > 0 ? NthField(Mid(table.rows, row + 2), "|", 1) : others;
+            EXPECT_EQ((command.*table.tell)().view(), code == '|' ? others.view() : text.view()) << code;
         }
-        all = concat(all, command.GetErrorCodeDescription(), "|");
-    }
-    EXPECT_EQ(checksumOf(all), 1221541259U);
     EXPECT_EQ(cHearthixCommand().GetCommandCodeDescription().view(), "Safe Condition");
 }
 
 TEST(Descriptions, PutARecordInManyLines) {
     setenv("TZ", "UTC0", 1);
     tzset();
-    clocks::replaceWallClock([]() -> clocks::Nanoseconds { return 1'615'107'902'000'000'000; });
-    cHearthixCommand command, packet;
-    clocks::replaceWallClock(nullptr);
-    command.InitFromCommonMessage("X.a@LX\xC8\x30\x44\x32\x32\x30");
-    EXPECT_EQ(ReplaceAll(command.DebugString(), "\r       ", "|").view(), kDebug);
-    command.fStacked = true;
-    EXPECT_EQ(command.GetLogLine().view(), "stacked Toggle the Debug State for address C3 (W)");
-    packet.initFromMultiPacket("J");
-    for (const char* part :
-         {"Header: UNKNOWN ()\r", "DoTrans:0  CMM:0  AddressOnly:0  CommandOnly:0  Wireless:0  Pass:0\r",
-          "Command: Safe Condition\r", "raw command:(J)\r"})
-        EXPECT_GT(InStrB(1, packet.DebugString(), part), 0) << part;
-    packet.Header = "A";
-    EXPECT_GT(InStrB(1, packet.DebugString(), "Header: shell echo of packet, ignored: ( A)\r"), 0);
+    const std::string moment = "Packet Debug: 9:05:02 2021-03-07|Header: ";
+    const std::string bare = "Packet Length: 0 RealLength: 0|Version: |Transaction ID: 0|InterfaceType: |"
+                             "UnitClass: |Code: |Command: ";
+    const std::string none =
+        "|Address: A1|Level: 0       DoTrans:0  CMM:0  AddressOnly:0  CommandOnly:0  Wireless:0  Pass:0|"
+        "raw command:()\r";
+    struct Case {
+        const char* packet;
+        const char* header;
+        const char* flags;
+        std::string text;
+    };
+    for (const Case& c :
+         {Case{"X.a@LX\xC8\x30\x44\x32\x32\x30", "X", "0",
+               moment + "Development (X)|Packet Length: 46 RealLength: 12|Version: a|Transaction ID: 64|"
+                        "InterfaceType: L|UnitClass: X|Code: 0|Command: Toggle the Debug State|Address: C3|"
+                        "Level: 48       DoTrans:1  CCM:1  AddressOnly:0  CommandOnly:0  Wireless:1 Pass:0|"
+                        "raw command:(X.a@LX\xC8\x30\x44\x32\x32\x30)\r"},
+          Case{"", "L", "52",
+               moment + "Direct log: (L)|" + bare +
+                   "Safe Condition|Address: A1|Level: 0       DoTrans:0  CMM:0  AddressOnly:1  "
+                   "CommandOnly:1  Wireless:0  Pass:1|raw command:()\r"},
+          Case{"", "y", "0", moment + "Development (Y)|" + bare + "Safe Condition" + none},
+          Case{"", "E", "0", moment + "isf error: (E)|" + bare + "Safe Condition" + none},
+          Case{"", "A", "0",
+               moment + "shell echo of packet, ignored: ( A)|" + bare + "Safe Condition" + none},
+          Case{"", "", "0", moment + "UNKNOWN ()|" + bare + "Safe Condition" + none}}) {
+        clocks::replaceWallClock([]() -> clocks::Nanoseconds { return 1'615'107'902'000'000'000; });
+        cHearthixCommand command;
+        clocks::replaceWallClock(nullptr);
+        command.InitFromCommonMessage(c.packet);
+        command.Header = c.header;
+        command.SetFlag(c.flags);
+        EXPECT_EQ(ReplaceAll(command.DebugString(), "\r       ", "|").view(), c.text);
+    }
+}
+
+TEST(Descriptions, PutACommandInOneLine) {
+    cHearthixCommand command;
+    command.SetHouseCode("C"), command.SetUnitCode(3), command.SetCommand("2");
+    EXPECT_EQ(command.GetLogLine().view(), "ON for address C3");
+    command.SetFlag("10");
+    EXPECT_EQ(command.GetLogLine().view(), "stacked ON for address C3 (W)");
 }
 
 } // namespace

@@ -31,6 +31,7 @@ TEST(NodeIds, FollowTheHostsUnits) {
         {"253 fills the range", {"0100.TEMP", "FD00.TEMP"}, 0},
         {"254 reuses the highest gap", {"0100.TEMP", "FE00.TEMP"}, 253},
         {"254 and none free", unitsOf(1, 254), 255},
+        {"254 and 1 alone free", unitsOf(2, 254), 1},
         {"255 alone", {"FF00.TEMP"}, 0},
         {"255 and 254", {"FF00.TEMP", "FE00.TEMP", "FD00.TEMP"}, 252},
         {"255 and none free", unitsOf(1, 255), 256},
@@ -57,7 +58,8 @@ TEST(NodeIds, AreGivenWhateverTheHostSends) {
     EXPECT_EQ(talk.hostSends(multipacket({{"mcmd", "SETUNITS"}})), // without data
               effects({log("responding to node ID request with ID: 1")}, "255;255;3;0;4;1\n"));
     talk.gatewaySays("255;255;3;0;3;\n");
-    EXPECT_EQ(talk.hostSends(unitsPacket("KbdbAL  " + known + cutUnit)),
+    // The two bytes behind the byte order say nothing, even where they look like an end.
+    EXPECT_EQ(talk.hostSends(unitsPacket("KbdbALEE" + known + cutUnit)),
               effects({log("Hearthix sent no valid data in response to asking for units"),
                        log("responding to node ID request with ID: 6")},
                       "255;255;3;0;4;6\n"));

@@ -25,6 +25,7 @@ TEST(Units, GrowFromValues) {
         const char* lines;
         Packets host;
     };
+    const Packet unknown = log("unknown variable type: 64");
     const Step steps[] = {
         {"first value of a new sensor",
          "10;3;1;0;0;21.5\n",
@@ -38,10 +39,10 @@ TEST(Units, GrowFromValues) {
          {unit("0A03.PERCENT"), newUnit("0A03", "PERCENT", true, false), setValue("0A03.PERCENT", "40"),
           setValue("0A03.PERCENT", "41")}},
         {"a switch is ON at 0",
-         "10;4;1;0;2;0\n10;4;1;0;2;1\n10;4;1;0;2;0.5\n10;4;1;0;2;0.0\n",
+         "10;4;1;0;2;0\n10;4;1;0;2;1\n10;4;1;0;2;0.5\n10;4;1;0;2;0.0\n10;4;1;0;2;-1\n",
          {child("0A04"), unit("0A04.STATUS"), newUnit("0A04", "STATUS", false, false),
           onOff("ON", "0A04.STATUS"), onOff("OFF", "0A04.STATUS"), onOff("OFF", "0A04.STATUS"),
-          onOff("ON", "0A04.STATUS")}},
+          onOff("ON", "0A04.STATUS"), onOff("OFF", "0A04.STATUS")}},
         {"no number describes",
          "10;3;1;0;0;abc\n10;4;1;0;2;\n",
          {describe("0A03.TEMP", "abc"), describe("0A04.STATUS", "")}},
@@ -66,6 +67,10 @@ TEST(Units, GrowFromValues) {
          "x;1.9;1;;y;3\n",
          {node("00"), child("0001"), unit("0001.TEMP"), newUnit("0001", "TEMP", true, true),
           setValue("0001.TEMP", "3")}},
+        {"a type beyond those that the protocol has",
+         "10;3;1;0;64;5\n",
+         {unit("0A03.UNKN064"), unknown, unknown, newUnit("0A03", "UNKN064", true, true), unknown,
+          setValue("0A03.UNKN064", "5", "0")}},
     };
     for (const Transport transport : {Transport::tcp, Transport::serial}) {
         Conversation talk(transport);
