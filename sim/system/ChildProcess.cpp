@@ -1,5 +1,6 @@
 #include "sim/system/ChildProcess.hpp"
 
+#include "runtime/core/SystemError.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
 
@@ -61,7 +62,7 @@ bool ChildProcess::Start(const String& path, const std::vector<String>& argument
     Stop();
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        setLastError(errno);
+        setLastError(systemError());
         return false;
     }
     std::vector<std::string> words{std::string(path.view())};
@@ -72,7 +73,7 @@ bool ChildProcess::Start(const String& path, const std::vector<String>& argument
     if (error != 0) {
         ::close(ends[0]);
         pid_ = -1;
-        setLastError(error);
+        setLastError({error, std::system_category()});
         return false;
     }
     fcntl(ends[0], F_SETFL, O_NONBLOCK);

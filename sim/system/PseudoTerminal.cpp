@@ -1,5 +1,7 @@
 #include "sim/system/PseudoTerminal.hpp"
 
+#include "runtime/core/SystemError.hpp"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -46,7 +48,7 @@ bool PseudoTerminal::Open() {
     master_ = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0 ||
         ptsname_r(master_, path.data(), path.size()) != 0 || !prepare(path.data())) {
-        setLastError(errno);
+        setLastError(systemError());
         HangUp();
         return false;
     }

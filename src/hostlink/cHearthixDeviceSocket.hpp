@@ -11,6 +11,7 @@
 // part, and a length of 0, keep the event turning without end.
 #pragma once
 
+#include "hostlink/PacketBoundary.hpp"
 #include "packets/cHearthixCommand.hpp"
 #include "runtime/events/TCPSocket.hpp"
 
@@ -41,7 +42,13 @@ private:
     void takeCommonMessage();
     String cutFromBuffer(Integer length);
 
+    // So that no portion of a long stream ends inside a packet's first bytes, which would hold the loop
+    // above.
+    void noteArrived(std::string_view bytes) override { boundary_.pass(bytes); }
+    std::size_t missingBytes() const noexcept override { return boundary_.missing(); }
+
     CommandHandler handler_;
+    PacketBoundary boundary_;
     String Buffer; // received and not yet cut into packets
 };
 

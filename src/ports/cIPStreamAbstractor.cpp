@@ -18,7 +18,6 @@ constexpr Integer kOpeningTicks = 600;
 
 cIPStreamAbstractor::cIPStreamAbstractor(const String& address, Integer port, ConnectedHandler onConnected)
     : onConnected_(onConnected) {
-    limitReads(kPortion);
     Address = address;
     Port = port;
     if (cIPStreamAbstractor::PortOpen()) {

@@ -16,15 +16,15 @@ void giveUp(const String& notice) {
 } // namespace
 
 cSerialPortAbstractor::cSerialPortAbstractor(const String& portName) : MyPortName(portName) {
-    limitReads(kPortion);
     SetupAndOpen();
 }
 
 void cSerialPortAbstractor::SetupAndOpen() {
     SerialPort = System::SerialPort(MyPortName);
     if (SerialPort.isNil()) {
-        PrintError(concat("no serial port is named ", MyPortName,
-                          "; give the path of a terminal device, such as /dev/ttyUSB0"));
+        PrintError(
+            concat("no serial port is named ", MyPortName,
+                   "; give the path of a terminal device, such as /dev/ttyUSB0, or socket://HOST:PORT"));
         giveUp(concat("mySensors: unable to find a serial port named: ", MyPortName));
         return;
     }
@@ -36,7 +36,7 @@ void cSerialPortAbstractor::SetupAndOpen() {
         Flush();
         return;
     }
-    PrintError(explainOpenFailure(SerialPort->path(), static_cast<int>(LastErrorCode())));
+    PrintError(explainOpenFailure(*SerialPort, lastError()));
     giveUp(concat("mySensors: unable to open the port named: ", MyPortName));
 }
 

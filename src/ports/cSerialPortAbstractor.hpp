@@ -1,4 +1,5 @@
-// A gateway on a serial line: 115200 baud, 8 data bits, no parity, one stop bit, DTR raised.
+// A gateway on a serial line: 115200 baud, 8 data bits, no parity, one stop bit, DTR raised; or on a network
+// line, which is named socket://HOST:PORT and may speak from the start.
 //
 // The constructor opens the line; a line that can't be found or opened leaves a closed port, a line in the
 // log and the quit flag. Every send waits until the bytes have left.

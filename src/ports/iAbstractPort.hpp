@@ -4,8 +4,6 @@
 #include "runtime/core/Object.hpp"
 #include "runtime/text/String.hpp"
 
-#include <cstddef>
-
 namespace hearthix {
 
 // Gets what a port receives. A port that has no receiver when data or a failure arrive raises
@@ -21,10 +19,6 @@ public:
 // A port opens in its constructor. A failing send is told later, through PortError.
 class iAbstractPort : public virtual Object {
 public:
-    // The most bytes that a port hands over at a time. What a busy gateway has sent meanwhile waits in the
-    // system, where it is bounded, and hosts' commands take their turn between two portions.
-    static constexpr std::size_t kPortion = std::size_t{64} * 1024;
-
     virtual void PortSetParent(const Ref<iAbstractPortReceiver>& receiver) = 0;
     // Sends the bytes as they are, without a terminator.
     virtual void PortSendData(const String& data) = 0;

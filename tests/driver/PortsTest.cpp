@@ -54,14 +54,14 @@ TEST_F(PortsTest, ABacklogComesInPortionsAndWholeAheadOfTheFailure) {
         const auto port = connect(gateway);
         const auto receiver = Ref<Portions>::make();
         port->PortSetParent(receiver);
-        const std::string bytes(3 * iAbstractPort::kPortion, 'x');
+        const std::string bytes(3 * StreamDevice::kPortion, 'x');
         ASSERT_EQ(gateway.send(bytes), bytes.size());
         if (failsEarly) // the failure is known ahead of the read
             port->PortSendData(String(std::string(StreamDevice::kSendCeiling + 1, 'x')));
         else
             gateway.close();
         EXPECT_TRUE(serveUntil([&] { return !receiver->sizes.empty() && receiver->sizes.back() == 0; }));
-        const std::size_t portion = failsEarly ? bytes.size() : iAbstractPort::kPortion;
+        const std::size_t portion = failsEarly ? bytes.size() : StreamDevice::kPortion;
         const std::vector<std::size_t> all(bytes.size() / portion, portion);
         receiver->sizes.pop_back();
         EXPECT_EQ(receiver->sizes, all);

@@ -85,7 +85,9 @@ TEST_F(SerialTest, RefusesWhatItCannotOpen) {
                                               {"/dev/null", EACCES, "give the user"},
                                               {"/no", EPERM, "give the user"},
                                               {"/no", ENOENT, "check the cable"}})
-        EXPECT_GT(InStr(1, explainOpenFailure(path, error), remedy), 0) << remedy;
+        EXPECT_GT(InStr(1, explainOpenFailure(SerialDevice(path), {error, std::system_category()}), remedy),
+                  0)
+            << remedy;
     std::remove(grouped.c_str());
 }
 

@@ -1,7 +1,9 @@
 // A serial line: assign a device and the settings, then Open.
 //
-// The line is opened exclusively, raw, with one stop bit and no flow control; modem control lines are
-// ignored. A device that takes no byte for ten seconds while it is waited for counts as failed.
+// A terminal device is opened exclusively, raw, with one stop bit and no flow control; modem control lines
+// are ignored. A line on the network is a TCP stream, for which the settings say nothing; one whose other end
+// has gone without a word is found out within half a minute. A device that takes no byte for ten seconds
+// while it is waited for counts as failed.
 #pragma once
 
 #include "runtime/events/SerialDevices.hpp"
@@ -22,9 +24,11 @@ public:
     Integer Baud = kBaud115200;
     bool DataTerminalReady = false;
 
-    // True when the line is open. False leaves the reason in LastErrorCode.
+    // True when the line is open. False leaves the reason in LastErrorCode. On the network it tries all
+    // addresses of the name, for ten seconds in all; no events run meanwhile.
     bool Open();
-    // Waits until what was written has left the machine, or until the device counts as failed. No events run.
+    // Waits until what was written has left the machine, on the network until the system has taken it; or
+    // until the device counts as failed. No events run.
     void XmitWait();
 
     virtual void Event_DataAvailable() {}
@@ -35,15 +39,15 @@ protected:
     ssize_t receive(char* bytes, std::size_t count) override;
     ssize_t transmit(const char* bytes, std::size_t count) override;
     // A terminal hands out what it holds in pieces.
-    bool shortReadDrains() const noexcept override { return false; }
-    // And it counts only the piece at hand; this is several times what it can hold.
-    std::size_t leastFurtherRead() const noexcept override { return 65536; }
+    bool shortReadDrains() const noexcept override { return isNetwork_; }
     void dataArrived() override { Event_DataAvailable(); }
     void failed() override { Event_Error(); }
 
 private:
-    bool waitForRoom();
-    void waitUntilSent();
+    std::size_t queuedBytes() const;
+    void waitForProgress(bool hasTakenSome);
+
+    bool isNetwork_ = false;
 };
 
 } // namespace hearthix

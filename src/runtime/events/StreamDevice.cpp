@@ -1,11 +1,12 @@
 #include "runtime/events/StreamDevice.hpp"
 
+#include "runtime/core/SystemError.hpp"
 #include "runtime/events/EventLoop.hpp"
 #include "runtime/values/Clock.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <memory>
 #include <utility>
 
 #include <sys/ioctl.h>
@@ -27,13 +28,8 @@ private:
     int& level_;
 };
 
-constexpr std::size_t kReadSize = std::size_t{256} * 1024;
-
-// Reads go through one buffer for the whole process, and only the bytes that came are kept.
-char* readBuffer() {
-    static const std::unique_ptr<char[]> buffer(new char[kReadSize]);
-    return buffer.get();
-}
+// An event that took so long makes the next portion small.
+constexpr clocks::Nanoseconds kLongEvent = 20 * clocks::kMillisecond;
 
 bool isTemporary(int error) {
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -49,7 +45,7 @@ void StreamDevice::attach(int descriptor) {
     dropDescriptor();
     open_ = true;
     descriptor_ = descriptor;
-    failure_ = 0;
+    failure_.clear();
     received_ = String();
     EventLoop::instance().add(*this);
 }
@@ -69,21 +65,21 @@ void StreamDevice::dropDescriptor() {
 void StreamDevice::Close() {
     flushOutput();
     dropDescriptor();
-    failure_ = 0;
+    failure_.clear();
 }
 
-void StreamDevice::fail(int error) {
-    if (failure_ == 0)
+void StreamDevice::fail(const std::error_code& error) {
+    if (!failure_)
         failure_ = error;
     output_.clear();
     blocked_ = false;
 }
 
 void StreamDevice::Write(std::string_view bytes) {
-    if (!isOpen() || isOpening() || failure_ != 0)
+    if (!isOpen() || isOpening() || failure_)
         return;
     if (output_.size() + bytes.size() > kSendCeiling) {
-        fail(ENOBUFS);
+        fail(std::make_error_code(std::errc::no_buffer_space));
         return;
     }
     output_.append(bytes);
@@ -113,7 +109,7 @@ void StreamDevice::flushOutput() {
         if (sent == 0 || isTemporary(errno))
             blocked_ = true;
         else
-            fail(errno);
+            fail(systemError());
         break;
     }
     sendAgainAt_ = output_.size() + kSendMark;
@@ -125,31 +121,34 @@ std::size_t StreamDevice::arrivedBytes() const {
 }
 
 void StreamDevice::readInput() {
-    char* buffer = readBuffer();
+    // One buffer for the whole process, as only the bytes that came are kept.
+    static std::array<char, kPortion> buffer;
     // What came ahead of a failure belongs into the event ahead of it.
-    std::size_t left = failure_ == 0 ? mostPerEvent_ : kAll;
-    while (isOpen() && left > 0) {
-        const std::size_t wanted = std::min(kReadSize, left);
-        const ssize_t got = receive(buffer, wanted);
+    if (failure_)
+        share_ = std::max({share_, kPortion, arrivedBytes()});
+    while (isOpen()) {
+        const std::size_t wanted = std::min(buffer.size(), share_ > 0 ? share_ : missingBytes());
+        if (wanted == 0)
+            return;
+        const ssize_t got = receive(buffer.data(), wanted);
         if (got > 0) {
-            const auto count = static_cast<std::size_t>(got);
-            received_.append(std::string_view(buffer, count));
-            if (shortReadDrains() && count < wanted) {
-                dryAt_ = clocks::monotonic();
-                return;
-            }
-            // All is what has arrived by the second read.
-            left = left == kAll ? std::max(arrivedBytes(), leastFurtherRead()) : left - count;
-            continue;
+            const std::string_view bytes(buffer.data(), static_cast<std::size_t>(got));
+            received_.append(bytes);
+            noteArrived(bytes);
+            share_ -= std::min(share_, bytes.size());
+            if (!shortReadDrains() || bytes.size() == wanted)
+                continue;
+            dryAt_ = clocks::monotonic();
+            return;
         }
         if (got < 0 && errno == EINTR)
             continue;
         if (got == 0)
-            fail(ENOTCONN);
+            fail(std::make_error_code(std::errc::not_connected));
         else if (isTemporary(errno))
             dryAt_ = clocks::monotonic();
         else
-            fail(errno);
+            fail(systemError());
         return;
     }
 }
@@ -159,25 +158,36 @@ void StreamDevice::tellNews() {
     if (!received_.empty())
         dataArrived();
     // Further out, an event may still be at work on what came ahead of the failure.
-    if (failure_ == 0 || !isOpen() || nested_ > 1)
+    if (!failure_ || !isOpen() || nested_ > 1)
         return;
-    lastError_ = std::exchange(failure_, 0);
+    lastError_ = std::exchange(failure_, {});
     dropDescriptor();
     failed();
 }
 
+// Reads and runs the events, the outermost one of this device or one inside it.
+void StreamDevice::takeTurn(bool reads) {
+    const bool isOutermost = nested_ == 0;
+    const clocks::Nanoseconds start = isOutermost ? clocks::monotonic() : 0;
+    if (isOutermost)
+        share_ = portion_;
+    if (reads)
+        readInput();
+    tellNews();
+    if (isOutermost)
+        portion_ = clocks::monotonic() - start > kLongEvent ? kSmallPortion : kPortion;
+}
+
 void StreamDevice::serve(bool readable, bool writable) {
     if (isOpening()) {
-        if (readable || writable || failure_ != 0)
+        if (readable || writable || failure_)
             serveOpening();
         if (!isOpen() || isOpening())
             return;
     }
     if (writable)
         flushOutput();
-    if (readable || failure_ != 0)
-        readInput();
-    tellNews();
+    takeTurn(readable || failure_);
 }
 
 void StreamDevice::Poll() {
@@ -192,9 +202,7 @@ void StreamDevice::Poll() {
     flushOutput();
     if (nested_ >= kMostNested)
         return;
-    if (clocks::monotonic() - dryAt_ >= kDryNanoseconds)
-        readInput();
-    tellNews();
+    takeTurn(clocks::monotonic() - dryAt_ >= kDryNanoseconds);
 }
 
 } // namespace hearthix

@@ -4,17 +4,21 @@
 // or as soon as the buffer passes a mark. The buffer has a ceiling: past it the line counts as failed and
 // what is written is dropped, so that a peer that never reads costs bounded memory.
 //
-// A read takes all that has arrived by then: no size of ours cuts the stream where the peer did not, and a
-// peer that writes without a pause can't hold up the loop. A stream in which a cut means nothing may be read
-// in smaller portions instead, one an event (limitReads). Data that came ahead of a failure are delivered,
-// and their event has returned, ahead of it. After a failure the device is closed, and its error event has
-// run once.
+// An event brings a portion of what has arrived, and what polls inside it read counts as well: a peer that
+// writes without a pause neither piles up memory here nor holds up the loop, as the rest waits in the system.
+// Where the stream is made of packets, a portion ends with one (missingBytes), or where the peer itself has
+// paused. Behind an event that took long the next portion is small, so that whatever slows the events down,
+// such as a serial line, lets the others have their turn often enough. Data that came ahead of a failure are
+// delivered, and their event has returned, ahead of it. After a failure the device is closed, and its error
+// event has run once.
 //
 // A Poll right behind a read that has found the end of what arrived does not read again: code that logs polls
 // three times in a row, and nothing arrives in between. The event loop always reads.
 //
 // Poll inside an event of the same device may run that event again. Past kMostNested such levels it only
-// writes, so that no stream, however long, exhausts the stack; what has arrived is read further up.
+// writes, so that no stream exhausts the stack; what has arrived is read further up.
+//
+// Inside, a failure is a std::error_code; LastErrorCode shows its number.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
@@ -23,6 +27,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <system_error>
 
 #include <sys/types.h>
 
@@ -32,6 +37,8 @@ class StreamDevice : public EventSource {
 public:
     static constexpr std::size_t kSendMark = std::size_t{256} * 1024;
     static constexpr std::size_t kSendCeiling = std::size_t{64} * 1024 * 1024;
+    static constexpr std::size_t kPortion = std::size_t{64} * 1024;
+    static constexpr std::size_t kSmallPortion = 1024;
     static constexpr int kMostNested = 64;
     static constexpr std::int64_t kDryNanoseconds = 20'000;
 
@@ -48,8 +55,10 @@ public:
     // What is still buffered is sent as far as the system takes it at once. Closing what is closed is no
     // fault.
     virtual void Close();
-    // The system's error number of the latest failure; ENOTCONN when the peer closed in good order.
-    Integer LastErrorCode() const noexcept { return lastError_; }
+    // The number of the latest failure, the system's errno or below zero the resolver's; ENOTCONN when the
+    // peer closed in good order.
+    Integer LastErrorCode() const noexcept { return lastError_.value(); }
+    const std::error_code& lastError() const noexcept { return lastError_; }
 
     std::size_t unsentBytes() const noexcept { return output_.size(); }
 
@@ -58,13 +67,10 @@ protected:
     // Takes over an open, non-blocking descriptor; -1 stands for one that could not be had, ahead of fail.
     void attach(int descriptor);
     // Notes a failure, to be told by the next serve or Poll.
-    void fail(int error);
-    // For streams whose pieces mean nothing: the most bytes that one event brings, which then bounds the
-    // memory that a backlog takes in this process.
-    void limitReads(std::size_t mostPerEvent) noexcept { mostPerEvent_ = mostPerEvent; }
+    void fail(const std::error_code& error);
     // For what fails ahead of any event.
-    void setLastError(int error) noexcept { lastError_ = error; }
-    bool hasFailed() const noexcept { return failure_ != 0; }
+    void setLastError(const std::error_code& error) noexcept { lastError_ = error; }
+    bool hasFailed() const noexcept { return static_cast<bool>(failure_); }
     // Runs the events for what has been read and for a failure, in this order.
     void tellNews();
 
@@ -73,9 +79,10 @@ protected:
     virtual ssize_t transmit(const char* bytes, std::size_t count) = 0;
     // Whether a read that brought less than it could have means that nothing is left.
     virtual bool shortReadDrains() const noexcept = 0;
-    // How many bytes to ask for, behind a first read, when the system's count of what has arrived may be
-    // short.
-    virtual std::size_t leastFurtherRead() const noexcept { return 0; }
+    // For streams of packets: sees all bytes as they come, and tells how many are missing to the end of the
+    // packet that has begun, as far as can be told yet.
+    virtual void noteArrived(std::string_view bytes) { (void)bytes; }
+    virtual std::size_t missingBytes() const noexcept { return 0; }
     // False while the device isn't ready for data; serveOpening then gets the loop's attention.
     virtual bool isOpening() const noexcept { return false; }
     virtual void serveOpening() {}
@@ -86,23 +93,24 @@ protected:
     int descriptor() const noexcept override { return descriptor_; }
     bool wantsRead() const noexcept override { return !isOpening(); }
     bool wantsWrite() const noexcept override { return isOpening() || blocked_; }
-    bool hasNews() const noexcept override { return failure_ != 0; }
+    bool hasNews() const noexcept override { return hasFailed(); }
     void serve(bool readable, bool writable) override;
     void flushOutput() override;
 
 private:
+    void takeTurn(bool reads);
     void readInput();
     std::size_t arrivedBytes() const;
     void dropDescriptor();
 
     bool open_ = false;
     int descriptor_ = -1;
-    int lastError_ = 0;
-    int failure_ = 0;      // error number of a failure that is still to be told
-    int nested_ = 0;       // events of this device under way
-    bool blocked_ = false; // the system took less than there was
-    static constexpr std::size_t kAll = SIZE_MAX;
-    std::size_t mostPerEvent_ = kAll;
+    std::error_code lastError_;
+    std::error_code failure_;        // still to be told
+    int nested_ = 0;                 // events of this device under way
+    bool blocked_ = false;           // the system took less than there was
+    std::size_t portion_ = kPortion; // of the next outermost event
+    std::size_t share_ = kPortion;   // what is left of it for the one under way
     std::size_t sendAgainAt_ = kSendMark;
     std::int64_t dryAt_ = 0; // when a read last found that nothing was left
     String received_;

@@ -1,115 +1,88 @@
 #include "runtime/events/TCPSocket.hpp"
 
-#include "runtime/text/Numbers.hpp"
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <string>
 
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
-#include <unistd.h>
 
 namespace hearthix {
 
 namespace {
-
-void configure(int descriptor) {
-    const int on = 1;
-    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
-}
 
 bool isDecided(int descriptor) {
     pollfd watch{descriptor, POLLOUT, 0};
     return poll(&watch, 1, 0) > 0;
 }
 
-int outcomeOfConnect(int descriptor) {
-    int error = 0;
-    socklen_t length = sizeof error;
-    if (getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length) != 0)
-        return errno;
-    return error;
-}
-
 } // namespace
 
 void TCPSocket::Connect() {
+    constexpr Integer kHighestPort = 65535;
     connected_ = false;
     candidates_.clear();
-    addrinfo hints{};
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    const std::string service(Str(Port & 0xFFFF).view());
-    if (getaddrinfo(std::string(Address.view()).c_str(), service.c_str(), &hints, &found) == 0) {
-        for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
-            Candidate candidate{};
-            candidate.length = each->ai_addrlen;
-            std::memcpy(&candidate.address, each->ai_addr, each->ai_addrlen);
-            candidates_.push_back(candidate);
-        }
-        freeaddrinfo(found);
-        std::reverse(candidates_.begin(), candidates_.end());
-    }
-    if (tryNext())
-        return;
-    // Nothing to connect to: the error event still runs in a later poll and not in here.
-    const int reason = errno != 0 ? errno : EHOSTUNREACH;
+    lookup_.cancel();
+    // Without a connection of its own yet. A failure, too, is told in a later poll and not in here.
     attach(-1);
-    fail(reason);
+    if (Port < 0 || Port > kHighestPort) {
+        fail(std::make_error_code(std::errc::invalid_argument));
+        return;
+    }
+    lookup_.start(Address, Port);
+    if (!isLookingUp())
+        takeAddresses();
 }
 
-bool TCPSocket::tryNext() {
-    errno = 0;
+void TCPSocket::takeAddresses() {
+    candidates_ = lookup_.takeAddresses();
+    std::reverse(candidates_.begin(), candidates_.end());
+    tryNext(lookup_.error());
+}
+
+void TCPSocket::tryNext(std::error_code error) {
     while (!candidates_.empty()) {
-        const Candidate next = candidates_.back();
+        const NetworkAddress next = candidates_.back();
         candidates_.pop_back();
-        const int descriptor = socket(next.address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        if (descriptor < 0)
-            continue;
-        configure(descriptor);
-        const auto* address = reinterpret_cast<const sockaddr*>(&next.address);
-        if (connect(descriptor, address, next.length) == 0 || errno == EINPROGRESS) {
+        const int descriptor = beginConnect(next, error);
+        if (descriptor >= 0) {
             attach(descriptor);
-            return true;
+            return;
         }
-        const int error = errno;
-        ::close(descriptor);
-        errno = error;
     }
-    return false;
+    fail(error ? error : std::make_error_code(std::errc::host_unreachable));
 }
 
 void TCPSocket::adopt(int descriptor) {
-    configure(descriptor);
+    setStreamOptions(descriptor);
     attach(descriptor);
     connected_ = true;
 }
 
+int TCPSocket::descriptor() const noexcept {
+    return isLookingUp() ? lookup_.descriptor() : StreamDevice::descriptor();
+}
+
 void TCPSocket::serveOpening() {
-    if (!hasFailed()) {
+    if (isLookingUp()) {
+        if (lookup_.isPending())
+            return;
+        takeAddresses();
+    } else if (!hasFailed()) {
         if (!isDecided(descriptor()))
             return;
-        const int error = outcomeOfConnect(descriptor());
-        if (error == 0) {
+        const std::error_code error = connectOutcome(descriptor());
+        if (!error) {
             candidates_.clear();
             connected_ = true;
             Event_Connected();
             return;
         }
-        if (tryNext())
-            return;
-        fail(error);
+        tryNext(error);
     }
     tellNews();
 }
 
 void TCPSocket::Close() {
     StreamDevice::Close();
+    lookup_.cancel();
     candidates_.clear();
     connected_ = false;
 }
@@ -124,7 +97,7 @@ ssize_t TCPSocket::transmit(const char* bytes, std::size_t count) {
 
 void TCPSocket::failed() {
     connected_ = false;
-    Event_Error(RuntimeException(String(std::strerror(static_cast<int>(LastErrorCode())))));
+    Event_Error(RuntimeException(lastError().message().c_str()));
 }
 
 } // namespace hearthix
