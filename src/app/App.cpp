@@ -34,6 +34,8 @@ void logDetail(const String& message) {
 } // namespace
 
 Integer App::Event_Run(const Array<String>& arguments) {
+    if (arguments.Ubound() < kConnectionID)
+        explainUse();
     if (arguments.Ubound() == 1) {
         printBanner();
         drain();
@@ -64,6 +66,11 @@ void App::printBanner() const {
     for (const char* line : {"Hearthix mySensors Driver", "written by the Hearthix mySensors maintainers",
                              "version 1.1 (build 004)"})
         Print(String(line) + Chr(13));
+}
+
+// For people who start it by hand; a host's command line is never that short.
+void App::explainUse() const {
+    PrintError("usage: hearthix-mysensors DEVICE|IP HOST PORT ID [GATEWAY PORT]; see man hearthix-mysensors");
 }
 
 bool App::connectToHost(const Array<String>& arguments) const {

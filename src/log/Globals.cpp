@@ -9,14 +9,13 @@ bool Globals::DebugMode = false;
 bool Globals::DoQuit = false;
 
 void Globals::LogStack(const RuntimeException& error) {
-    Print(concat("stack trace begin", EndOfLine));
+    Print({"stack trace begin", EndOfLine});
     try {
-        for (const String& line : error.Stack())
-            Print(line + EndOfLine);
+        error.tellStack([](std::string_view line) { Print({line, EndOfLine}); });
     } catch (const RuntimeException&) {
-        Print(concat("there was an error while logging the stack trace", EndOfLine));
+        Print({"there was an error while logging the stack trace", EndOfLine});
     }
-    Print(concat("done logging the stack", EndOfLine));
+    Print({"done logging the stack", EndOfLine});
 }
 
 String Globals::Hexify(const String& bytes) {

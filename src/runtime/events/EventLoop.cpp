@@ -3,7 +3,9 @@
 #include "runtime/values/Clock.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <ctime>
+#include <new>
 
 #include <poll.h>
 
@@ -30,7 +32,8 @@ int waitFor(std::vector<pollfd>& descriptors, std::int64_t nanoseconds) {
 
 EventLoop& EventLoop::instance() {
     // Never destroyed: objects that outlive main remove themselves from it.
-    static EventLoop& loop = *new EventLoop;
+    alignas(EventLoop) static std::byte place[sizeof(EventLoop)];
+    static EventLoop& loop = *new (place) EventLoop;
     return loop;
 }
 

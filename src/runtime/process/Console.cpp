@@ -17,12 +17,22 @@ void openStandardStreams() {
         close(descriptor);
 }
 
-void Print(const String& text) {
-    writeAll(STDOUT_FILENO, text + EndOfLine);
+namespace {
+
+void writeLine(int descriptor, std::initializer_list<std::string_view> parts) {
+    for (const std::string_view part : parts)
+        writeAll(descriptor, part);
+    writeAll(descriptor, EndOfLine);
 }
 
-void PrintError(const String& text) {
-    writeAll(STDERR_FILENO, text + EndOfLine);
+} // namespace
+
+void Print(std::initializer_list<std::string_view> parts) {
+    writeLine(STDOUT_FILENO, parts);
+}
+
+void PrintError(std::initializer_list<std::string_view> parts) {
+    writeLine(STDERR_FILENO, parts);
 }
 
 void writeAll(int descriptor, std::string_view bytes) {

@@ -3,6 +3,7 @@
 
 #include "runtime/text/String.hpp"
 
+#include <initializer_list>
 #include <string_view>
 
 namespace hearthix {
@@ -14,10 +15,16 @@ inline const String EndOfLine = "\n";
 // socket of the program takes such a place.
 void openStandardStreams();
 
-// The text and a line end to standard output.
-void Print(const String& text);
+// The parts of a text, one behind the other, and a line end, to standard output. Takes no memory.
+void Print(std::initializer_list<std::string_view> parts);
+inline void Print(std::string_view text) {
+    Print({text});
+}
 // The same to standard error.
-void PrintError(const String& text);
+void PrintError(std::initializer_list<std::string_view> parts);
+inline void PrintError(std::string_view text) {
+    PrintError({text});
+}
 
 // Writes bytes to a descriptor as they stand.
 void writeAll(int descriptor, std::string_view bytes);

@@ -3,43 +3,108 @@
 #include "runtime/events/EventLoop.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/Heap.hpp"
+#include "runtime/values/StackTrace.hpp"
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <new>
+
+#include <unistd.h>
 
 namespace hearthix {
 
-void ConsoleApplication::DoEvents(Integer milliseconds) {
-    EventLoop::instance().run(milliseconds);
+namespace {
+
+ConsoleApplication* theApplication = nullptr;
+
+// An exception where none may pass ends the process as any other does.
+[[noreturn]] void endAtOnce() {
+    PrintError("ended by an exception that could not be handled, such as one without memory for itself");
+    _exit(EXIT_FAILURE);
 }
 
-int ConsoleApplication::execute(int count, const char* const* values) {
+void prepareProcess() {
     keepHeapSmall();
     openStandardStreams();
     // A lost pipe, and a file that may not grow any further: failed writes like any other.
     for (const int signal : {SIGPIPE, SIGXFSZ})
         static_cast<void>(std::signal(signal, SIG_IGN));
-    Array<String> arguments;
-    for (int i = 0; i < count; ++i)
-        arguments.Append(values[i]);
-    const int status = runGuarded(arguments);
+    // The first look at the stack takes memory, which may be gone when there is something to see.
+    std::array<void*, 1> frame{};
+    captureStack(frame);
+    std::set_new_handler(noteOutOfMemory);
+    std::set_terminate(endAtOnce);
+}
+
+} // namespace
+
+void ConsoleApplication::DoEvents(Integer milliseconds) {
+    EventLoop::instance().run(milliseconds);
+}
+
+ConsoleApplication::ConsoleApplication(const char* longVersion) : longVersion_(longVersion) {
+    theApplication = this;
+}
+
+ConsoleApplication::~ConsoleApplication() {
+    theApplication = nullptr;
+}
+
+ConsoleApplication& ConsoleApplication::instance() {
+    if (theApplication == nullptr)
+        raiseNilObject();
+    return *theApplication;
+}
+
+int ConsoleApplication::execute(int count, const char* const* values) {
+    prepareProcess();
+    int status = EXIT_FAILURE;
+    try {
+        Array<String> arguments;
+        for (int i = 0; i < count; ++i)
+            arguments.Append(values[i]);
+        status = static_cast<int>(Event_Run(arguments));
+    } catch (...) {
+        status = handleUnhandled();
+    }
     // What was written before the end still leaves, as far as the peers take it.
-    EventLoop::instance().flushAll();
+    try {
+        EventLoop::instance().flushAll();
+    } catch (...) {
+        return EXIT_FAILURE;
+    }
     return status;
 }
 
-int ConsoleApplication::runGuarded(const Array<String>& arguments) {
+// Sorts the exception that is being handled.
+int ConsoleApplication::handleUnhandled() noexcept {
     try {
-        return static_cast<int>(Event_Run(arguments));
+        throw;
     } catch (const RuntimeException& error) {
+        return endBy(error, error.name(), error.Message);
+    } catch (const std::bad_alloc&) {
+        const OutOfMemoryException error;
+        return endBy(error, error.name(), "there is no memory left");
+    } catch (const std::exception& error) {
+        return endBy(RuntimeException(), "exception", error.what());
+    } catch (...) {
+        return endBy(RuntimeException(), "exception", {});
+    }
+}
+
+int ConsoleApplication::endBy(const RuntimeException& error, std::string_view kind,
+                              std::string_view detail) noexcept {
+    try {
         if (Event_UnhandledException(error))
             return EXIT_SUCCESS;
-        const String detail = error.Message.empty() ? String() : concat(" (", error.Message, ")");
-        PrintError(concat("ended by an unhandled ", error.name(), detail));
-    } catch (const std::exception& error) {
-        PrintError(concat("ended by an unhandled exception: ", error.what()));
+    } catch (...) {
+        PrintError("a further exception was raised meanwhile");
     }
+    const bool hasVersion = *longVersion_ != '\0';
+    PrintError({"ended by an unhandled ", kind, detail.empty() ? "" : " (", detail, detail.empty() ? "" : ")",
+                hasVersion ? "; version " : "", longVersion_});
     return EXIT_FAILURE;
 }
 

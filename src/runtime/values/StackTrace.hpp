@@ -1,16 +1,21 @@
 // The calls under way, as addresses and as text. The only place that knows how the platform tells them.
 #pragma once
 
-#include "runtime/text/String.hpp"
-
 #include <cstddef>
 #include <span>
+#include <string_view>
 
 namespace hearthix {
 
 // Fills in return addresses, innermost first, and returns their number.
 std::size_t captureStack(std::span<void*> frames);
-// "name + 0x1f", demangled where the program exports the symbol, else "module + 0x4d2f0".
-String describeFrame(void* address);
+// "name + 0x1f", demangled where the program exports the symbol, else "module + 0x4d2f0"; cut to the room
+// that there is. Does without memory of the heap where that has run out, names then stay mangled.
+std::string_view describeFrame(void* address, std::span<char> room);
+
+// What operator new is to call when there is no memory: notes the calls under way, for whoever tells of the
+// end of the process, and raises std::bad_alloc.
+void noteOutOfMemory();
+std::span<void* const> callsOutOfMemory();
 
 } // namespace hearthix
