@@ -6,7 +6,7 @@
 namespace hearthix {
 
 namespace CommandSupportModule {
-// A carriage return, from the moment the connection is opened; nothing reads it.
+// A carriage return, from the moment the connection is opened. Kept; nothing here uses it.
 extern String cr;
 } // namespace CommandSupportModule
 

@@ -1,28 +1,37 @@
 #include "endpoints/cMSEndpoint.hpp"
 
+#include "hostlink/cHearthixDeviceSocket.hpp"
 #include "log/Globals.hpp"
 #include "log/Log.hpp"
 #include "mysensors/AddressIndex.hpp"
+#include "ports/iAbstractPort.hpp"
+#include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "vocabulary/Vocabulary.hpp"
-
-#include <algorithm>
 
 namespace hearthix {
 
-namespace {
+using HearthixSupport::HearthixSocket;
+using HearthixSupport::WriteLog;
 
-// The number at the front of a line, and the line behind its ";". Junk yields any number, as this is a hint.
-Integer takeNumber(std::string_view& line) noexcept {
-    Integer number = 0;
-    std::size_t at = 0;
-    for (; at < line.size() && at < 3 && line[at] != ';'; ++at)
-        number = number * 10 + (line[at] - '0');
-    line.remove_prefix(std::min(at + 1, line.size()));
-    return number;
-}
+namespace {
 
 Ref<cMSEndpoint> held(const Variant* entry) {
     return entry != nullptr ? Ref<cMSEndpoint>(entry->objectAs<cMSEndpoint>()) : nullptr;
+}
+
+// The form of a value. Hosts take 0 for on here; commands to a node have it the other way round.
+void setValue(cHearthixCommand& message, const cMSCommand& command) {
+    if (!IsNumeric(command.PayLoad)) {
+        message.SetMulti("mcmd", "SetDesc");
+        message.SetMulti("DATA", command.PayLoad);
+    } else if (mySensors::isVarTypeDimmable(command.SubType)) {
+        message.SetMulti("mcmd", "SetValue");
+        message.SetMulti("Valu", command.PayLoad);
+    } else {
+        message.SetMulti("mcmd", Val(command.PayLoad) == 0 ? "ON" : "OFF");
+    }
 }
 
 } // namespace
@@ -34,16 +43,6 @@ Ref<cMSEndpoint> cMSEndpoint::find(const String& rootAddress) {
 cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {
     // Nothing but endpoints ever enters.
     return static_cast<cMSEndpoint*>(mySensors::AddressIndex->at(node, child));
-}
-
-void cMSEndpoint::prefetch(std::string_view next, std::string_view afterNext) noexcept {
-    const auto* index = mySensors::AddressIndex.get();
-    if (index == nullptr)
-        return;
-    const Integer laterNode = takeNumber(afterNext);
-    index->prefetch(laterNode, takeNumber(afterNext));
-    const Integer node = takeNumber(next);
-    __builtin_prefetch(index->at(node, takeNumber(next)));
 }
 
 Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
@@ -60,9 +59,8 @@ cMSEndpoint::cMSEndpoint(Integer node, Integer child)
 void cMSEndpoint::enter() {
     const Ref<cMSEndpoint> self(this);
     const bool isNode = childID == mySensors::kNodeLevelChild;
-    HearthixSupport::WriteLog(
-        isNode ? concat("creating unit at node level for node: ", Globals::formatHexOfLowByte(nodeID))
-               : concat("creating child object at Address: ", RootIndexString));
+    WriteLog(isNode ? concat("creating unit at node level for node: ", Globals::formatHexOfLowByte(nodeID))
+                    : concat("creating child object at Address: ", RootIndexString));
     mySensors::AddressIndex->enter(nodeID, childID, self);
     if (isNode)
         return;
@@ -70,6 +68,141 @@ void cMSEndpoint::enter() {
     if (node == nullptr)
         throw KeyNotFoundException();
     node->subUnits->SetValue(RootIndexString, self);
+}
+
+// What the host is told about units: their creation, and their node's battery.
+
+void cMSEndpoint::CreateHearthixUnitForVariableType(Integer variableType) {
+    const String suffix = mySensors::varTypeToSuffix(variableType);
+    cHearthixCommand request;
+    request.SetMulti("mcmd", "NewU");
+    request.SetMulti("addr", concat(RootIndexString, ".", suffix));
+    if (DeviceName.empty())
+        DeviceName = concat("(", RootIndexString, ")");
+    request.SetMulti("Name", concat(DeviceName, " ", suffix));
+    request.SetMulti("Dimm", MP::convertBoolToKey(mySensors::isVarTypeDimmable(variableType)));
+    request.SetMulti("RdNL", MP::convertBoolToKey(mySensors::isVarTypeReadOnly(variableType)));
+    request.SetMulti("List", "My Sensors");
+    HearthixSocket->SendCommand(request);
+}
+
+void cMSEndpoint::CreateHearthixUnitForNode() {
+    DeviceName = concat("mySensors node: ", Globals::formatHexOfLowByte(nodeID), " battery level");
+    cHearthixCommand request;
+    request.SetMulti("mcmd", "NewU");
+    request.SetMulti("Sfix", "%");
+    request.SetMulti("Name", DeviceName);
+    request.SetMulti("Type", "Register");
+    request.SetMulti("addr", RootIndexString);
+    request.SetMulti("Dimm", "true");
+    request.SetMulti("RdNL", "true");
+    request.SetMulti("List", "My Sensors");
+    HearthixSocket->SendCommand(request);
+}
+
+bool cMSEndpoint::getBatteryLevelFromNode() {
+    const cMSEndpoint* node = find(nodeID, mySensors::kNodeLevelChild);
+    if (node == nullptr)
+        return false;
+    batteryLevel = node->batteryLevel;
+    return true;
+}
+
+void cMSEndpoint::SendOnlyBatteryLevel(Integer level) {
+    batteryLevel = level;
+    for (Integer i = 0; i < subUnits->Count(); ++i) {
+        cHearthixCommand report;
+        report.SetMulti("mcmd", "NoOp");
+        report.SetMulti(
+            "addr", concat(RootIndexString, ".", mySensors::varTypeToSuffix(subUnits->Key(i).toInteger())));
+        report.SetMulti("Batt", Str(batteryLevel));
+        HearthixSocket->SendCommand(report);
+        RuntimeBackgroundTask();
+    }
+}
+
+// From the mesh to the host.
+
+void cMSEndpoint::HandleReceivedMSCommand(const cMSCommand& command) {
+    if (command.childID == mySensors::kNodeLevelChild)
+        handleNodeLevel(command);
+    else if (command.messageType == mySensors::kSet)
+        handleChildLevel(command);
+}
+
+void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
+    const String node = Globals::formatHexOfLowByte(nodeID);
+    if (command.messageType != mySensors::kInternal) {
+        WriteLog(concat("node ", node, " received a node level message that wasn't an internal command: ",
+                        command.RawCommand));
+        return;
+    }
+    if (command.SubType != mySensors::kBatteryLevel) {
+        WriteLog(concat("node ", node, " recevied a node level internal message that wasn't a batteryLevel: ",
+                        command.RawCommand));
+        return;
+    }
+    const Integer level = ValInteger(command.PayLoad);
+    if (level == batteryLevel)
+        return;
+    batteryLevel = level;
+    for (Integer i = 0; i < subUnits->Count(); ++i) {
+        if (auto* child = subUnits->ValueAt(i).objectAs<cMSEndpoint>())
+            child->SendOnlyBatteryLevel(batteryLevel);
+        RuntimeBackgroundTask();
+    }
+}
+
+bool cMSEndpoint::isNewType(Integer variableType) {
+    const bool hasBit = variableType >= 0 && variableType < 64;
+    const std::uint64_t bit = hasBit ? std::uint64_t{1} << static_cast<unsigned>(variableType) : 0;
+    if ((seenTypes_ & bit) != 0)
+        return false;
+    if (subUnits->find(variableType) == nullptr)
+        return true;
+    seenTypes_ |= bit;
+    return false;
+}
+
+void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
+    if (isNewType(command.SubType)) {
+        WriteLog(concat("creating Hearthix Unit for ", command.HearthixAddressWithSubtype));
+        CreateHearthixUnitForVariableType(command.SubType);
+        String first = command.PayLoad;
+        first.compact();
+        subUnits->SetValue(command.SubType, first);
+    }
+    cHearthixCommand message;
+    message.SetMulti("addr", command.HearthixAddressWithSubtype);
+    setValue(message, command);
+    if (getBatteryLevelFromNode())
+        message.SetMulti("Batt", Str(batteryLevel));
+    HearthixSocket->SendCommand(message);
+}
+
+// From the host to the mesh: no queue, no retry, no acknowledgement.
+
+void cMSEndpoint::handleReceivedHearthixCommand(const Ref<cHearthixCommand>& command) {
+    const Integer variableType = mySensors::SuffixToVarType(NthField(command->GetMulti("addr"), ".", 2));
+    const String word = command->GetMulti("mcmd");
+    Integer messageType = mySensors::kSet;
+    String payload;
+    if (word == "ON") {
+        payload = "1";
+    } else if (word == "OFF") {
+        payload = "0";
+    } else if (word == "SetValue") {
+        payload = command->GetMulti("Valu");
+    } else if (word == "Qery") {
+        messageType = mySensors::kRequest;
+    } else {
+        WriteLog("unsupported command from Hearthix");
+        return;
+    }
+    const String line =
+        concat(Str(nodeID), ";", Str(childID), ";", Str(messageType), ";0;", Str(variableType), ";", payload);
+    WriteLog(concat("outgoing command (", line, ")"));
+    Globals::gAbstractedPort->PortSendData(line + "\n");
 }
 
 } // namespace hearthix

@@ -13,7 +13,6 @@
 #include "runtime/values/Dictionary.hpp"
 
 #include <cstdint>
-#include <string_view>
 
 namespace hearthix {
 
@@ -26,21 +25,10 @@ public:
     static Ref<cMSEndpoint> find(const String& rootAddress);
     // The same by the low bytes of its numbers. Borrowed, until the index changes.
     static cMSEndpoint* find(Integer node, Integer child);
-    // Names the endpoints of the next two lines to the processor. In a large mesh their memory has left the
-    // caches since their last value, and arrives while the line ahead is still at work: the place in the
-    // index two lines ahead, the endpoint that it names one line ahead.
-    static void prefetch(std::string_view next, std::string_view afterNext) noexcept;
 
-    // What every value touches stands first and together: one line of the processor's cache, or two.
     Integer nodeID = 0;       // whole, while the addresses hold its low byte
     Integer batteryLevel = 0; // percent, as the node sent it
-
-private:
-    // A bit for each variable type from 0 to 63 known to stand in subUnits: a short cut past the dictionary.
-    std::uint64_t seenTypes_ = 0;
-
-public:
-    String RootIndexString; // the root address, such as 0A03
+    String RootIndexString;   // the root address, such as 0A03
     // Of a node: root address to child. Of a child: each variable type seen so far, to its first payload, of
     // which only the key counts.
     Ref<Dictionary> subUnits;
@@ -71,6 +59,9 @@ private:
     void handleNodeLevel(const cMSCommand& command);
     void handleChildLevel(const cMSCommand& command);
     bool isNewType(Integer variableType);
+
+    // A bit for each variable type from 0 to 63 known to stand in subUnits: a short cut past the dictionary.
+    std::uint64_t seenTypes_ = 0;
 };
 
 } // namespace hearthix

@@ -1,8 +1,9 @@
-// The receive path: from the port's bytes to lines.
+// The receive path, from the port's bytes to lines, and the answer to a node that asks for an ID.
 #include "gateway/cMySensors.hpp"
 
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
+#include "gateway/NodeIds.hpp"
 #include "log/Globals.hpp"
 #include "log/Log.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
@@ -33,10 +34,8 @@ void cMySensors::PortDataAvailable(const String& data) {
     while (lineEnd > 0) {
         const String line = LeftB(buffer, lineEnd);
         buffer.removeFront(line.size());
-        lineEnd = InStrB(1, buffer, kLineFeed);
-        const std::string_view rest = buffer;
-        cMSEndpoint::prefetch(rest, lineEnd > 0 ? rest.substr(static_cast<std::size_t>(lineEnd)) : "");
         HandleMSCommand(Trim(line));
+        lineEnd = InStrB(1, buffer, kLineFeed);
         RuntimeBackgroundTask();
     }
     // A fragment may lie here for hours, and must not keep the memory of a whole chunk.
@@ -59,6 +58,31 @@ void cMySensors::dropStaleBytes() {
 void cMySensors::PortError(const String& message, Integer code) {
     Globals::writelog(concat("mySensors communication error: ", Str(code), " - ", message), 4);
     Globals::DoQuit = true;
+}
+
+void cMySensors::gotUnitsFromHearthix(const Ref<cHearthixCommand>& command) {
+    // Held here: another list may arrive in a log line below.
+    const auto units = Ref<CXML>::make();
+    unitXMLFromHearthix = units;
+    try {
+        units->loadFromString(command->GetMulti("DATA"));
+    } catch (const RuntimeException&) {
+        HearthixSupport::WriteLog("Hearthix sent no valid data in response to asking for units");
+    }
+    if (waitingForID.isNil())
+        return;
+    const Integer id = mySensors::chooseNodeId(*units);
+    if (id == mySensors::kNoIdLeft) {
+        HearthixSupport::WriteLog("node requests new ID but all slots are full.");
+        return;
+    }
+    const String reply =
+        concat(Str(waitingForID->nodeID), ";", Str(waitingForID->childID), ";3;0;4;", Str(id));
+    if (Globals::DebugMode)
+        HearthixSupport::WriteLog(concat("set ID packet: ", reply));
+    HearthixSupport::WriteLog(concat("responding to node ID request with ID: ", Str(id)));
+    waitingForID = nullptr;
+    Globals::gAbstractedPort->PortSendData(reply + "\n");
 }
 
 } // namespace hearthix

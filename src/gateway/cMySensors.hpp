@@ -3,6 +3,10 @@
 // It cuts the gateway's byte stream into lines, answers what the mesh asks of a controller, hands values and
 // battery levels to the endpoints, and routes the host's commands to them. Lines are handled one at a time in
 // the order of their arrival. Any log line may run a host command before it returns.
+//
+// Its operations stand in four files: reception and node IDs in cMySensors.cpp, what becomes of a line in
+// MessageDispatch.cpp, time, configuration and version in NodeServices.cpp, and the way of a host's command
+// in CommandRouting.cpp.
 #pragma once
 
 #include "document/CXML.hpp"

@@ -22,11 +22,6 @@ public:
         const Row* row = rows_[lowByte(node)].get();
         return row != nullptr ? (*row)[lowByte(child)] : nullptr;
     }
-    // Lets the processor fetch what `at` will read.
-    void prefetch(Integer node, Integer child) const noexcept {
-        if (const Row* row = rows_[lowByte(node)].get())
-            __builtin_prefetch(&(*row)[lowByte(child)]);
-    }
 
 private:
     // The table would know nothing of these.

@@ -94,22 +94,17 @@ const char* lookUp(std::span<const Description> table, const String& code) {
     return nullptr;
 }
 
-// The codes without a value are all empty, so that an empty command matches the first of them.
+// The codes of security sensors are all empty, so that an empty command is the first of them and the others
+// ("Alarm Condition", "MOTION", "no motion") never come up.
 const char* lookUpSecurity(const String& code) {
-    if (code == objCommandSupport::kCommSecurityMinSafe || code == objCommandSupport::kCommSecurityMaxSafe)
-        return "Safe Condition";
-    if (code == objCommandSupport::kCommSecurityMinAlarm || code == objCommandSupport::kCommSecurityMaxAlarm)
-        return "Alarm Condition";
-    if (code == objCommandSupport::kCommSecurityMotion)
-        return "MOTION";
-    return code == objCommandSupport::kCommSecurityNoMotion ? "no motion" : nullptr;
+    return code == objCommandSupport::kCommSecurityMinSafe ? "Safe Condition" : nullptr;
 }
 
 String unknownCode(const String& what, const String& code) {
     return concat("UNKNOWN ", what, " CODE: (", code, ") 0x", Hex(AscB(code)));
 }
 
-// The state of each flag stands ahead of the next one's label. The uneven spelling is what people search for.
+// The state of each flag stands ahead of the next one's label. The spelling is uneven, and hosts show it so.
 String describeFlags(const cHearthixCommand& command) {
     return concat("DoTrans:", command.fDoTransmit ? "1  CCM:" : "0  CMM:",
                   command.fCCM ? "1  AddressOnly:" : "0  AddressOnly:",

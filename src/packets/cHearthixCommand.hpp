@@ -15,7 +15,9 @@
 //   0 "J"  1-2 length of the whole packet, little-endian  3 flags, 128: numbers are little-endian  4 entries
 //   an entry: 0-3 key  4-5 length of the value  6 value
 //
-// docs/host-link.md has both in full, with worked bytes.
+// docs/host-link.md has both in full, with worked bytes. Of the operations, those on the common message stand
+// in CommonMessage.cpp, those on the multipacket in Multipacket.cpp, the texts for people in
+// CommandDescriptions.cpp, and what both share in cHearthixCommand.cpp.
 #pragma once
 
 #include "runtime/core/Array.hpp"
@@ -28,10 +30,13 @@ namespace hearthix {
 
 class cHearthixCommand : public Object {
 public:
-    // One-byte fields are strings of length 1 or empty; numbers from a packet are unsigned bytes.
+    // The common message. One-byte fields are strings of length 1 or empty; numbers from a packet are
+    // unsigned bytes.
     String Header;
+    Integer PacketLength = 0;
     String Version;
     Integer TransactionID = 0;
+    String InterfaceType;
     String UnitClass;
     Integer Flags = 0;
     String Code;
@@ -41,34 +46,42 @@ public:
     Integer level = 0;
     Integer param1 = 0;
     Integer param2 = 0;
+    // Its flags, one by one.
     bool fDoTransmit = false;
     bool fCCM = false; // the command is for this driver and not for a unit
     bool fAddressOnly = false;
     bool fCommandOnly = false;
     bool fWireless = false;
     bool fPassThrough = false;
-    String RawCommonCommand; // the whole received packet, of either kind
-    String InterfaceType;
-    Date TimeStamp; // the moment of construction
-    Integer PacketLength = 0;
     bool fStacked = false;
-    String LogMessage;
-    String Name;
-    bool WaitForAck = false;
-    String analog3;
-    String analog2;
-    String analog1;
+    bool LowBattery = false; // the command code as received said so
+    // What commands with a form of their own carry.
     String analog0;
+    String analog1;
+    String analog2;
+    String analog3;
     Integer rawAnalog16 = 0;
-    bool fSecurity = false;
-    double SentAtTicks = 0;
-    Integer LogData = 0;
-    bool LowBattery = false;
     double DoubleMeasurement = 0;
+
+    // The log packet.
+    Integer LogData = 0; // its level
+    String LogMessage;
+
+    // The multipacket.
     bool isMultiPacket = false;
     Ref<Dictionary> MultiDict; // nil until the first use
     Integer MultiFlags = 0;
     bool LittleEndian = false;
+
+    // Of either kind.
+    String RawCommonCommand; // the whole packet as received
+    Date TimeStamp;          // the moment of construction
+
+    // Kept for the format; nothing here uses them.
+    String Name;
+    bool WaitForAck = false;
+    bool fSecurity = false;
+    double SentAtTicks = 0;
 
     // Reads a common message. True when the record now holds a packet of an accepted type.
     virtual bool InitFromCommonMessage(const String& packet);

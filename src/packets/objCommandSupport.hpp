@@ -1,5 +1,5 @@
-// The command codes of security sensors. No powerline code is assigned to them here: all are empty and stay
-// so, and a comparison with one is a comparison with the empty string.
+// The command codes of security sensors. None has one here: all are empty and stay so, and a comparison with
+// one is a comparison with the empty string.
 #pragma once
 
 #include "runtime/text/String.hpp"

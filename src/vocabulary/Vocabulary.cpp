@@ -88,8 +88,11 @@ String nameOrUnknown(std::span<const char* const> names, Integer number) {
     return name != nullptr ? name : "unknown";
 }
 
+// At least three digits, behind the sign of a negative number.
 String threeDigits(Integer number) {
-    return Format(static_cast<double>(number), "000");
+    const auto value = static_cast<std::uint64_t>(number);
+    const String digits = Str(number < 0 ? ~value + 1 : value);
+    return concat(number < 0 ? "-" : "", String("000").cut(std::min<std::size_t>(digits.size(), 3)), digits);
 }
 
 bool isKnownVarType(Integer variableType) {

@@ -16,18 +16,6 @@ namespace {
 using clocks::kMillisecond;
 using clocks::kSecond;
 
-// What a wait found: the descriptors are paired with sources by place.
-struct Watch {
-    std::vector<pollfd> descriptors;
-    std::vector<EventSource*> sources;
-};
-
-int waitFor(std::vector<pollfd>& descriptors, std::int64_t nanoseconds) {
-    const timespec limit{static_cast<time_t>(nanoseconds / kSecond),
-                         static_cast<long>(nanoseconds % kSecond)};
-    return ppoll(descriptors.data(), descriptors.size(), &limit, nullptr);
-}
-
 } // namespace
 
 EventLoop& EventLoop::instance() {
@@ -82,33 +70,43 @@ void EventLoop::pass(std::int64_t deadline) {
     flushAll();
     std::erase(sources_, nullptr);
     std::erase(timers_, nullptr);
+    // A handler may run the loop again, so each pass has lists of its own.
+    const std::vector<EventSource*> asked = sources_;
+    const std::vector<pollfd> found = waitFor(asked, deadline);
+    const std::int64_t now = clocks::monotonic();
+    for (std::size_t i = 0; i < asked.size(); ++i)
+        if (isKnown(asked[i])) // the handler of an earlier one may have closed it
+            serve(*asked[i], found[i].revents);
+    fireDue(now);
+    flushAll();
+}
 
-    // A handler may run the loop again, so each pass has a list of its own.
-    Watch watch;
+// Asks what each source wants, and waits until the system has it for one of them, or a moment is due.
+std::vector<pollfd> EventLoop::waitFor(const std::vector<EventSource*>& sources,
+                                       std::int64_t deadline) const {
+    std::vector<pollfd> wanted;
     bool hasNews = false;
-    for (EventSource* source : sources_) {
+    for (const EventSource* source : sources) {
         const int events = (source->wantsRead() ? POLLIN : 0) | (source->wantsWrite() ? POLLOUT : 0);
-        watch.descriptors.push_back({source->descriptor(), static_cast<short>(events), 0});
-        watch.sources.push_back(source);
+        wanted.push_back({source->descriptor(), static_cast<short>(events), 0});
         hasNews = hasNews || source->hasNews();
     }
     const std::int64_t wait =
         hasNews ? 0 : std::max<std::int64_t>(nextDue(deadline) - clocks::monotonic(), 0);
-    const int ready = waitFor(watch.descriptors, wait);
-    const std::int64_t now = clocks::monotonic();
+    const timespec limit{static_cast<time_t>(wait / kSecond), static_cast<long>(wait % kSecond)};
+    ppoll(wanted.data(), wanted.size(), &limit, nullptr);
+    return wanted;
+}
 
-    for (std::size_t i = 0; (ready > 0 || hasNews) && i < watch.sources.size(); ++i) {
-        const int found = ready > 0 ? watch.descriptors[i].revents : 0;
-        // The handler of an earlier source may have closed this one.
-        if (std::find(sources_.begin(), sources_.end(), watch.sources[i]) == sources_.end())
-            continue;
-        if (found == 0 && !watch.sources[i]->hasNews())
-            continue;
-        const Ref<EventSource> keep(watch.sources[i]);
-        keep->serve((found & ~POLLOUT) != 0, (found & (POLLOUT | POLLERR | POLLHUP)) != 0);
-    }
-    fireDue(now);
-    flushAll();
+bool EventLoop::isKnown(const EventSource* source) const {
+    return std::find(sources_.begin(), sources_.end(), source) != sources_.end();
+}
+
+void EventLoop::serve(EventSource& source, int found) {
+    if (found == 0 && !source.hasNews())
+        return;
+    const Ref<EventSource> keep(&source);
+    source.serve((found & ~POLLOUT) != 0, (found & (POLLOUT | POLLERR | POLLHUP)) != 0);
 }
 
 void EventLoop::fireDue(std::int64_t now) {

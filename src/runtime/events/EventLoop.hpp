@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <vector>
 
+#include <poll.h>
+
 namespace hearthix {
 
 class EventLoop {
@@ -30,6 +32,9 @@ public:
 
 private:
     void pass(std::int64_t deadline);
+    std::vector<pollfd> waitFor(const std::vector<EventSource*>& sources, std::int64_t deadline) const;
+    bool isKnown(const EventSource* source) const;
+    static void serve(EventSource& source, int found);
     std::int64_t nextDue(std::int64_t deadline) const;
     void fireDue(std::int64_t now);
 
