@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -265,6 +267,61 @@ TEST(Load, AMillionCommandsOneWriteEach) {
         missing[number] = false;
     }
     EXPECT_EQ(talk.hostSends(""), Effects{});
+}
+
+// A peer of the driver that doesn't wait for it: does something again and again, until it is dropped.
+class Unceasing {
+public:
+    explicit Unceasing(std::function<void()> act)
+        : thread_([this, act = std::move(act)] {
+              while (!over_)
+                  act();
+          }) {}
+    ~Unceasing() {
+        over_ = true;
+        thread_.join();
+    }
+
+private:
+    std::atomic<bool> over_ = false;
+    std::thread thread_;
+};
+
+// The peer waits in the system's buffers, and the gateway and the end of the process wait for nobody.
+TEST(Load, AnEndlessStreamOfCommandsLeavesTheLoopItsTurn) {
+    const std::string command =
+        multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.VAR1"}, {"Valu", "a value"}});
+    for (const Transport transport : {Transport::tcp, Transport::serial}) {
+        Conversation talk(transport);
+        talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
+        std::string stream, rest;
+        for (int i = 0; i < 1000; ++i)
+            stream += command;
+        std::atomic<bool> closes = false;
+        const Unceasing host([&] {
+            if (rest.empty())
+                rest = closes.exchange(false) ? multipacket({{"mcmd", "close"}}) + stream : stream;
+            const ssize_t sent =
+                send(talk.host.descriptor(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            rest.erase(0, sent > 0 ? static_cast<std::size_t>(sent) : 0);
+            std::this_thread::sleep_for(std::chrono::microseconds(sent > 0 ? 0 : 100));
+        });
+        const Unceasing slowGateway([&] {
+            char bytes[1000];
+            [[maybe_unused]] const ssize_t got = read(talk.gateway.descriptor(), bytes, sizeof bytes);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        });
+        for (int i = 0; i < 5'000; ++i)
+            talk.host.next();
+        talk.gateway.say("0;255;3;0;9;heard\n");
+        talk.host.until(log("Gateway Message: heard"));
+#ifndef __SANITIZE_ADDRESS__
+        EXPECT_LT(talk.driver.residentBytes(), (isForeignDriver() ? 400U : 40U) << 20);
+#endif
+        closes = true;
+        talk.host.untilEnd();
+        EXPECT_EQ(talk.driver.end().status, 0);
+    }
 }
 
 } // namespace

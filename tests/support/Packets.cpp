@@ -94,8 +94,10 @@ std::size_t packetLength(std::string_view stream) {
 
 Packets packetsIn(std::string_view stream) {
     Packets packets;
-    for (; !stream.empty(); stream.remove_prefix(packets.back().bytes.size()))
-        packets.push_back({std::string(stream.substr(0, packetLength(std::string(stream) + "\1\1")))});
+    for (; !stream.empty(); stream.remove_prefix(packets.back().bytes.size())) {
+        const std::string head = std::string(stream.substr(0, 3)) + "\1\1";
+        packets.push_back({std::string(stream.substr(0, packetLength(head)))});
+    }
     return packets;
 }
 
