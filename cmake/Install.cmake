@@ -6,9 +6,6 @@ install(FILES docs/man/hearthix-gateway-mqtt.1 DESTINATION ${CMAKE_INSTALL_MANDI
 # As they stand here, so that the links among them hold.
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
-# The one script that users of the package need, and what it shares with the others.
-install(PROGRAMS script/gateway-relay DESTINATION ${CMAKE_INSTALL_DOCDIR}/script)
-install(FILES script/common.sh DESTINATION ${CMAKE_INSTALL_DOCDIR}/script)
 
 # The Debian package. The libraries it needs are looked up in the binaries, or named where they can't be run.
 set(CPACK_GENERATOR DEB)
@@ -19,8 +16,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION net)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS socat)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS mosquitto-clients)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "mosquitto-clients, socat")
 if(CMAKE_CROSSCOMPILING)
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${HEARTHIX_DEBIAN_ARCHITECTURE})
   set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12)")

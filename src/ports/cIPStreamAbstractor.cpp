@@ -57,8 +57,8 @@ void cIPStreamAbstractor::Event_Connected() {
 
 void cIPStreamAbstractor::Event_DataAvailable() {
     if (Parent.isNil())
-        explain("speaks before the driver can listen; put a relay in between, as the README shows under "
-                "\"Greeting gateways\"");
+        explain(concat("speaks before the driver can listen; name it socket://", Address, ":", Str(Port),
+                       ", in place of IP"));
     Parent->PortDataAvailable(ReadAll());
 }
 

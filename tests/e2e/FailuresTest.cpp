@@ -1,16 +1,10 @@
 // What ends the process with a stack dump, and what keeps it turning for ever: both are the rules of the
-// link, and a host has to know them. And the two ways around a gateway that greets at once.
+// link, and a host has to know them. And the way of a gateway that greets at once.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
 #include <thread>
-
-#include <unistd.h>
 
 namespace hearthix::test {
 
@@ -58,7 +52,7 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
             gateway.accept();
         how == "talks" ? gateway.say("0;255;3;0;14;Gateway startup complete.\n") : gateway.close();
         expectStackDump(driver, how,
-                        how == "talks" ? "put a relay in between" : "check its address and port");
+                        how == "talks" ? "name it socket://127.0.0.1:" : "check its address and port");
         EXPECT_EQ(host.untilEnd(), Packets{});
     }
 }
@@ -101,46 +95,18 @@ TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
     }
 }
 
-// By the system's list: a connection would be passed on.
-bool isListening(const std::string& port) {
-    char entry[32];
-    std::snprintf(entry, sizeof entry, ":%04X 00000000:0000 0A", static_cast<unsigned>(std::stoi(port)));
-    std::ifstream sockets("/proc/net/tcp");
-    return std::string(std::istreambuf_iterator<char>(sockets), {}).find(entry) != std::string::npos;
-}
-
-bool waitFor(const std::function<bool()>& condition) {
-    for (int i = 0; i < 200 && !condition(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(25));
-    return condition();
-}
-
-// Greets at once, and obeys: both must come through.
-TEST(GreetingGateway, WorksBehindTheRelayAndAsAPseudoTerminal) {
-    for (const bool terminal : {false, true}) {
-        FakeHost host;
-        Listener gateway;
-        const std::string port = Listener().port(); // free again
-        const auto link = std::filesystem::temp_directory_path() / ("greeting-" + std::to_string(getpid()));
-        std::vector<std::string> relayed{HEARTHIX_RELAY, port, "127.0.0.1", gateway.port()};
-        std::vector<std::string> driven{"IP", "127.0.0.1", host.port(), "7", "127.0.0.1", port};
-        if (terminal) {
-            relayed = {"socat", "PTY,link=" + link.string() + ",raw,echo=0,wait-slave",
-                       "TCP:127.0.0.1:" + gateway.port()};
-            driven = {link, "127.0.0.1", host.port(), "7"};
-        }
-        const Program relay(relayed);
-        if (!waitFor([&] { return terminal ? exists(link) : isListening(port); }))
-            GTEST_SKIP() << "socat is not installed";
-        const DriverProcess driver(driven);
-        Stream talk = gateway.accept();
-        talk.say("0;255;3;0;14;Gateway startup complete.\n0;255;0;0;18;2.3.2\n");
-        host.accept();
-        EXPECT_EQ(host.until(log("Gateway Ready: Gateway startup complete.")), Packets{readyText()});
-        EXPECT_EQ(host.next(), log("presentation packet from node: 00FF (2.3.2)"));
-        host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}));
-        EXPECT_EQ(talk.hearUntil("\n"), "10;3;1;0;2;1");
-    }
+// With the same arguments otherwise; it greets ahead of the driver's own greeting of the host, and obeys.
+TEST(GreetingGateway, WorksAsASerialLineOnTheNetwork) {
+    FakeHost host;
+    FakeGateway gateway(Transport::tcp);
+    const DriverProcess driver({"socket://127.0.0.1:" + gateway.port(), "127.0.0.1", host.port(), "7"});
+    host.accept();
+    gateway.accept();
+    gateway.say("0;255;3;0;14;Gateway startup complete.\n");
+    EXPECT_EQ(host.next(), readyText());
+    EXPECT_EQ(host.next(), log("Gateway Ready: Gateway startup complete."));
+    host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}));
+    EXPECT_EQ(gateway.hearUntil("\n"), "10;3;1;0;2;1");
 }
 
 } // namespace

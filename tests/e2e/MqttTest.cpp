@@ -82,7 +82,7 @@ TEST(MqttGateway, WorksBehindTheBridge) {
 
     FakeHost host;
     const std::string untilItListens = "until (: > /dev/tcp/127.0.0.1/" + port + "); do sleep 0.1; done; ";
-    const DriverProcess driver({"IP", "127.0.0.1", host.port(), "7", "127.0.0.1", port},
+    const DriverProcess driver({"socket://127.0.0.1:" + port, "127.0.0.1", host.port(), "7"},
                                {"bash", "-c", untilItListens + "exec \"$@\"", "bash"});
     host.accept();
     EXPECT_EQ(host.next(), readyText());
