@@ -6,8 +6,7 @@
 #include "runtime/files/ByteOrder.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 
-#include <algorithm>
-#include <cstring>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -26,83 +25,44 @@ constexpr std::uint8_t kEndTag = 'E';
 // Collects the small pieces of a document and hands them to the stream in large ones.
 class KbdbWriter {
 public:
-    explicit KbdbWriter(BinaryStream& stream) : stream_(stream), buffer_(kBufferSize) {
-        stream_.LittleEndian = true;
-    }
+    explicit KbdbWriter(BinaryStream& stream) : stream_(stream) { stream_.LittleEndian = true; }
 
     // A node as far as its first child: header and values.
     void begin(const Dictionary& values) {
         constexpr char kHeader[] = {'K', 'b', 'd', 'b', kVersion, kLittleEndianMark, ' ', ' '};
-        std::memcpy(room(sizeof kHeader), kHeader, sizeof kHeader);
+        held_.append(kHeader, sizeof kHeader);
         for (const auto& entry : values.entries()) {
-            value(entry.key.asString(), entry.value.asString());
+            tag(kValueTag);
+            text(entry.key.asString());
+            text(entry.value.asString());
             RuntimeBackgroundTask();
         }
     }
     void child(std::string_view name) {
-        char* at = room(kTagSize + kLengthSize + name.size());
-        *at = static_cast<char>(kChildTag);
-        put(at + kTagSize, name);
+        tag(kChildTag);
+        text(name);
     }
-    void end() { *room(kTagSize) = static_cast<char>(kEndTag); }
-    void flush() { stream_.Write(std::string_view(buffer_.data(), std::exchange(used_, 0))); }
+    void end() { tag(kEndTag); }
+    void flush() {
+        stream_.Write(held_);
+        held_.clear();
+    }
 
 private:
-    static constexpr std::size_t kTagSize = 1;
-    static constexpr std::size_t kLengthSize = 4;
+    static constexpr std::size_t kMostHeld = 65536;
 
-    void value(std::string_view key, std::string_view text) {
-        char* at = room(kTagSize + kLengthSize + key.size() + kLengthSize + text.size());
-        *at = static_cast<char>(kValueTag);
-        put(put(at + kTagSize, key), text);
-    }
-    // Returns the place behind the text.
-    static char* put(char* target, std::string_view text) {
-        encodeNumber(target, kLengthSize, text.size(), true);
-        copyBytes(target + kLengthSize, text.data(), text.size());
-        return target + kLengthSize + text.size();
-    }
-    // Nearly all texts are short: two copies of fixed size, which may overlap, cost less than a call.
-    static void copyBytes(char* target, const char* source, std::size_t size) {
-        if (size > 32)
-            std::memcpy(target, source, size);
-        else if (size >= 16)
-            copyEnds<16>(target, source, size);
-        else if (size >= 8)
-            copyEnds<8>(target, source, size);
-        else if (size >= 4)
-            copyEnds<4>(target, source, size);
-        else
-            std::copy_n(source, size, target);
-    }
-    template <std::size_t Size>
-    static void copyEnds(char* target, const char* source, std::size_t size) {
-        std::memcpy(target, source, Size);
-        std::memcpy(target + size - Size, source + size - Size, Size);
-    }
-    char* room(std::size_t count) {
-        if (buffer_.size() - used_ < count) {
+    void tag(std::uint8_t value) { held_.push_back(static_cast<char>(value)); }
+    void text(std::string_view bytes) {
+        char length[4];
+        encodeNumber(length, sizeof length, bytes.size(), true);
+        held_.append(length, sizeof length).append(bytes);
+        if (held_.size() >= kMostHeld)
             flush();
-            buffer_.resize(std::max(buffer_.size(), count));
-        }
-        used_ += count;
-        return buffer_.data() + used_ - count;
     }
-
-    static constexpr std::size_t kBufferSize = 16384;
 
     BinaryStream& stream_;
-    std::vector<char> buffer_;
-    std::size_t used_ = 0;
+    std::string held_;
 };
-
-// Tells the processor that the texts of a node will be asked for soon. In a large document they lie all over
-// the memory, and arrive while the node ahead is written.
-void prefetchTexts(const CXML* node) {
-    if (node != nullptr && node->Values)
-        for (const auto& entry : node->Values->entries())
-            __builtin_prefetch(entry.value.asString().data());
-}
 
 void readHeader(BinaryStream& stream) {
     if (stream.Read(4) != kKbdbMagic || stream.ReadUInt8() > kVersion)
@@ -144,8 +104,6 @@ void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
         RuntimeBackgroundTask();
         if (child.isNil())
             continue;
-        if (frame.next <= frame.node->Containers.Ubound())
-            prefetchTexts(frame.node->Containers[frame.next].get());
         out.child(child->Name);
         out.begin(*child->Values);
         open.push_back({child.get(), 0});

@@ -126,8 +126,9 @@ TEST_F(DateTest, CarriesAFieldOutOfRange) {
     using Case = std::tuple<void (Date::*)(Integer), Integer, const char*>;
     for (const auto& [set, value, want] :
          {Case(&Date::setMonth, 13, "2025-01-31 2:00:00"), Case(&Date::setMonth, 2, "2024-03-02 2:00:00"),
-          Case(&Date::setMonth, 0, "2023-12-31 2:00:00"), Case(&Date::setDay, 32, "2024-02-01 2:00:00"),
-          Case(&Date::setDay, 0, "2023-12-31 2:00:00"), Case(&Date::setHour, 24, "2024-02-01 0:00:00"),
+          Case(&Date::setMonth, -1, "2023-12-01 2:00:00"), Case(&Date::setDay, 32, "2024-02-01 2:00:00"),
+          Case(&Date::setDay, -1, "2023-12-30 2:00:00"), Case(&Date::setHour, 24, "2024-02-01 0:00:00"),
+          Case(&Date::setMonth, 0, "2024-00-31 2:00:00"), Case(&Date::setDay, 0, "2024-01-00 2:00:00"),
           Case(&Date::setMinute, -1, "2024-01-31 1:59:00"),
           Case(&Date::setSecond, 86400, "2024-02-01 2:00:00"),
           Case(&Date::setYear, 1904, "1904-01-31 2:00:00")}) {

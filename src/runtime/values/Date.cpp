@@ -4,6 +4,7 @@
 #include "runtime/values/Clock.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 
 namespace hearthix {
@@ -14,18 +15,13 @@ constexpr Integer kSecondsOfDay = 86400;
 constexpr Integer kDaysFrom1904To1970 = 24107;
 // Far beyond any date that a peer could mean, and far from any overflow.
 constexpr Integer kLargestField = 400'000'000;
+// The calendar repeats itself. The years of std::chrono end soon: theirs are of the cycle from 2000 on.
+constexpr Integer kCycleYears = 400;
+constexpr Integer kCycleDays = 146'097;
+constexpr Integer kDaysFrom1970To2000 = 10957;
 
 Integer floorDivide(Integer value, Integer by) {
     return value / by - (value % by < 0 ? 1 : 0);
-}
-
-// Days from 1970-01-01 of a date in the proleptic Gregorian calendar.
-Integer daysFromCivil(Integer year, Integer month, Integer day) {
-    year -= month <= 2 ? 1 : 0;
-    const Integer era = floorDivide(year, 400);
-    const Integer yearOfEra = year - era * 400;
-    const Integer dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    return era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
 }
 
 Integer clampField(Integer value) {
@@ -46,77 +42,55 @@ void followZone(std::int64_t second) {
 Date::Date() : moment_(clocks::wall()) {
 }
 
-void Date::resolve() const {
-    if (resolved_)
-        return;
-    const std::int64_t seconds = floorDivide(moment_, clocks::kSecond);
-    const auto time = static_cast<time_t>(seconds);
-    std::tm local{};
-    followZone(seconds);
-    localtime_r(&time, &local);
-    localDay_ = daysFromCivil(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
-    secondsOfDay_ =
-        std::min<Integer>(local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec, kSecondsOfDay - 1);
-    fraction_ =
-        static_cast<double>(moment_ - seconds * clocks::kSecond) / static_cast<double>(clocks::kSecond);
-    resolved_ = true;
-}
-
-Date::Civil Date::civil() const {
-    resolve();
-    carry();
-    const Integer days = localDay_ + 719468;
-    const Integer era = floorDivide(days, 146097);
-    const Integer dayOfEra = days - era * 146097;
-    const Integer yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const Integer dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const Integer shifted = (5 * dayOfYear + 2) / 153;
-    const Integer month = shifted + (shifted < 10 ? 3 : -9);
-    return {yearOfEra + era * 400 + (month <= 2 ? 1 : 0), month, dayOfYear - (153 * shifted + 2) / 5 + 1};
-}
-
-Integer Date::localSeconds() const {
-    resolve();
-    return secondsOfDay_;
-}
-
-Date::Civil& Date::fields() {
-    if (!fields_)
-        fields_ = civil();
+Date::Fields& Date::fields() const {
+    if (!fields_) {
+        const std::int64_t seconds = floorDivide(moment_, clocks::kSecond);
+        const auto time = static_cast<time_t>(seconds);
+        std::tm local{};
+        followZone(seconds);
+        localtime_r(&time, &local);
+        const Integer second = local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec;
+        fields_ = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                   std::min(second, kSecondsOfDay - 1), // a leap second
+                   static_cast<double>(moment_ - seconds * clocks::kSecond) / clocks::kSecond};
+    }
     return *fields_;
 }
 
-void Date::carry() const {
-    if (!fields_)
-        return;
-    const Integer monthIndex = clampField(fields_->month) - 1;
-    const Integer year = clampField(fields_->year) + floorDivide(monthIndex, 12);
-    const Integer month = monthIndex - floorDivide(monthIndex, 12) * 12 + 1;
-    localDay_ = daysFromCivil(year, month, 1) + clampField(fields_->day) - 1;
-    fields_.reset();
+// Days from 1970-01-01.
+Integer Date::daysOf(const Fields& date) {
+    const Integer months = clampField(date.month) - 1;
+    const Integer year = clampField(date.year) + floorDivide(months, 12);
+    const Integer cycle = floorDivide(year - 2000, kCycleYears);
+    const std::chrono::sys_days first =
+        std::chrono::year(static_cast<int>(year - cycle * kCycleYears)) /
+        std::chrono::month(static_cast<unsigned>(months - floorDivide(months, 12) * 12 + 1)) / 1;
+    return first.time_since_epoch().count() + cycle * kCycleDays + clampField(date.day) - 1;
+}
+
+const Date::Fields& Date::carried() const {
+    Fields& date = fields();
+    if (date.month == 0 || date.day == 0)
+        return date;
+    const Integer days = daysOf(date);
+    const Integer cycle = floorDivide(days - kDaysFrom1970To2000, kCycleDays);
+    const std::chrono::year_month_day day{
+        std::chrono::sys_days(std::chrono::days(days - cycle * kCycleDays))};
+    date.year = static_cast<int>(day.year()) + cycle * kCycleYears;
+    date.month = static_cast<unsigned>(day.month());
+    date.day = static_cast<unsigned>(day.day());
+    return date;
 }
 
 void Date::setSecondsOfDay(Integer seconds) {
+    Fields& date = fields();
     const Integer days = floorDivide(seconds, kSecondsOfDay);
-    secondsOfDay_ = seconds - days * kSecondsOfDay;
-    Civil& date = fields();
+    date.second = seconds - days * kSecondsOfDay;
     date.day = clampField(date.day) + days;
 }
 
-void Date::setYear(Integer year) {
-    fields().year = year;
-}
-
-void Date::setMonth(Integer month) {
-    fields().month = month;
-}
-
-void Date::setDay(Integer day) {
-    fields().day = day;
-}
-
 void Date::setHour(Integer hour) {
-    setSecondsOfDay(clampField(hour) * 3600 + localSeconds() % 3600);
+    setSecondsOfDay(clampField(hour) * 3600 + fields().second % 3600);
 }
 
 void Date::setMinute(Integer minute) {
@@ -124,14 +98,14 @@ void Date::setMinute(Integer minute) {
 }
 
 void Date::setSecond(Integer second) {
-    setSecondsOfDay(localSeconds() - Second() + clampField(second));
-    fraction_ = 0;
+    setSecondsOfDay(fields().second - Second() + clampField(second));
+    fields().fraction = 0;
 }
 
 double Date::TotalSeconds() const {
-    resolve();
-    carry();
-    return static_cast<double>((localDay_ + kDaysFrom1904To1970) * kSecondsOfDay + secondsOfDay_) + fraction_;
+    const Fields& date = fields();
+    return static_cast<double>((daysOf(date) + kDaysFrom1904To1970) * kSecondsOfDay + date.second) +
+           date.fraction;
 }
 
 String Date::LongTime() const {
@@ -140,9 +114,8 @@ String Date::LongTime() const {
 }
 
 String Date::ShortDate() const {
-    const Civil date = civil();
-    return concat(Str(date.year), "-", Format(static_cast<double>(date.month), "00"), "-",
-                  Format(static_cast<double>(date.day), "00"));
+    return concat(Str(Year()), "-", Format(static_cast<double>(Month()), "00"), "-",
+                  Format(static_cast<double>(Day()), "00"));
 }
 
 } // namespace hearthix

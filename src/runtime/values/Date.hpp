@@ -2,8 +2,10 @@
 //
 // A new Date holds the present moment. The single fields can be set one by one; a field out of its range
 // carries over into the next higher one (month 13 is January of the next year), and a day that the month
-// lacks likewise. They carry when the date is read: month, day and year may be set in any order. A value
-// type; "no date" is an empty std::optional.
+// lacks likewise. They carry when the date is read: month, day and year may be set in any order. A month or
+// day of 0 is one that nobody knows: it stays 0, and as long as it does neither month nor day carries. Only
+// TotalSeconds has to place such a date: month 0 ahead of January, day 0 ahead of the first. A value type;
+// "no date" is an empty std::optional.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -18,15 +20,15 @@ public:
     // The present moment.
     Date();
 
-    Integer Year() const { return civil().year; }
-    Integer Month() const { return civil().month; }
-    Integer Day() const { return civil().day; }
-    Integer Hour() const { return localSeconds() / 3600 % 24; }
-    Integer Minute() const { return localSeconds() / 60 % 60; }
-    Integer Second() const { return localSeconds() % 60; }
-    void setYear(Integer year);
-    void setMonth(Integer month);
-    void setDay(Integer day);
+    Integer Year() const { return carried().year; }
+    Integer Month() const { return carried().month; }
+    Integer Day() const { return carried().day; }
+    Integer Hour() const { return fields().second / 3600; }
+    Integer Minute() const { return fields().second / 60 % 60; }
+    Integer Second() const { return fields().second % 60; }
+    void setYear(Integer year) { fields().year = year; }
+    void setMonth(Integer month) { fields().month = month; }
+    void setDay(Integer day) { fields().day = day; }
     void setHour(Integer hour);
     void setMinute(Integer minute);
     void setSecond(Integer second);
@@ -39,28 +41,21 @@ public:
     String ShortDate() const;
 
 private:
-    struct Civil {
+    struct Fields {
         Integer year;
         Integer month;
         Integer day;
+        Integer second; // of the day, 0 to 86399
+        double fraction;
     };
 
-    // The conversion to local time is made on first use: most dates are never looked at.
-    void resolve() const;
-    void carry() const;
-    Civil civil() const;
-    // Seconds of the day.
-    Integer localSeconds() const;
-    // The date's fields, to be set; they carry with the next reading.
-    Civil& fields();
+    static Integer daysOf(const Fields& date);
+    Fields& fields() const;
+    const Fields& carried() const;
     void setSecondsOfDay(Integer seconds);
 
-    std::int64_t moment_; // nanoseconds of the wall clock at construction
-    mutable bool resolved_ = false;
-    mutable std::optional<Civil> fields_;   // set, and not yet carried into localDay_
-    mutable std::int64_t localDay_ = 0;     // days from 1970-01-01 on the local clock
-    mutable std::int64_t secondsOfDay_ = 0; // 0 to 86399
-    mutable double fraction_ = 0;           // of a second
+    std::int64_t moment_;                  // nanoseconds of the wall clock at construction
+    mutable std::optional<Fields> fields_; // worked out on first use: most dates are never looked at
 };
 
 } // namespace hearthix

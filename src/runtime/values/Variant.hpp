@@ -6,50 +6,38 @@
 #include "runtime/text/String.hpp"
 
 #include <concepts>
-#include <cstdint>
-#include <memory>
 #include <utility>
+#include <variant>
 
 namespace hearthix {
 
 class Variant {
 public:
-    Variant() noexcept : kind_(Kind::nothing), integer_(0) {}
-    Variant(const String& text) noexcept : kind_(Kind::text), text_(text) {}
-    Variant(String&& text) noexcept : kind_(Kind::text), text_(std::move(text)) {}
-    Variant(const char* text) : kind_(Kind::text), text_(text) {}
+    Variant() noexcept = default;
+    Variant(const String& text) noexcept : value_(text) {}
+    Variant(String&& text) noexcept : value_(std::move(text)) {}
+    Variant(const char* text) : value_(String(text)) {}
     template <std::integral Number>
-    Variant(Number number) noexcept : kind_(Kind::integer), integer_(static_cast<Integer>(number)) {}
-    Variant(bool truth) noexcept : kind_(Kind::boolean), integer_(truth ? 1 : 0) {}
-    Variant(double number) noexcept : kind_(Kind::real), real_(number) {}
+    Variant(Number number) noexcept : value_(static_cast<Integer>(number)) {}
+    Variant(bool truth) noexcept : value_(truth) {}
+    Variant(double number) noexcept : value_(number) {}
     template <class T>
     Variant(T* pointer) = delete;
     template <class T>
-    Variant(const Ref<T>& object) noexcept : kind_(Kind::object), object_(object) {}
-    Variant(const Variant& other) noexcept { copyFrom(other); }
-    Variant(Variant&& other) noexcept { moveFrom(other); }
-    Variant& operator=(const Variant& other) noexcept {
-        if (this != &other) {
-            destroy();
-            copyFrom(other);
-        }
-        return *this;
-    }
-    Variant& operator=(Variant&& other) noexcept {
-        if (this != &other) {
-            destroy();
-            moveFrom(other);
-        }
-        return *this;
-    }
-    ~Variant() { destroy(); }
+    Variant(const Ref<T>& object) noexcept : value_(Ref<Object>(object)) {}
 
-    bool isString() const noexcept { return kind_ == Kind::text; }
-    bool isInteger() const noexcept { return kind_ == Kind::integer; }
+    bool isString() const noexcept { return std::holds_alternative<String>(value_); }
+    bool isInteger() const noexcept { return std::holds_alternative<Integer>(value_); }
     // The string; empty when the value is none.
-    const String& asString() const noexcept { return isString() ? text_ : emptyText(); }
+    const String& asString() const noexcept {
+        const String* text = std::get_if<String>(&value_);
+        return text != nullptr ? *text : emptyText();
+    }
     // The integer; 0 when the value is none.
-    Integer asInteger() const noexcept { return isInteger() ? integer_ : 0; }
+    Integer asInteger() const noexcept {
+        const Integer* number = std::get_if<Integer>(&value_);
+        return number != nullptr ? *number : 0;
+    }
     // The number that a key or value stands for: an integer as it is, a double cut toward zero, of a string
     // the number at its start.
     Integer toInteger() const;
@@ -57,52 +45,17 @@ public:
     // it.
     template <class T>
     T* objectAs() const noexcept {
-        return objectCast<T>(kind_ == Kind::object ? object_.get() : nullptr);
+        const Ref<Object>* object = std::get_if<Ref<Object>>(&value_);
+        return objectCast<T>(object != nullptr ? object->get() : nullptr);
     }
 
     // Strings ignore case; values of different types are different.
-    friend bool operator==(const Variant& left, const Variant& right) noexcept;
+    friend bool operator==(const Variant& left, const Variant& right) noexcept = default;
 
 private:
-    enum class Kind : std::uint8_t { nothing, boolean, integer, real, text, object };
-
     static const String& emptyText() noexcept;
-    void copyFrom(const Variant& other) noexcept {
-        kind_ = other.kind_;
-        if (kind_ == Kind::text)
-            std::construct_at(&text_, other.text_);
-        else if (kind_ == Kind::object)
-            std::construct_at(&object_, other.object_);
-        else if (kind_ == Kind::real)
-            std::construct_at(&real_, other.real_);
-        else
-            std::construct_at(&integer_, other.integer_);
-    }
-    void moveFrom(Variant& other) noexcept {
-        if (other.kind_ != Kind::text && other.kind_ != Kind::object) {
-            copyFrom(other);
-            return;
-        }
-        kind_ = other.kind_;
-        if (kind_ == Kind::text)
-            std::construct_at(&text_, std::move(other.text_));
-        else
-            std::construct_at(&object_, std::move(other.object_));
-    }
-    void destroy() noexcept {
-        if (kind_ == Kind::text)
-            std::destroy_at(&text_);
-        else if (kind_ == Kind::object)
-            std::destroy_at(&object_);
-    }
 
-    Kind kind_;
-    union {
-        Integer integer_; // also of a Boolean
-        double real_;
-        String text_;
-        Ref<Object> object_;
-    };
+    std::variant<std::monostate, bool, Integer, double, String, Ref<Object>> value_;
 };
 
 } // namespace hearthix
