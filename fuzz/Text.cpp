@@ -4,6 +4,7 @@
 #include "fuzz/Require.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/KeyHash.hpp"
 
 #include <algorithm>
 #include <array>

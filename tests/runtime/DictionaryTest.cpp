@@ -2,12 +2,14 @@
 
 #include "runtime/files/MemoryBlock.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "runtime/values/KeyHash.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cctype>
 #include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,6 +42,33 @@ TEST(Dictionary, MatchesStringKeysWithoutCaseAndKeepsOtherKindsApart) {
         EXPECT_THROW(table.Value("mcmd"), KeyNotFoundException);
         EXPECT_THROW(table.Key(table.Count()), OutOfBoundsException);
         EXPECT_THROW(table.ValueAt(-1), OutOfBoundsException);
+    }
+}
+
+// A key of the letters that its bits pick.
+std::string crafted(unsigned bits, const char* letters) {
+    std::string key;
+    for (unsigned i = 0; i < 12; ++i)
+        key += letters[bits >> i & 1U];
+    return key;
+}
+
+TEST(Dictionary, HashesApartWhatDiffersInMoreThanTheCaseOfLetters) {
+    using Keys = std::string (*)(unsigned);
+    using Case = std::pair<Keys, bool>;
+    for (const auto& [key, apart] :
+         {Case([](unsigned i) { return crafted(i, "aA") + crafted(i, "Zz"); }, false),
+          Case([](unsigned i) { return crafted(i, "@`"); }, true),
+          Case([](unsigned i) { return crafted(i, "[{"); }, true),
+          Case([](unsigned i) { return crafted(i, "\xC1\xE1"); }, true),
+          Case([](unsigned i) { return std::string(i, '\0'); }, true)}) {
+        std::set<std::uint32_t> places, numbers;
+        for (unsigned i = 0; i < 4096; ++i) {
+            places.insert(hashIgnoringCase(key(i)) & 0xFFFU);
+            numbers.insert(hashOfNumber(static_cast<Integer>(std::uint64_t{i} << 48U)) & 0xFFFU);
+        }
+        EXPECT_EQ(places.size() > 2000, apart) << key(5); // by chance some 2,600
+        EXPECT_GT(numbers.size(), 1000U);
     }
 }
 

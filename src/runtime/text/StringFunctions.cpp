@@ -256,27 +256,4 @@ bool RuntimeStringCompare(std::string_view left, std::string_view right) noexcep
                       [](char a, char b) { return lowered(a) == lowered(b); });
 }
 
-std::uint32_t hashIgnoringCase(std::string_view text) noexcept {
-    // Setting bit 5 of every byte folds the case of letters; that a few other characters fold as well only
-    // costs a rare extra comparison.
-    constexpr std::uint64_t kFold = 0x2020202020202020U;
-    constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15U;
-    std::uint64_t hash = text.size() * kMultiplier;
-    const char* bytes = text.data();
-    std::size_t left = text.size();
-    while (left >= 8) {
-        std::uint64_t word;
-        std::memcpy(&word, bytes, 8);
-        hash = (hash ^ (word | kFold)) * kMultiplier;
-        hash ^= hash >> 29U;
-        bytes += 8;
-        left -= 8;
-    }
-    std::uint64_t tail = 0;
-    for (std::size_t i = 0; i < left; ++i)
-        tail = (tail << 8U) | static_cast<unsigned char>(bytes[i]);
-    hash = (hash ^ (tail | kFold)) * kMultiplier;
-    return static_cast<std::uint32_t>(hash >> 32U);
-}
-
 } // namespace hearthix

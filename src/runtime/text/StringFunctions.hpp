@@ -51,7 +51,5 @@ String ReplaceAll(const String& text, const String& old, const String& replaceme
 
 // Whether two texts are equal, the case of ASCII letters apart.
 bool RuntimeStringCompare(std::string_view left, std::string_view right) noexcept;
-// A hash that agrees with RuntimeStringCompare.
-std::uint32_t hashIgnoringCase(std::string_view text) noexcept;
 
 } // namespace hearthix

@@ -1,6 +1,7 @@
 #include "runtime/values/Dictionary.hpp"
 
 #include "runtime/text/StringFunctions.hpp"
+#include "runtime/values/KeyHash.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +13,7 @@ namespace {
 constexpr std::size_t kMissing = SIZE_MAX;
 
 std::uint32_t hashOf(Integer number) {
-    return static_cast<std::uint32_t>((static_cast<std::uint64_t>(number) * 0x9E3779B97F4A7C15U) >> 32U);
+    return hashOfNumber(number);
 }
 std::uint32_t hashOf(std::string_view text) {
     return hashIgnoringCase(text);

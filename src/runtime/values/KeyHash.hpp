@@ -1,0 +1,17 @@
+// Hashes of a table's keys under a secret that each process draws for itself: SipHash-1-3 of texts, the last
+// step of MurmurHash3 of numbers. Keys come from peers, and who doesn't know the secret can't choose many
+// that collide.
+#pragma once
+
+#include "runtime/text/String.hpp"
+
+#include <cstdint>
+#include <string_view>
+
+namespace hearthix {
+
+// The same for texts that differ in the case of ASCII letters alone.
+std::uint32_t hashIgnoringCase(std::string_view text) noexcept;
+std::uint32_t hashOfNumber(Integer number) noexcept;
+
+} // namespace hearthix
