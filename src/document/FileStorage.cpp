@@ -3,8 +3,8 @@
 // replaced file keeps its owner and permissions.
 #include "document/CXML.hpp"
 #include "log/Log.hpp"
+#include "runtime/files/NewFile.hpp"
 #include "runtime/text/Numbers.hpp"
-#include "runtime/values/Clock.hpp"
 #include "runtime/values/Exceptions.hpp"
 
 namespace hearthix {
@@ -13,46 +13,41 @@ using HearthixSupport::WriteLog;
 
 namespace {
 
-[[noreturn]] void giveUpSaving() {
-    WriteLog("unable to create disk file due to error. Database remains unchanged.");
-    throw RuntimeException();
+String reasonOf(const std::error_code& error) {
+    return String(error.message(), TextEncoding::utf8);
 }
 
-// The file takes the rights of the one that it is to replace, if any.
-void writeDocument(const CXML& document, const Ref<FolderItem>& file, const Ref<FolderItem>& old = nullptr) {
-    if (old)
-        file->createPrivate();
-    const auto stream = BinaryStream::Create(file, true);
-    if (stream.isNil())
-        giveUpSaving();
-    if (old)
-        file->takeRightsOf(old);
-    document.SaveToBinaryData(stream);
-    stream->Close();
-    if (!stream->succeeded()) {
-        // A file that could not be filled is no better than one that could not be made.
-        file->Delete();
-        giveUpSaving();
-    }
+[[noreturn]] void giveUpSaving(const Ref<FolderItem>& place, const std::error_code& error) {
+    WriteLog("unable to create disk file due to error. Database remains unchanged.");
+    WriteLog(concat(place->ShellPath(), ": ", reasonOf(error)));
+    throw RuntimeException();
 }
 
 } // namespace
 
 bool CXML::SaveToFile(const Ref<FolderItem>& target) const {
     const auto place = target->withoutLink();
-    if (!place->Exists()) {
-        writeDocument(*this, place);
-        place->syncFolder();
+    NewFile file(place);
+    std::error_code error;
+    if (const auto stream = file.stream(error)) {
+        SaveToBinaryData(stream);
+        stream->Close();
+        error = stream->error();
+    }
+    if (!error)
+        error = file.appear();
+    if (error)
+        giveUpSaving(place, error);
+    if (!file.replaces())
         return true;
-    }
-    const auto fresh = place->Parent()->Child(concat(Format(Microseconds(), "#"), "_", place->Name()));
-    writeDocument(*this, fresh, place);
-    if (const Integer status = ExchangeFiles(fresh, place); status != 0) {
-        WriteLog(concat("error swapping files while saving: database remains unchanged ", Str(status)));
-        return false;
-    }
-    fresh->Delete();
-    return true;
+    error = file.replace();
+    if (!error)
+        return true;
+    WriteLog(concat("error swapping files while saving: database remains unchanged ",
+                    Str(Integer{error.value()})));
+    WriteLog(concat(place->ShellPath(), ": ", reasonOf(error), "; the new content lies in ",
+                    file.leftAt()->ShellPath()));
+    return false;
 }
 
 void CXML::loadFromFile(const Ref<FolderItem>& file, const Ref<CXML>&) {

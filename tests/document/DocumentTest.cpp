@@ -11,6 +11,7 @@
 #include <new>
 #include <set>
 
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -27,6 +28,17 @@ extern "C" int renameat2(int from, const char* old, int to, const char* fresh, u
     tests::calls += "exchange ";
     errno = EINVAL;
     return tests::failExchange ? -1 : static_cast<int>(syscall(SYS_renameat2, from, old, to, fresh, flags));
+}
+
+extern "C" int linkat(int from, const char* old, int to, const char* fresh, int flags) noexcept {
+    tests::calls += "name ";
+    errno = EEXIST;
+    return tests::takenNames-- > 0 ? -1 : static_cast<int>(syscall(SYS_linkat, from, old, to, fresh, flags));
+}
+
+extern "C" int access(const char* path, int mode) noexcept {
+    errno = ENOENT;
+    return tests::failAccess ? -1 : static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, path, mode));
 }
 
 void* operator new(std::size_t size) {
@@ -97,7 +109,8 @@ DocumentTest::DocumentTest() {
     logged.clear();
     Log::setSink([](const String& message, Integer) { logged.emplace_back(message.view()); });
     calls.clear();
-    failSync = failExchange = false;
+    failSync = failExchange = failAccess = false;
+    takenNames = 0;
     std::string pattern = (std::filesystem::temp_directory_path() / "document-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("no folder for the test");

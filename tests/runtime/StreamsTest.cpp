@@ -66,7 +66,7 @@ protected:
         const auto stream = BinaryStream::Create(item, true);
         stream->Write(content);
         stream->Close();
-        EXPECT_TRUE(stream->succeeded());
+        EXPECT_FALSE(stream->error());
         return item;
     }
     static std::string contentOf(const Ref<FolderItem>& item) {
@@ -137,7 +137,7 @@ TEST_F(StreamTest, TellsWhenAFileCannotBeUsed) {
                                BinaryStream::Create(GetFolderItem("/dev/full", 0), true)}) {
         stream->Write("new");
         stream->Close();
-        EXPECT_FALSE(stream->succeeded());
+        EXPECT_TRUE(stream->error());
     }
     EXPECT_EQ(contentOf(folder_->Child("old")), "old");
 }

@@ -1,9 +1,9 @@
 #include "runtime/files/BinaryStream.hpp"
 
 #include "runtime/files/ByteOrder.hpp"
-#include "runtime/files/FileBuffer.hpp"
 #include "runtime/files/FolderItem.hpp"
 #include "runtime/files/MemoryBlock.hpp"
+#include "runtime/files/OpenFile.hpp"
 
 #include <algorithm>
 
@@ -15,19 +15,25 @@ BinaryStream::BinaryStream(const String& source) : text_(source) {
 BinaryStream::BinaryStream(const Ref<MemoryBlock>& block) : LittleEndian(block->LittleEndian), block_(block) {
 }
 
-BinaryStream::BinaryStream(std::unique_ptr<FileBuffer> file) : file_(std::move(file)) {
+BinaryStream::BinaryStream(std::unique_ptr<OpenFile> file) : file_(std::move(file)) {
 }
 
 BinaryStream::~BinaryStream() = default;
 
 Ref<BinaryStream> BinaryStream::Create(const Ref<FolderItem>& file, bool overwrite) {
-    auto buffer = FileBuffer::create(file->ShellPath(), overwrite);
-    return buffer ? Ref<BinaryStream>::adopt(new BinaryStream(std::move(buffer))) : nullptr;
+    std::error_code ignored;
+    auto made = OpenFile::create(file->ShellPath(), overwrite, ignored);
+    return made ? Ref<BinaryStream>::make(std::move(made)) : nullptr;
 }
 
 Ref<BinaryStream> BinaryStream::Open(const Ref<FolderItem>& file, bool writable) {
-    auto buffer = FileBuffer::open(file->ShellPath(), writable);
-    return buffer ? Ref<BinaryStream>::adopt(new BinaryStream(std::move(buffer))) : nullptr;
+    std::error_code ignored;
+    return Open(file, writable, ignored);
+}
+
+Ref<BinaryStream> BinaryStream::Open(const Ref<FolderItem>& file, bool writable, std::error_code& error) {
+    auto opened = OpenFile::open(file->ShellPath(), writable, error);
+    return opened ? Ref<BinaryStream>::make(std::move(opened)) : nullptr;
 }
 
 Integer BinaryStream::lengthElsewhere() const {
@@ -79,7 +85,7 @@ void BinaryStream::writeNumber(std::uint64_t value, unsigned width) {
 
 void BinaryStream::Close() {
     if (file_)
-        failed_ = !file_->close();
+        error_ = file_->close();
     file_.reset();
     block_ = nullptr;
     text_ = String();

@@ -12,12 +12,13 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <system_error>
 
 namespace hearthix {
 
-class FileBuffer;
 class FolderItem;
 class MemoryBlock;
+class OpenFile;
 
 class BinaryStream : public Object {
 public:
@@ -26,12 +27,14 @@ public:
     explicit BinaryStream(const String& source);
     // The stream keeps the block alive; its byte order starts as the block's.
     explicit BinaryStream(const Ref<MemoryBlock>& block);
+    explicit BinaryStream(std::unique_ptr<OpenFile> file);
     ~BinaryStream() override;
 
     // A new file to write, or nil when it cannot be made. An existing file is emptied only with overwrite.
     static Ref<BinaryStream> Create(const Ref<FolderItem>& file, bool overwrite);
-    // An existing file, or nil when it cannot be opened.
+    // An existing file, or nil when it cannot be opened; error then tells why.
     static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable);
+    static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable, std::error_code& error);
 
     String Read(Integer count, TextEncoding encoding = TextEncoding::none);
     std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber<1>()); }
@@ -47,15 +50,13 @@ public:
     Integer Length() const { return text_.empty() ? lengthElsewhere() : static_cast<Integer>(text_.size()); }
     // The stream's EOF; the C library has taken that name for a macro.
     bool isEOF() const { return Position() >= Length(); }
-    // Hands what was written to a file over to the disk, and closes. A closed stream reads nothing and drops
-    // what is written. A stream that goes without it loses the last of what was written.
+    // Waits until the disk has what was written to a file, and closes. A closed stream reads nothing and
+    // drops what is written.
     void Close();
-    // After Close: whether all that was written to the file is safely on the disk.
-    bool succeeded() const noexcept { return !failed_; }
+    // After Close: why what was written to the file is not safely on the disk, if so.
+    const std::error_code& error() const noexcept { return error_; }
 
 private:
-    explicit BinaryStream(std::unique_ptr<FileBuffer> file);
-
     Integer lengthElsewhere() const;
     // From text, which long documents are read from, without a way round.
     template <std::size_t Width>
@@ -73,9 +74,9 @@ private:
     // At most one of the three is in use; none once the stream is closed.
     String text_;
     Ref<MemoryBlock> block_;
-    std::unique_ptr<FileBuffer> file_;
+    std::unique_ptr<OpenFile> file_;
     std::size_t position_ = 0;
-    bool failed_ = false;
+    std::error_code error_;
 };
 
 } // namespace hearthix

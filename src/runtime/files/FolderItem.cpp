@@ -18,12 +18,14 @@ std::string pathOf(const FolderItem& item) {
     return std::string(item.ShellPath().view());
 }
 
-// 0 for a regular file, and the reason why anything else takes no part in an exchange.
-int refusalOf(const FolderItem& item) {
+// Why anything but a regular file takes no part in an exchange.
+std::error_code refusalOf(const FolderItem& item) {
     struct stat status {};
     if (lstat(pathOf(item).c_str(), &status) != 0)
-        return errno;
-    return S_ISREG(status.st_mode) ? 0 : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return {errno, std::generic_category()};
+    if (S_ISREG(status.st_mode))
+        return {};
+    return make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory : std::errc::invalid_argument);
 }
 
 } // namespace
@@ -38,8 +40,8 @@ FolderItem::FolderItem(const String& path) {
 }
 
 bool FolderItem::Exists() const {
-    struct stat status {};
-    return stat(pathOf(*this).c_str(), &status) == 0;
+    std::error_code ignored;
+    return std::filesystem::status(pathOf(*this), ignored).type() != std::filesystem::file_type::not_found;
 }
 
 String FolderItem::Name() const {
@@ -79,27 +81,6 @@ Ref<FolderItem> FolderItem::withoutLink() const {
     return Ref<FolderItem>::make(String(path.string(), TextEncoding::utf8));
 }
 
-void FolderItem::createPrivate() const {
-    const int descriptor = open(pathOf(*this).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor >= 0)
-        close(descriptor);
-}
-
-void FolderItem::takeRightsOf(const Ref<FolderItem>& model) const {
-    struct stat status {};
-    if (stat(pathOf(*model).c_str(), &status) != 0)
-        return;
-    const int descriptor = open(pathOf(*this).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
-    if (descriptor < 0)
-        return;
-    mode_t mode = status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
-    if (fchown(descriptor, status.st_uid, status.st_gid) != 0 &&
-        fchown(descriptor, static_cast<uid_t>(-1), status.st_gid) != 0)
-        mode = (mode & (S_IRWXU | S_IRWXO)) | (mode & S_IRWXO) << 3U;
-    fchmod(descriptor, mode);
-    close(descriptor);
-}
-
 void FolderItem::syncFolder() const {
     const auto folder = Parent();
     const int descriptor = folder ? open(pathOf(*folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
@@ -117,8 +98,8 @@ Ref<FolderItem> GetFolderItem(const String& reference, Integer) {
 Integer ExchangeFiles(const Ref<FolderItem>& first, const Ref<FolderItem>& second) {
 #ifdef RENAME_EXCHANGE
     for (const auto& each : {first, second})
-        if (const int refusal = refusalOf(*each); refusal != 0)
-            return refusal;
+        if (const std::error_code refusal = refusalOf(*each))
+            return refusal.value();
     if (renameat2(AT_FDCWD, pathOf(*first).c_str(), AT_FDCWD, pathOf(*second).c_str(), RENAME_EXCHANGE) != 0)
         return errno;
     second->syncFolder();

@@ -11,7 +11,8 @@ public:
     // A relative path counts from the process's folder of the moment.
     explicit FolderItem(const String& path);
 
-    // Whether something is there, at the end of any symbolic links.
+    // Whether something is there, at the end of any symbolic links, or may be: that the system can't tell is
+    // no absence.
     bool Exists() const;
     // The last component of the path.
     String Name() const;
@@ -29,11 +30,6 @@ public:
 
     // The place that a symbolic link stands for, which need not exist; the same place for anything else.
     Ref<FolderItem> withoutLink() const;
-    // Makes an empty file that is nobody else's to read, if there is none.
-    void createPrivate() const;
-    // Gives the file the owner, the group and the permissions of another one, as far as the system lets us. A
-    // group that can't be kept gets no more than everybody has. Access lists are not taken over.
-    void takeRightsOf(const Ref<FolderItem>& model) const;
     // Makes the names in the folder that the file stands in last on the disk.
     void syncFolder() const;
 
