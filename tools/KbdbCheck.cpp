@@ -15,7 +15,8 @@ constexpr std::size_t kMagicSize = 4;
 constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kLengthSize = 4;
 
-const char* const kRestore = "Restore the file from a copy; \"kbdb show\" prints what can still be read.";
+const char* const kRestore =
+    "Restore the file from a copy; \"kbdb repair\" saves what \"kbdb show\" can still read.";
 
 std::string counted(std::size_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);

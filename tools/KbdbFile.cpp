@@ -1,10 +1,15 @@
 #include "tools/KbdbFile.hpp"
 
+#include "log/Log.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
+#include "tools/KbdbOutput.hpp"
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace hearthix {
 
@@ -21,53 +26,91 @@ std::string systemReason() {
     return std::generic_category().message(errno);
 }
 
+// The last line that reading or writing a document has logged; when it fails, that line says why.
+std::string lastLogged;
+
+void keepLog() {
+    Log::setSink([](const String& line, Integer) { lastLogged = line.view(); });
+}
+
+// What can't become a document is not read to its end, which need not come.
+String readPipe() {
+    std::vector<char> chunk(65536);
+    String bytes;
+    KbdbCensus census;
+    for (bool first = true; const std::size_t got = std::fread(chunk.data(), 1, chunk.size(), stdin);
+         first = false) {
+        bytes.append(std::string_view(chunk.data(), got));
+        if (const auto fault = first ? findKbdbFault(bytes, census) : std::nullopt;
+            fault && fault->offset == 0)
+            break;
+    }
+    if (std::ferror(stdin) != 0)
+        throw KbdbFailure("standard input: can't be read: " + systemReason() + ". Look where it comes from.");
+    return bytes;
+}
+
+String readFile(const std::string& path) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (error)
+        throw KbdbFailure(
+            path + ": can't be reached: " + error.message() +
+            ". Look at its name and at the rights of its folders; \"kbdb new\" makes a new one.");
+    // A pipe or a device could keep us waiting for ever.
+    if (!fs::is_regular_file(status))
+        throw KbdbFailure(path + ": not a regular file. Name a document file, or - to read from a pipe.");
+    const auto stream = BinaryStream::Open(fileAt(fs::canonical(path)), false);
+    if (stream.isNil())
+        throw KbdbFailure(path + ": can't be opened: " + systemReason() + ". Look at its rights.");
+    String bytes = stream->Read(stream->Length());
+    if (static_cast<Integer>(bytes.size()) != stream->Length())
+        throw KbdbFailure(path + ": byte " + std::to_string(bytes.size()) +
+                          ": can't be read any further. Look at the disk.");
+    return bytes;
+}
+
+void writePipe(const CXML& document) {
+    if (KbdbOutput::isTerminal())
+        throw KbdbFailure("the document would go to the terminal. Send standard output to a file.",
+                          KbdbFailure::kBadUse);
+    KbdbOutput::raw(document.SaveToString());
+}
+
 void save(const fs::path& path, const CXML& document) {
-    const std::string name = path.string();
+    keepLog();
     try {
         if (!document.SaveToFile(fileAt(path)))
-            throw KbdbFailure(name +
-                              ": can't be replaced on this file system; the new content lies beside it. Move "
-                              "it into place by hand.");
+            throw KbdbFailure(path.string() + ": can't be replaced. " + lastLogged +
+                              ". Move the new content into place by hand.");
     } catch (const RuntimeException&) {
-        throw KbdbFailure(name +
-                          ": can't be written. Look for space on the disk and for the rights of its folder.");
+        throw KbdbFailure(lastLogged +
+                          ". Nothing was written; look for space on the disk and at the rights.");
     }
 }
 
 } // namespace
 
-Ref<CXML> KbdbFile::document() const {
+Ref<CXML> KbdbFile::readable() const {
+    keepLog();
     auto document = Ref<CXML>::make();
+    bool accepted = Left(bytes, 4) == kKbdbMagic;
     try {
         document->loadFromString(bytes);
     } catch (const RuntimeException&) {
-        // A header that can't be read ends the reading; what stands ahead of it is kept.
+        // A child's header that can't be read ends the reading; what stands ahead of it is kept.
+        accepted = document->Containers.Ubound() > 0;
     }
-    return document;
+    return accepted ? document : nullptr;
 }
 
 std::string KbdbFile::complaint() const {
-    return path + ": byte " + std::to_string(fault->offset) + ": " + fault->reason + ". " + fault->remedy;
+    return name + ": byte " + std::to_string(fault->offset) + ": " + fault->reason + ". " + fault->remedy;
 }
 
 KbdbFile readKbdbFile(const std::string& path) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found)
-        throw KbdbFailure(path + ": there is no such file. \"kbdb new\" makes an empty document.");
-    if (error)
-        throw KbdbFailure(path + ": can't be reached: " + error.message() +
-                          ". Look at the rights of its folders.");
-    // A pipe or a device could keep us waiting for ever.
-    if (!fs::is_regular_file(status))
-        throw KbdbFailure(path + ": not a regular file. Name a document file.");
-    const auto stream = BinaryStream::Open(fileAt(fs::canonical(path)), false);
-    if (stream.isNil())
-        throw KbdbFailure(path + ": can't be opened: " + systemReason() + ". Look at its rights.");
-    KbdbFile file{path, stream->Read(stream->Length()), {}, {}};
-    if (static_cast<Integer>(file.bytes.size()) != stream->Length())
-        throw KbdbFailure(path + ": byte " + std::to_string(file.bytes.size()) +
-                          ": can't be read any further. Look at the disk.");
+    KbdbFile file{
+        path == kKbdbPipe ? "standard input" : path, path == kKbdbPipe ? readPipe() : readFile(path), {}, {}};
     file.fault = findKbdbFault(file.bytes, file.census);
     return file;
 }
@@ -76,21 +119,36 @@ Ref<CXML> readSoundDocument(const std::string& path) {
     const KbdbFile file = readKbdbFile(path);
     if (file.fault)
         throw KbdbFailure(file.complaint());
-    return file.document();
+    return file.readable();
 }
 
-void replaceKbdbFile(const std::string& path, const CXML& document) {
+void replaceKbdbFile(const std::string& path, const CXML& document, const std::string& keep) {
+    if (path == kKbdbPipe)
+        return writePipe(document);
     // Saving follows links too, but has to find the very file that was read.
-    save(fs::canonical(path), document);
+    const fs::path place = fs::canonical(path);
+    // A second name costs nothing and can't fail half-way.
+    std::error_code error;
+    if (!keep.empty())
+        fs::create_hard_link(place, keep, error);
+    if (error)
+        throw KbdbFailure(path + ": can't be kept as " + keep + ": " + error.message() +
+                          ". Make way for it, or work on a copy.");
+    try {
+        save(place, document);
+    } catch (const KbdbFailure&) {
+        if (!keep.empty())
+            fs::remove(keep, error);
+        throw;
+    }
 }
 
 void makeKbdbFile(const std::string& path, const CXML& document) {
+    if (path == kKbdbPipe)
+        return writePipe(document);
     if (fs::exists(path))
         throw KbdbFailure(path + ": is there already. Name another file, or remove this one first.");
-    const fs::path resolved = fs::weakly_canonical(path);
-    if (resolved.has_parent_path() && !fs::exists(resolved.parent_path()))
-        throw KbdbFailure(path + ": its folder doesn't exist. Make it first.");
-    save(resolved, document);
+    save(fs::weakly_canonical(path), document);
 }
 
 } // namespace hearthix

@@ -1,7 +1,8 @@
-// Document files as kbdb takes and leaves them.
+// Document files as kbdb takes and leaves them. The path kKbdbPipe stands for standard input where a file is
+// read, and for standard output where one is written.
 //
 // Every failure is a KbdbFailure with a sentence for the person at the terminal: which file, where in it,
-// what to do. Nothing here prints.
+// what to do.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -10,8 +11,11 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace hearthix {
+
+inline constexpr std::string_view kKbdbPipe = "-";
 
 struct KbdbFailure : std::runtime_error {
     static constexpr int kBadFile = 1;
@@ -25,13 +29,13 @@ struct KbdbFailure : std::runtime_error {
 
 // A file as it was found, sound or not.
 struct KbdbFile {
-    std::string path;
+    std::string name; // for people
     String bytes;
     KbdbCensus census;
     std::optional<KbdbFault> fault;
 
-    // What the forgiving reader makes of it.
-    Ref<CXML> document() const;
+    // What the forgiving reader makes of it; nil when it refuses the bytes.
+    Ref<CXML> readable() const;
     // The fault as a sentence, with the file and the position.
     std::string complaint() const;
 };
@@ -41,8 +45,8 @@ KbdbFile readKbdbFile(const std::string& path);
 // The document of a sound file; fails on any other.
 Ref<CXML> readSoundDocument(const std::string& path);
 // Replaces the file behind the path, also behind a symbolic link, by the document. The file keeps its rights;
-// it stays as it was when this fails.
-void replaceKbdbFile(const std::string& path, const CXML& document);
+// it stays as it was when this fails. The old one can be kept under another name.
+void replaceKbdbFile(const std::string& path, const CXML& document, const std::string& keep = "");
 // Makes a file that is not there yet.
 void makeKbdbFile(const std::string& path, const CXML& document);
 

@@ -1,68 +1,20 @@
 #include "tools/KbdbReports.hpp"
 
+#include "gateway/NodeIds.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "tools/KbdbCheck.hpp"
 
 #include <algorithm>
-#include <bitset>
-#include <cerrno>
-#include <iostream>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace hearthix {
 
 namespace {
 
-int firstLoss = 0;
-
-bool outputIsLost() {
-    if (!std::cout.good() && firstLoss == 0)
-        firstLoss = errno != 0 ? errno : EIO;
-    return firstLoss != 0;
-}
-
-} // namespace
-
-void KbdbOutput::line(const std::string& text) {
-    if (!outputIsLost())
-        std::cout << text << '\n';
-    outputIsLost();
-}
-
-int KbdbOutput::finish() {
-    std::cout.flush();
-    outputIsLost();
-    return firstLoss;
-}
-
-namespace {
-
 constexpr std::size_t kIndent = 4;
 constexpr std::size_t kWidestColumn = 40;
-constexpr std::size_t kLastId = 254;
-
-// How many bytes of a control character begin here: 0 for none, 2 for one of the high ones.
-std::size_t controlLength(std::string_view text, std::size_t at) {
-    const auto byte = [&](std::size_t i) {
-        return static_cast<unsigned char>(i < text.size() ? text[i] : ' ');
-    };
-    if (byte(at) == 0xC2 && (byte(at + 1) & 0xE0U) == 0x80)
-        return 2;
-    return byte(at) < 0x20 || byte(at) == 0x7F ? 1 : 0;
-}
-
-std::string printable(std::string_view text) {
-    std::string shown;
-    for (std::size_t i = 0; i < text.size();) {
-        std::size_t control = controlLength(text, i);
-        if (control == 0)
-            shown += text[i++];
-        for (; control > 0; --control)
-            shown.append("\\x").append(hexByte(text[i++]));
-    }
-    return shown;
-}
 
 std::string indentAt(std::size_t level) {
     if (level <= kDeepestIndent)
@@ -81,23 +33,12 @@ void reportValues(const CXML& node, std::size_t level, const std::string& title)
 } // namespace
 
 void reportTree(const CXML& root) {
-    struct Frame {
-        const CXML* node;
-        std::int64_t next;
+    const auto enter = [](const CXML& node, std::size_t level, bool) {
+        const std::string title =
+            level == 0 ? "" : indentAt(level) + "Container: " + printable(node.Name) + " ";
+        reportValues(node, level + 1, title);
     };
-    reportValues(root, 1, "");
-    std::vector<Frame> open{{&root, 1}};
-    while (!open.empty() && !outputIsLost()) {
-        Frame& frame = open.back();
-        if (frame.next > frame.node->Containers.Ubound()) {
-            open.pop_back();
-            continue;
-        }
-        const CXML& child = *frame.node->Containers[frame.next++];
-        const std::size_t level = open.size();
-        reportValues(child, level + 1, indentAt(level) + "Container: " + printable(child.Name) + " ");
-        open.push_back({&child, 1});
-    }
+    walkTree(root, enter, [] {});
 }
 
 namespace {
@@ -137,44 +78,57 @@ std::string aligned(const Row& row, const std::vector<std::size_t>& widths) {
     return line;
 }
 
-using IdSet = std::bitset<kLastId + 1>;
-
-void reportIds(const char* title, const IdSet& ids) {
+// As ranges, behind their count.
+void reportIds(const char* title, const std::bitset<kLastNodeId + 1>& ids) {
     std::string ranges;
-    for (std::size_t id = 1; id <= kLastId; ++id) {
+    for (std::size_t id = 1; id < ids.size(); ++id) {
         if (!ids.test(id))
             continue;
-        std::size_t last = id;
-        while (last < kLastId && ids.test(last + 1))
-            ++last;
-        ranges.append(ranges.empty() ? "" : ", ").append(std::to_string(id));
-        if (last > id)
-            ranges.append("-").append(std::to_string(last));
-        id = last;
+        const std::size_t first = id;
+        while (id + 1 < ids.size() && ids.test(id + 1))
+            ++id;
+        ranges.append(ranges.empty() ? ": " : ", ").append(std::to_string(first));
+        if (id > first)
+            ranges.append("-").append(std::to_string(id));
     }
-    KbdbOutput::line(title + std::to_string(ids.count()) + (ranges.empty() ? "" : ": ") + ranges);
+    KbdbOutput::line(title + std::to_string(ids.count()) + ranges);
+}
+
+std::string nextId(const CXML& root) {
+    const Integer id = mySensors::chooseNodeId(root);
+    if (id != mySensors::kNoIdLeft)
+        return std::to_string(id);
+    return "none: \"node requests new ID but all slots are full.\" The driver counts on from the highest ID "
+           "in "
+           "the list and takes 254 for full. Remove the units of that node from the host if it is gone.";
 }
 
 } // namespace
 
+Integer nodeOf(const CXML& unit) {
+    return ValInteger(concat("&h", Left(unit.GetStringValue("Address"), 2)));
+}
+
+std::bitset<kLastNodeId + 1> takenIds(const CXML& root) {
+    std::bitset<kLastNodeId + 1> taken;
+    for (const auto& unit : root.containersNamed("unit"))
+        if (const Integer id = nodeOf(*unit); id >= 0 && std::cmp_less_equal(id, kLastNodeId))
+            taken.set(static_cast<std::size_t>(id));
+    return taken.reset(0);
+}
+
 void reportUnits(const CXML& root) {
     std::vector<Row> rows;
-    IdSet taken;
-    for (const auto& unit : root.containersNamed("unit")) {
+    for (const auto& unit : root.containersNamed("unit"))
         rows.push_back(rowOf(*unit));
-        // As the driver reads it: text that is no number stands for node 0, which is the gateway.
-        const Integer id = ValInteger(concat("&h", Left(unit->GetStringValue("Address"), 2)));
-        if (id >= 1 && id <= static_cast<Integer>(kLastId))
-            taken.set(static_cast<std::size_t>(id));
-    }
     const auto widths = columnWidths(rows);
     for (const Row& row : rows)
         KbdbOutput::line(aligned(row, widths));
-    IdSet free = ~taken;
-    free.reset(0);
     KbdbOutput::line("units: " + std::to_string(rows.size()));
+    const auto taken = takenIds(root);
     reportIds("node IDs taken: ", taken);
-    reportIds("node IDs free: ", free);
+    reportIds("node IDs free: ", (~taken).reset(0));
+    KbdbOutput::line("next ID the driver hands out: " + nextId(root));
 }
 
 } // namespace hearthix

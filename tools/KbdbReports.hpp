@@ -1,29 +1,55 @@
 // What kbdb tells about a document, as plain text for a person.
 //
-// Bytes that a terminal could take for commands are shown as \xNN. The size of a text grows with the document
-// and never with its square: neither deep nesting nor one long value widens the lines of all the others.
+// The size of a text grows with the document and never with its square: neither deep nesting nor one long
+// value widens the lines of all the others.
 #pragma once
 
 #include "document/CXML.hpp"
+#include "tools/KbdbOutput.hpp"
 
-#include <string>
+#include <bitset>
+#include <cstdint>
+#include <vector>
 
 namespace hearthix {
-
-// Standard output. What can't be written is lost without a signal; the rest is up to the caller.
-namespace KbdbOutput {
-// A line of text; the line end is added.
-void line(const std::string& text);
-// Writes what is still held back. 0, or the system's error number of the first loss.
-int finish();
-} // namespace KbdbOutput
 
 // Every value and child of a tree: the text of CXML::saveToReadableString, but indented no deeper than
 // kDeepestIndent levels; what stands below tells its level instead.
 void reportTree(const CXML& root);
 inline constexpr std::size_t kDeepestIndent = 16;
+inline constexpr std::size_t kLastNodeId = 254;
 
-// The "unit" containers at the root, one a line, and which node IDs from 1 to 254 their addresses take.
+// One unit a line, which node IDs are taken, and which one the driver hands out next.
 void reportUnits(const CXML& root);
+
+// The node of a unit, as the driver reads it: an address that begins with no number is the gateway's, node 0.
+Integer nodeOf(const CXML& unit);
+// Which node IDs the addresses of the units at the root begin with.
+std::bitset<kLastNodeId + 1> takenIds(const CXML& root);
+
+// Walks over a tree of any depth, each node ahead of its children: enter(node, level, first), where the
+// root's level is 0 and first tells that no sibling stands ahead, and leave(). Ends early when the output is
+// lost.
+template <class Enter, class Leave>
+void walkTree(const CXML& root, const Enter& enter, const Leave& leave) {
+    struct Frame {
+        const CXML* node;
+        std::int64_t next;
+    };
+    enter(root, std::size_t{0}, true);
+    std::vector<Frame> open{{&root, 1}};
+    while (!open.empty() && !KbdbOutput::isLost()) {
+        Frame& frame = open.back();
+        if (frame.next > frame.node->Containers.Ubound()) {
+            leave();
+            open.pop_back();
+            continue;
+        }
+        const bool first = frame.next == 1;
+        const CXML& child = *frame.node->Containers[frame.next++];
+        enter(child, open.size(), first);
+        open.push_back({&child, 1});
+    }
+}
 
 } // namespace hearthix

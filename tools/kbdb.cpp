@@ -1,14 +1,17 @@
 // kbdb: looks at document files and edits them.
-#include "log/Log.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
-#include "runtime/text/StringFunctions.hpp"
 #include "tools/KbdbFile.hpp"
+#include "tools/KbdbJson.hpp"
+#include "tools/KbdbOutput.hpp"
+#include "tools/KbdbPath.hpp"
 #include "tools/KbdbReports.hpp"
 
-#include <cctype>
+#include <algorithm>
 #include <cerrno>
+#include <CLI/CLI.hpp>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -17,101 +20,49 @@ namespace hearthix {
 
 namespace {
 
-// The arguments behind the command: the file and what the command takes besides.
-using Arguments = std::vector<std::string>;
-
-const char* const kHelp = R"(kbdb looks at Kbdb document files and edits them.
-
-usage: kbdb show FILE                  print all values and children
-       kbdb check FILE                 tell whether the file is sound, and where it breaks if not
-       kbdb units FILE                 list the units, and which node IDs are taken and free
-       kbdb get FILE KEY               print a value of the root
-       kbdb set FILE KEY VALUE         store a value at the root
-       kbdb remove FILE KEY            remove a value of the root
-       kbdb new FILE                   make an empty document
-       kbdb add-unit FILE ADDRESS [KEY=VALUE...]
-                                       add a unit, such as 0A03.TEMP
-       kbdb remove-unit FILE ADDRESS   remove the units with this address
-       kbdb --help                     print this text
-       kbdb --version                  print the version
-
-A file is replaced only by one that is complete and on the disk. A file that is not sound isn't edited.
-Exit status: 0 fine, 1 bad file or failed operation, 2 bad use.)";
+// The words of a command line; what a command does not take stays empty.
+struct Request {
+    std::string file;
+    std::string path;                // of a value, see KbdbPath
+    std::string value;               // to store
+    std::string address;             // of a unit
+    std::vector<std::string> values; // of a new unit, each as KEY=VALUE
+    bool json = false;
+};
 
 String textOf(const std::string& argument) {
     return String(argument, TextEncoding::utf8);
 }
 
-// Replaces the file by what edit makes of its document.
+// Tells about a document as far as it can be read.
+template <class Tell>
+void readFile(const std::string& path, const Tell& tell) {
+    const KbdbFile file = readKbdbFile(path);
+    if (const auto document = file.readable())
+        tell(document);
+    if (file.fault)
+        throw KbdbFailure(file.complaint());
+}
+
+// Replaces a file by what edit makes of its document.
 template <class Edit>
 void editFile(const std::string& path, const Edit& edit) {
     const auto document = readSoundDocument(path);
-    edit(*document);
+    edit(document);
     replaceKbdbFile(path, *document);
 }
 
-void requireKey(const CXML& document, const Arguments& given) {
-    if (!document.ObjectExists(textOf(given[1])))
-        throw KbdbFailure(given[0] + ": no value has the key \"" + given[1] +
+Ref<CXML> nodeWith(const Request& request, const KbdbPath& path, const Ref<CXML>& root) {
+    auto node = path.nodeIn(root);
+    if (!node->ObjectExists(path.key))
+        throw KbdbFailure(request.file + ": no value has the key \"" + request.path +
                           "\". \"kbdb show\" lists the keys; case is ignored.");
+    return node;
 }
 
-void show(const Arguments& given) {
-    const KbdbFile file = readKbdbFile(given[0]);
-    if (!file.fault || file.census.documents > 0)
-        reportTree(*file.document());
-    if (file.fault)
-        throw KbdbFailure(file.complaint());
-}
-
-void check(const Arguments& given) {
-    const KbdbFile file = readKbdbFile(given[0]);
-    if (file.fault)
-        throw KbdbFailure(file.complaint());
-    KbdbOutput::line(given[0] + ": sound; bytes: " + std::to_string(file.bytes.size()) +
-                     ", documents: " + std::to_string(file.census.documents) + ", values: " +
-                     std::to_string(file.census.values) + ", levels: " + std::to_string(file.census.deepest));
-}
-
-void units(const Arguments& given) {
-    reportUnits(*readSoundDocument(given[0]));
-}
-
-void get(const Arguments& given) {
-    const auto document = readSoundDocument(given[0]);
-    requireKey(*document, given);
-    KbdbOutput::line(std::string(document->GetStringValue(textOf(given[1])).view()));
-}
-
-void set(const Arguments& given) {
-    editFile(given[0], [&](CXML& document) { document.SetStringValue(textOf(given[1]), textOf(given[2])); });
-}
-
-void remove(const Arguments& given) {
-    editFile(given[0], [&](CXML& document) {
-        requireKey(document, given);
-        document.removeObject(textOf(given[1]));
-    });
-}
-
-void makeNew(const Arguments& given) {
-    makeKbdbFile(given[0], CXML());
-}
-
-std::vector<Ref<CXML>> unitsAt(const CXML& document, const std::string& address) {
-    std::vector<Ref<CXML>> found = document.containersNamed("unit");
-    std::erase_if(found, [&](const Ref<CXML>& unit) {
-        return !unit->ObjectExists("Address") || unit->GetStringValue("Address") != textOf(address);
-    });
-    return found;
-}
-
-Ref<CXML> unitFrom(const Arguments& given) {
-    const std::string& address = given[1];
-    const auto isHex = [&](std::size_t at) {
-        return std::isxdigit(static_cast<unsigned char>(address[at])) != 0;
-    };
-    if (address.size() < 2 || !isHex(0) || !isHex(1))
+Ref<CXML> unitFrom(const Request& request) {
+    const std::string& address = request.address;
+    if (address.size() < 2 || address.find_first_not_of("0123456789ABCDEFabcdef") < 2)
         throw KbdbFailure(
             "\"" + address +
                 "\" is no address: it begins with two hexadecimal digits for the node, as in 0A03.TEMP.",
@@ -119,110 +70,215 @@ Ref<CXML> unitFrom(const Arguments& given) {
     auto unit = Ref<CXML>::make();
     unit->Name = "unit";
     unit->SetStringValue("Address", textOf(address));
-    for (std::size_t i = 2; i < given.size(); ++i) {
-        const std::size_t equals = given[i].find('=');
-        const String key = textOf(given[i].substr(0, equals));
+    for (const std::string& pair : request.values) {
+        const std::size_t equals = pair.find('=');
+        const String key = textOf(pair.substr(0, equals));
         if (equals == std::string::npos || unit->ObjectExists(key))
-            throw KbdbFailure("\"" + given[i] + "\" is no KEY=VALUE, or its key is given twice.",
+            throw KbdbFailure("\"" + pair + "\" is no KEY=VALUE, or its key is given twice.",
                               KbdbFailure::kBadUse);
-        unit->SetStringValue(key, textOf(given[i].substr(equals + 1)));
+        unit->SetStringValue(key, textOf(pair.substr(equals + 1)));
     }
     return unit;
 }
 
-void addUnit(const Arguments& given) {
-    const auto unit = unitFrom(given);
-    editFile(given[0], [&](CXML& document) {
-        if (!unitsAt(document, given[1]).empty())
-            throw KbdbFailure(given[0] + ": the unit " + given[1] + " is there already. Remove it first.");
-        document.InsertContainer(unit);
+void showDocument(const Request& request) {
+    readFile(request.file, [&](const Ref<CXML>& document) {
+        request.json ? reportTreeAsJson(*document) : reportTree(*document);
     });
 }
 
-void removeUnit(const Arguments& given) {
-    editFile(given[0], [&](CXML& document) {
-        const auto found = unitsAt(document, given[1]);
+void showUnits(const Request& request) {
+    readFile(request.file, [&](const Ref<CXML>& document) {
+        request.json ? reportUnitsAsJson(*document) : reportUnits(*document);
+    });
+}
+
+// Another program gets the very bytes; a terminal might take some of them for commands.
+void showValue(const Request& request) {
+    const KbdbPath path(request.path);
+    readFile(request.file, [&](const Ref<CXML>& document) {
+        const String text = nodeWith(request, path, document)->GetStringValue(path.key);
+        if (request.json)
+            return reportTextAsJson(text);
+        KbdbOutput::line(KbdbOutput::isTerminal() ? printable(text) : std::string(text.view()));
+    });
+}
+
+void checkDocument(const Request& request) {
+    const KbdbFile file = readKbdbFile(request.file);
+    if (request.json)
+        reportCheckAsJson(file);
+    if (file.fault)
+        throw KbdbFailure(file.complaint());
+    if (!request.json)
+        KbdbOutput::line(printable(file.name) + ": sound; bytes: " + std::to_string(file.bytes.size()) +
+                         ", documents: " + std::to_string(file.census.documents) +
+                         ", values: " + std::to_string(file.census.values) +
+                         ", levels: " + std::to_string(file.census.deepest));
+}
+
+void setValue(const Request& request) {
+    const KbdbPath path(request.path);
+    editFile(request.file, [&](const Ref<CXML>& document) {
+        path.nodeIn(document)->SetStringValue(path.key, textOf(request.value));
+    });
+}
+
+void removeValue(const Request& request) {
+    const KbdbPath path(request.path);
+    editFile(request.file,
+             [&](const Ref<CXML>& document) { nodeWith(request, path, document)->removeObject(path.key); });
+}
+
+void addUnit(const Request& request) {
+    const auto unit = unitFrom(request);
+    editFile(request.file, [&](const Ref<CXML>& document) {
+        if (!unitsAt(*document, request.address).empty())
+            throw KbdbFailure(request.file + ": the unit " + request.address +
+                              " is there already. Remove it first.");
+        document->InsertContainer(unit);
+    });
+}
+
+void removeUnit(const Request& request) {
+    editFile(request.file, [&](const Ref<CXML>& document) {
+        const auto found = unitsAt(*document, request.address);
         if (found.empty())
-            throw KbdbFailure(given[0] + ": no unit has the address \"" + given[1] +
+            throw KbdbFailure(request.file + ": no unit has the address \"" + request.address +
                               "\". \"kbdb units\" lists them; case is ignored.");
         for (const auto& unit : found)
-            document.removeContainer(unit);
+            document->removeContainer(unit);
     });
 }
 
-struct Command {
-    const char* name;
-    std::size_t fewest; // arguments, the file among them
-    std::size_t most;
-    void (*run)(const Arguments& given);
-};
+void makeDocument(const Request& request) {
+    makeKbdbFile(request.file, CXML());
+}
 
-constexpr std::size_t kAnyCount = SIZE_MAX;
+void repairDocument(const Request& request) {
+    const KbdbFile file = readKbdbFile(request.file);
+    const auto document = file.readable();
+    if (!document)
+        throw KbdbFailure(file.complaint());
+    if (request.file == kKbdbPipe)
+        return replaceKbdbFile(request.file, *document);
+    if (!file.fault)
+        return KbdbOutput::line(printable(file.name) + ": sound, and left as it is");
+    const std::string kept = request.file + ".damaged";
+    replaceKbdbFile(request.file, *document, kept);
+    KbdbOutput::line(printable(file.name) + ": repaired; the damaged file is kept as " + printable(kept));
+}
 
-constexpr Command kCommands[] = {
-    {"show", 1, 1, show},
-    {"check", 1, 1, check},
-    {"units", 1, 1, units},
-    {"get", 2, 2, get},
-    {"set", 3, 3, set},
-    {"remove", 2, 2, remove},
-    {"new", 1, 1, makeNew},
-    {"add-unit", 2, kAnyCount, addUnit},
-    {"remove-unit", 2, 2, removeUnit},
-};
+const char* const kFooter =
+    R"(FILE may be -: the document is read from standard input, and goes to standard output where it is edited.
+A PATH is the key of a value, behind the steps to its node: Name, or unit[3]/Name, or 0A03.TEMP/Name, where the
+step is a unit's address. A backslash goes ahead of a slash or bracket that is part of a name, and the word --
+ahead of words that begin with a dash.
+A file is replaced only by one that is complete and on the disk. A file that is not sound isn't edited.
+Exit status: 0 fine, 1 bad file or failed operation, 2 bad use.)";
 
-void run(const Arguments& words) {
-    const std::string name = words.empty() ? "" : words[0];
-    if (name == "--help")
-        return KbdbOutput::line(kHelp);
-    if (name == "--version")
-        return KbdbOutput::line(std::string("kbdb ") + KBDB_VERSION);
-    for (const Command& command : kCommands) {
-        if (name != command.name)
-            continue;
-        const Arguments given(words.begin() + 1, words.end());
-        if (given.size() < command.fewest || given.size() > command.most)
-            throw KbdbFailure(name + " takes other arguments; \"kbdb --help\" tells which.",
-                              KbdbFailure::kBadUse);
-        return command.run(given);
+class CommandLine {
+public:
+    CommandLine() {
+        const Word path{"PATH", &request_.path, "of the value"};
+        const Word address{"ADDRESS", &request_.address, "of the unit, such as 0A03.TEMP"};
+        app_.set_version_flag("--version", std::string("kbdb ") + KBDB_VERSION);
+        app_.require_subcommand(1);
+        app_.footer(kFooter);
+        for (CLI::App* reading :
+             {add("show", "Print all values and children", showDocument),
+              add("check", "Tell whether the file is sound, and where it breaks if not", checkDocument),
+              add("units", "List the units, and which node IDs are taken, free and next", showUnits),
+              add("get", "Print a value", showValue, {path})})
+            reading->add_flag("--json", request_.json, "Print JSON");
+        add("set", "Store a value", setValue, {path, {"VALUE", &request_.value, "to store"}});
+        add("remove", "Remove a value", removeValue, {path});
+        add("new", "Make an empty document", makeDocument);
+        // The values come as words that are left over: to a list of its own, the library gives brackets a
+        // meaning.
+        add("add-unit", "Add a unit", addUnit, {address})
+            ->allow_extras()
+            ->add_option("VALUES", "KEY=VALUE, any number of them")
+            ->expected(0, -1)
+            ->allow_extra_args(false)
+            ->option_text(" ");
+        add("remove-unit", "Remove the units with this address", removeUnit, {address});
+        add("repair", "Put what can be read in place of a damaged file, which is kept beside it",
+            repairDocument);
     }
-    throw KbdbFailure(name.empty() ? "Name a command; \"kbdb --help\" lists them."
-                                   : "\"" + name + "\" is no command; \"kbdb --help\" lists them.",
-                      KbdbFailure::kBadUse);
-}
 
-// A reader that has seen enough is no news to anybody; any other loss is.
-int finishOutput(int status) {
-    const int loss = KbdbOutput::finish();
-    if (loss != 0 && loss != EPIPE)
-        PrintError(concat("kbdb: standard output: text was lost: ",
-                          textOf(std::generic_category().message(loss)), ". Look where it goes."));
-    return loss != 0 ? KbdbFailure::kBadFile : status;
-}
+    // Parses the words behind the program's name and does what they say.
+    void run(std::vector<std::string> words) {
+        std::reverse(words.begin(), words.end()); // as the library takes them
+        try {
+            app_.parse(std::move(words));
+        } catch (const CLI::ParseError& error) {
+            std::ostringstream text;
+            if (app_.exit(error, text, text) == 0)
+                return KbdbOutput::raw(text.str());
+            const auto unknown = app_.remaining(true);
+            throw KbdbFailure((unknown.empty() ? error.what() : "\"" + unknown[0] + "\" was not expected") +
+                                  ". \"kbdb --help\" tells what is.",
+                              KbdbFailure::kBadUse);
+        }
+    }
+
+private:
+    struct Word {
+        const char* name;
+        std::string* place;
+        const char* help;
+    };
+
+    CLI::App* add(const char* name, const char* help, void (*action)(const Request&),
+                  std::initializer_list<Word> words = {}) {
+        CLI::App* command = app_.add_subcommand(name, help);
+        command->add_option("FILE", request_.file, "with the document, or -")->required()->option_text(" ");
+        for (const Word& word : words)
+            command->add_option(word.name, *word.place, word.help)->required()->option_text(" ");
+        command->final_callback([this, command, action] {
+            request_.values = command->remaining();
+            action(request_);
+        });
+        return command;
+    }
+
+    CLI::App app_{"kbdb looks at Kbdb document files and edits them.", "kbdb"};
+    Request request_;
+};
 
 class Kbdb : public ConsoleApplication {
 public:
     Integer Event_Run(const Array<String>& arguments) override {
-        int status = 0;
+        std::vector<std::string> words;
+        for (std::int64_t i = 1; i <= arguments.Ubound(); ++i)
+            words.emplace_back(arguments[i].view());
         try {
-            Arguments words;
-            for (std::int64_t i = 1; i <= arguments.Ubound(); ++i)
-                words.emplace_back(arguments[i].view());
-            run(words);
+            CommandLine().run(std::move(words));
         } catch (const KbdbFailure& failure) {
-            status = complain(failure.what(), failure.status);
+            return finish(failure.what(), failure.status);
         } catch (const std::filesystem::filesystem_error& error) {
-            status =
-                complain(error.path1().string() + ": " + error.code().message() + ".", KbdbFailure::kBadFile);
+            return finish(error.path1().string() + ": " + error.code().message() + ".",
+                          KbdbFailure::kBadFile);
         }
-        return finishOutput(status);
+        return finish("", 0);
     }
     bool Event_UnhandledException(const RuntimeException&) override { return false; }
 
 private:
-    static int complain(const std::string& sentence, int status) {
-        PrintError(concat("kbdb: ", textOf(sentence)));
-        return status;
+    static void complain(const std::string& sentence) {
+        PrintError(String("kbdb: " + printable(sentence), TextEncoding::utf8));
+    }
+    // What is said about a text stands behind it. A reader that has seen enough is no news to anybody; any
+    // other loss is.
+    static int finish(const std::string& complaint, int status) {
+        const int loss = KbdbOutput::finish();
+        if (!complaint.empty())
+            complain(complaint);
+        if (loss != 0 && loss != EPIPE)
+            complain("standard output: text was lost: " + std::generic_category().message(loss) +
+                     ". Look where it goes.");
+        return status == 0 && loss != 0 ? KbdbFailure::kBadFile : status;
     }
 };
 
@@ -230,7 +286,7 @@ private:
 } // namespace hearthix
 
 int main(int argc, char** argv) {
-    hearthix::Log::toStandardError("kbdb: ");
+    hearthix::KbdbOutput::begin();
     hearthix::Kbdb kbdb;
     return kbdb.execute(argc, argv);
 }
