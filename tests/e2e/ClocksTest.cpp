@@ -136,6 +136,17 @@ TEST_F(SilentGateway, HasNoUseForCommandsYet) {
     EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
 }
 
+TEST(SilentNameServer, KeepsNobodyWaiting) {
+    FakeHost host;
+    DriverProcess driver({"IP", "127.0.0.1", host.port(), "7", "gateway.test", "5003"},
+                         withFaults({"SILENT_RESOLVER=1", "ASAN_OPTIONS=verify_asan_link_order=0"}));
+    host.accept();
+    host.say(multipacket({{"mcmd", "ping"}}));
+    EXPECT_EQ(host.next(), multi({{"mcmd", "PSrp"}}));
+    EXPECT_EQ(host.untilEnd(), Packets{log("IP Open  to gateway.test:5003 failed.")});
+    EXPECT_EQ(driver.end().status, 0);
+}
+
 } // namespace
 
 } // namespace hearthix::test

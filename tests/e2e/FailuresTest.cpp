@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <thread>
 
 namespace hearthix::test {
@@ -55,6 +56,46 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
                         how == "talks" ? "name it socket://127.0.0.1:" : "check its address and port");
         EXPECT_EQ(host.untilEnd(), Packets{});
     }
+}
+
+class NoMemory : public testing::Test {
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(HEARTHIX_COVERAGE)
+        GTEST_SKIP() << "an instrumented program has an allocator of its own";
+#endif
+        if (isForeignDriver())
+            GTEST_SKIP() << "the emulator has no memory either";
+    }
+};
+
+TEST_F(NoMemory, AtTheStartEndsLikeAnyFailure) {
+    const FakeHost host;
+    const FakeGateway network(Transport::tcp), serial(Transport::serial);
+    for (const int count : {0, 10, 20, 30, 50, 100})
+        for (const FakeGateway* gateway : {&network, &serial}) {
+            DriverProcess driver(gateway->arguments(host.port()),
+                                 withFaults({"ALLOCATIONS=" + std::to_string(count)}));
+            EXPECT_EQ(driver.end().status, 1) << count;
+        }
+}
+
+TEST_F(NoMemory, AtWorkEndsWithTheStackAndWholePackets) {
+    for (const Transport transport : {Transport::tcp, Transport::serial})
+        for (const int count : {0, 1, 3, 8, 21, 55, 144}) {
+            Conversation talk(transport,
+                              withFaults({"FROM_SIGNAL=1", "ALLOCATIONS=" + std::to_string(count)}));
+            std::string lines;
+            for (int node = 16; node < 100; ++node)
+                lines += std::to_string(node) + ";3;1;0;0;21.5\n";
+            talk.driver.signal(SIGSTOP);
+            talk.gateway.say(lines);
+            talk.host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}) + unitsPacket("KbdbAL  "));
+            talk.driver.signal(SIGUSR1);
+            talk.driver.signal(SIGCONT);
+            for (const Packet& packet : talk.host.untilEnd())
+                EXPECT_EQ(packet.bytes.size(), packetLength(packet.bytes)) << count;
+            expectStackDump(talk.driver, std::to_string(count), "there is no memory left");
+        }
 }
 
 // The process takes its processor, which an idle one never does, and keeps its memory within bounds.

@@ -43,6 +43,11 @@ bool isForeignDriver() {
     return std::getenv("HEARTHIX_DRIVER") != nullptr;
 }
 
+std::vector<std::string> withFaults(std::vector<std::string> settings) {
+    settings.insert(settings.begin(), {"env", std::string("LD_PRELOAD=") + HEARTHIX_FAULTS});
+    return settings;
+}
+
 DriverProcess::DriverProcess(const std::vector<std::string>& arguments, std::vector<std::string> wrapper)
     : Program(behind(std::move(wrapper), arguments)) {
 }

@@ -22,6 +22,9 @@ struct Ending {
 // files are then not only the driver's, and it is slow.
 bool isForeignDriver();
 
+// The wrapper that puts a driver into the trouble of Faults.cpp.
+std::vector<std::string> withFaults(std::vector<std::string> settings);
+
 class Program {
 public:
     explicit Program(std::vector<std::string> words);

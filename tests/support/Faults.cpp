@@ -1,0 +1,50 @@
+// Preloaded into a driver: a system that has no memory left, and a name server that never answers.
+//
+// ALLOCATIONS tells how many allocations still succeed, from the start or, with FROM_SIGNAL set as well, from
+// SIGUSR1 on. SILENT_RESOLVER lets no look-up of a name return.
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+
+#include <dlfcn.h>
+#include <netdb.h>
+#include <unistd.h>
+
+extern "C" void* __libc_malloc(std::size_t);
+extern "C" void* __libc_realloc(void*, std::size_t);
+
+namespace {
+
+std::atomic<long> left = -1; // below zero there is no end of them
+
+void startToCount(int) {
+    left = std::atol(std::getenv("ALLOCATIONS"));
+}
+
+__attribute__((constructor)) void prepare() {
+    if (std::getenv("FROM_SIGNAL") != nullptr)
+        std::signal(SIGUSR1, startToCount);
+    else if (std::getenv("ALLOCATIONS") != nullptr)
+        startToCount(0);
+}
+
+bool hasMemory() {
+    return left < 0 || (left > 0 && left-- > 0);
+}
+
+} // namespace
+
+extern "C" void* malloc(std::size_t size) noexcept {
+    return hasMemory() ? __libc_malloc(size) : nullptr;
+}
+
+extern "C" void* realloc(void* memory, std::size_t size) noexcept {
+    return hasMemory() ? __libc_realloc(memory, size) : nullptr;
+}
+
+extern "C" int getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** found) {
+    while (std::getenv("SILENT_RESOLVER") != nullptr && (hints->ai_flags & AI_NUMERICHOST) == 0)
+        pause();
+    return reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"))(host, service, hints,
+                                                                                     found);
+}
