@@ -62,8 +62,8 @@ TEST(Start, GivesUpOnAHostThatCannotBeReachedAfterFifteenSeconds) {
         const Ending ending = driver->end();
         EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
         EXPECT_EQ(ending.status, 0);
-        EXPECT_EQ(ending.output,
-                  "Hearthix Pipe Error\n\nmySensors: Timeout waiting for answer from Hearthix\r\n");
+        EXPECT_EQ(ending.output, std::string(driver == &unanswered ? "" : "Hearthix Pipe Error\n\n") +
+                                     "mySensors: Timeout waiting for answer from Hearthix\r\n");
     }
 }
 
