@@ -134,6 +134,7 @@ void Host::receive(const Ref<cHearthixCommand>& packet) {
     trace("<", *packet);
     if (packet->Header == "L" && !packet->isMultiPacket) {
         ++counts_.logLines;
+        model_.hearLog(packet->LogMessage);
         ready_ = ready_ || packet->LogMessage.view().ends_with(kReadyEnd);
         view_.note(concat("log ", Str(packet->LogData)), packet->LogMessage);
     } else if (packet->isMultiPacket) {

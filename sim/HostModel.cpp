@@ -2,11 +2,34 @@
 
 #include "runtime/text/StringFunctions.hpp"
 
+#include <charconv>
+#include <cmath>
+
 namespace hearthix::sim {
 
 namespace {
 
 constexpr std::size_t kMostAnswer = 65'000;
+
+// How the driver names a unit that nobody has named, "(0A00) TEMP", and a node in its log, "node (0A) ...".
+constexpr std::string_view kMadeUpName = "(";
+constexpr std::string_view kNodeMark = "node (";
+constexpr std::string_view kNameMark = ") sketch name: ";
+constexpr std::size_t kNodeDigits = 2;
+
+void remember(HostUnit& unit) {
+    const std::optional<double> number = numberIn(unit.value);
+    if (!number)
+        return;
+    if (unit.recent.size() == HostModel::kRecentValues)
+        unit.recent.erase(unit.recent.begin());
+    unit.recent.push_back(*number);
+}
+
+void takeBattery(HostUnit& unit, const String& level) {
+    unit.battery = level;
+    unit.hasBattery = unit.hasBattery || (!level.empty() && level != "0");
+}
 
 // The three words for a value, and whether the unit got one.
 bool takeValue(HostUnit& unit, const cHearthixCommand& command, const String& word) {
@@ -18,6 +41,7 @@ bool takeValue(HostUnit& unit, const cHearthixCommand& command, const String& wo
         unit.value = word;
     else
         return false;
+    remember(unit);
     return true;
 }
 
@@ -36,6 +60,13 @@ Ref<CXML> containerOf(const HostUnit& unit) {
 
 } // namespace
 
+std::optional<double> numberIn(std::string_view text) {
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isWhole = error == std::errc() && end == text.data() + text.size();
+    return isWhole && std::isfinite(number) ? std::optional<double>(number) : std::nullopt;
+}
+
 Ref<HostUnit> HostModel::find(const String& address) const {
     const Variant* entry = index_.find(address.view());
     return entry != nullptr ? Ref<HostUnit>(entry->objectAs<HostUnit>()) : nullptr;
@@ -47,6 +78,18 @@ Ref<HostUnit> HostModel::add(const String& address) {
     units_.push_back(unit);
     index_.SetValue(address, unit);
     return unit;
+}
+
+void HostModel::hearLog(const String& line) {
+    const std::size_t atMark = kNodeMark.size() + kNodeDigits;
+    if (line.view().starts_with(kNodeMark) && line.cut(atMark).view().starts_with(kNameMark))
+        nodeNames_.SetValue(line.cut(kNodeMark.size(), kNodeDigits), line.cut(atMark + kNameMark.size()));
+}
+
+String HostModel::nameOf(const HostUnit& unit) const {
+    const bool isMadeUp = unit.name.empty() || unit.name.view().starts_with(kMadeUpName);
+    const Variant* name = isMadeUp ? nodeNames_.find(unit.address.view().substr(0, kNodeDigits)) : nullptr;
+    return name != nullptr ? name->asString() : unit.name;
 }
 
 HostModel::Change HostModel::apply(const cHearthixCommand& command) {
@@ -70,7 +113,7 @@ HostModel::Change HostModel::apply(const cHearthixCommand& command) {
         return Change::unknown;
     const bool hasBattery = command.hasKey("Batt");
     if (hasBattery)
-        unit->battery = command.GetMulti("Batt");
+        takeBattery(*unit, command.GetMulti("Batt"));
     const bool hasValue = takeValue(*unit, command, word);
     if (hasValue || hasBattery)
         unit->changedAt = clocks::monotonic();
@@ -92,7 +135,7 @@ void HostModel::load(const CXML& document) {
         const Ref<HostUnit> unit = add(address);
         unit->name = container->GetStringValue("Name");
         unit->value = container->GetStringValue("Value");
-        unit->battery = container->GetStringValue("Battery");
+        takeBattery(*unit, container->GetStringValue("Battery"));
         unit->list = container->GetStringValue("List");
         unit->dimmable = container->GetBooleanValue("Dimmable");
         unit->readOnly = container->GetBooleanValue("ReadOnly");

@@ -9,6 +9,8 @@
 #include "packets/cHearthixCommand.hpp"
 #include "runtime/values/Clock.hpp"
 
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace hearthix::sim {
@@ -21,11 +23,19 @@ struct HostUnit : Object {
     String list;
     bool dimmable = false;
     bool readOnly = false;
+    // Whether a level other than 0 ever came: the driver tells 0 for what has no battery.
+    bool hasBattery = false;
+    std::vector<double> recent;        // its last values, as far as they are numbers; the newest is the last
     clocks::Nanoseconds changedAt = 0; // of the monotonic clock; 0 for a unit that was only loaded
 };
 
+// A text that is a finite number as a whole.
+std::optional<double> numberIn(std::string_view text);
+
 class HostModel {
 public:
+    static constexpr std::size_t kRecentValues = 32;
+
     enum class Change {
         none,    // the command is about no unit, or tells nothing new
         created, // a new unit
@@ -36,6 +46,10 @@ public:
     };
 
     Change apply(const cHearthixCommand& command);
+    // Learns a node's name from the driver's log, which tells it when the node presents itself.
+    void hearLog(const String& line);
+    // The unit's name where somebody gave it one, or its node's; otherwise the one that the driver made up.
+    String nameOf(const HostUnit& unit) const;
     // Nil when there is none.
     Ref<HostUnit> find(const String& address) const;
     // In the order of their creation.
@@ -53,6 +67,7 @@ private:
 
     std::vector<Ref<HostUnit>> units_;
     Dictionary index_;
+    Dictionary nodeNames_;
 };
 
 } // namespace hearthix::sim

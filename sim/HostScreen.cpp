@@ -4,80 +4,78 @@
 #include "sim/Text.hpp"
 
 #include <algorithm>
+#include <array>
 
 namespace hearthix::sim {
 
 namespace {
 
+using terminal::Colour;
+
 constexpr Integer kFrameMilliseconds = 100;
 constexpr Integer kAgeMilliseconds = 1000;
-constexpr std::size_t kLogKept = 200;
-constexpr std::size_t kLongestTyped = 500;
+constexpr std::size_t kLogKept = 1000;
 // Title, heading, rule and prompt.
-constexpr std::size_t kFixedRows = 4;
-constexpr std::size_t kLeastLogRows = 6;
-// On the smallest screen a unit can still be seen, with the line about the other ones.
-constexpr std::size_t kLeastUnitRows = 2;
-constexpr std::size_t kLeastRows = kFixedRows + kLeastUnitRows;
+constexpr int kFixedRows = 4;
+// What is left of the table or the log, if the other one could use all rows.
+constexpr int kLeastRows = 6;
+constexpr int kTimeWidth = 8;
+constexpr int kKindWidth = 8;
+constexpr int kAll = 1'000'000;
 
-// Without wrapping, a terminal that takes a character for wider than we do, or has just become narrower,
-// cuts a row and doesn't push the others down.
-constexpr const char* kEnterScreen = "\x1b[?1049h\x1b[?7l\x1b[2J";
-constexpr const char* kLeaveScreen = "\x1b[?25h\x1b[?7h\x1b[0m\x1b[?1049l";
-constexpr const char* kHome = "\x1b[?25l\x1b[H";
-constexpr const char* kReverse = "\x1b[7m";
-constexpr const char* kBold = "\x1b[1m";
-constexpr const char* kNormal = "\x1b[0m";
-// Rows are filled to the full width: clearing the rest of one would take its last character on some
-// terminals.
-constexpr const char* kNextLine = "\r\n";
-constexpr const char* kClearLine = "\x1b[K";
+constexpr const char* kHint = "a command, or: / filter  < > sort  ! reverse  Tab log  ? keys";
+constexpr std::array<const char*, 14> kKeys{"Tab              on to the log, the command line, the table",
+                                            "arrows, PgUp/Dn  scroll the table or the log",
+                                            "Home, End        to its ends",
+                                            "< >              sort by the next column; ! reverses",
+                                            "/text            only the units that show this; Esc: all",
+                                            "?                these keys; any key leaves them",
+                                            "",
+                                            "any other text   a command for the host; help lists them",
+                                            "Up, Down         earlier commands; Ctrl-P, Ctrl-N everywhere",
+                                            "Ctrl-C, Ctrl-D   end everything; Ctrl-L draws it all anew",
+                                            "",
+                                            "~12m             stale: nothing new for ten minutes or more",
+                                            "!15%             a battery at 20 % or less; -: none known",
+                                            "RECENT           how the last values went, each row for itself"};
 
-constexpr std::size_t kLeastName = 6;
-constexpr std::size_t kMostName = 24;
-constexpr std::size_t kLeastValue = 8;
-
-struct Columns {
-    std::size_t address = 16;
-    std::size_t name = 0;
-    std::size_t value = 0;
-    std::size_t battery = 6;
-    std::size_t age = 5;
-
-    explicit Columns(std::size_t width) {
-        const std::size_t gaps = 4;
-        const std::size_t taken = address + battery + age + gaps;
-        const std::size_t room = std::max<std::size_t>(width, taken + kLeastName + kLeastValue) - taken;
-        name = std::clamp(room / 2, kLeastName, kMostName);
-        value = room - name;
-    }
-};
-
-std::string row(const Columns& columns, std::string_view address, std::string_view name,
-                std::string_view value, std::string_view battery, std::string_view age) {
-    return padded(address, columns.address) + " " + padded(name, columns.name) + " " +
-           padded(value, columns.value) + " " + paddedLeft(battery, columns.battery) + " " +
-           paddedLeft(age, columns.age);
+constexpr char control(char letter) {
+    return static_cast<char>(letter - '@');
 }
 
-std::string unitRow(const Columns& columns, const HostUnit& unit) {
-    const Integer seconds = (clocks::monotonic() - unit.changedAt) / 1'000'000'000;
-    const String age = unit.changedAt == 0 ? String("-") : ageText(seconds);
-    const String battery = unit.battery.empty() ? String("-") : unit.battery + "%";
-    return row(columns, unit.address, unit.name, unit.value, battery, age);
+struct Column {
+    const char* title;
+    int width;
+    bool isRight;
+};
+
+// As wide a name, a value and a line of recent values as there is room for; a width of 0 for what has none.
+std::array<Column, HostTable::columns> columnsFor(int width) {
+    const bool isNarrow = width < 36;
+    const bool isWide = width >= 52;
+    const int edge = isNarrow ? 0 : 5;
+    const int gaps = isNarrow ? 1 : isWide ? 5 : 4;
+    const int address = std::clamp(width / 4, 12, 16);
+    const int room = std::max(width - address - 2 * edge - gaps, 6);
+    const int recent = isWide ? std::min(room / 3, static_cast<int>(HostModel::kRecentValues)) : 0;
+    const int name = isNarrow ? 0 : std::min((room - recent) / 2, 24);
+    return {{{"ADDRESS", address, false},
+             {"NAME", name, false},
+             {"VALUE", room - recent - name, false},
+             {"RECENT", recent, false},
+             {"BATT", edge, true},
+             {"AGE", edge, true}}};
+}
+
+int inColumns(std::string_view ascii) {
+    return static_cast<int>(ascii.size());
 }
 
 // A number that is cut off would be a wrong one, so the fields that don't fit go as a whole.
-std::string title(std::string_view fields, std::size_t columns) {
-    while (fields.size() > columns && fields.rfind("  ") != std::string_view::npos)
+std::string_view fitting(std::string_view fields, int columns) {
+    while (inColumns(fields) > columns && fields.rfind("  ") != std::string_view::npos)
         fields = fields.substr(0, fields.rfind("  "));
-    return padded(fields, columns);
-}
-
-std::string rule(std::size_t columns) {
-    std::string line = "--- log --- help lists the commands, quit or Ctrl-C ends ";
-    line.resize(columns, '-');
-    return line;
+    return fields;
 }
 
 } // namespace
@@ -85,22 +83,20 @@ std::string rule(std::size_t columns) {
 HostScreen::HostScreen(std::function<String()> status, std::function<void(const String& line)> entered)
     : status_(std::move(status)), entered_(std::move(entered)) {
     redraw_.action = [this] { draw(); };
-    terminal::write(kEnterScreen);
     drawSoon();
-}
-
-HostScreen::~HostScreen() {
-    terminal::write(kLeaveScreen);
 }
 
 void HostScreen::watch(const HostModel& model) {
     model_ = &model;
 }
 
+// Whoever reads old lines keeps them before the eyes.
 void HostScreen::note(const String& kind, const String& text) {
-    log_.push_back(std::string(clockText(false).view()) + " " + padded(kind, 8) + " " + printable(text));
+    log_.push_back({std::string(clockText(false).view()), printable(kind), printable(text)});
     if (log_.size() > kLogKept)
         log_.pop_front();
+    if (logBack_ > 0)
+        scrollLog(-1);
     drawSoon();
 }
 
@@ -111,11 +107,112 @@ void HostScreen::unitChanged(const HostUnit& unit, HostModel::Change change) {
 }
 
 void HostScreen::showUnits(const HostModel& model) {
-    const std::size_t rows = unitRows(static_cast<std::size_t>(terminal::size().rows));
-    const std::size_t page = rows > 1 ? rows - 1 : 1;
-    firstUnit_ =
-        firstUnit_ + page < model.units().size() && rows < model.units().size() ? firstUnit_ + page : 0;
+    const int count = static_cast<int>(table_.units(model).size());
+    scrollTable(firstUnit_ + tableRows_ < count ? tableRows_ : -kAll);
     drawSoon();
+}
+
+void HostScreen::sizeChanged() {
+    screen_.resize();
+    draw();
+}
+
+void HostScreen::readKeys() {
+    while (const auto key = screen_.key())
+        press(*key);
+    draw();
+}
+
+void HostScreen::press(const terminal::Key& key) {
+    if (std::exchange(showsHelp_, false))
+        return;
+    if (key.is('\n') || key.is('\r') || key.is(KEY_ENTER))
+        pressEnter();
+    else if (key.is(control('[')))
+        pressEscape();
+    else if (key.is('\t'))
+        pane_ = pane_ == Pane::table ? Pane::log : pane_ == Pane::log ? Pane::line : Pane::table;
+    else if (key.is(control('L')))
+        clearok(curscr, true);
+    else if (pane_ == Pane::filter)
+        filter_.take(key) ? changeFilter() : scroll(key);
+    else if (!pressCommand(key) && !pressShortcut(key))
+        scroll(key);
+}
+
+// The keys that belong to the command line; one that moves, only while the line has the keys.
+bool HostScreen::pressCommand(const terminal::Key& key) {
+    const bool isHere = pane_ == Pane::line;
+    const bool isShortcut =
+        !key.isNamed && key.code < 0x80 &&
+        std::string_view("/?<>!").find(static_cast<char>(key.code)) != std::string_view::npos;
+    if (key.is(control('P')) || (isHere && key.is(KEY_UP)))
+        typed_.recall(-1);
+    else if (key.is(control('N')) || (isHere && key.is(KEY_DOWN)))
+        typed_.recall(1);
+    else if (key.is(control('D')) && typed_.empty())
+        entered_("quit");
+    else if ((typed_.empty() && isShortcut) || (key.isNamed && !isHere) || !typed_.take(key))
+        return false;
+    pane_ = Pane::line;
+    return true;
+}
+
+bool HostScreen::pressShortcut(const terminal::Key& key) {
+    if (key.is('/'))
+        pane_ = Pane::filter;
+    else if (key.is('?'))
+        showsHelp_ = true;
+    else if (key.is('>') || key.is('<'))
+        table_.sortBy(key.is('>') ? 1 : -1);
+    else if (key.is('!'))
+        table_.reverse();
+    else
+        return false;
+    return true;
+}
+
+void HostScreen::pressEnter() {
+    if (pane_ == Pane::filter)
+        pane_ = Pane::table;
+    else if (!typed_.empty())
+        entered_(String(typed_.enter(), TextEncoding::utf8));
+}
+
+void HostScreen::pressEscape() {
+    if (typed_.empty()) {
+        filter_.clear();
+        changeFilter();
+    }
+    typed_.clear();
+    pane_ = Pane::table;
+}
+
+void HostScreen::changeFilter() {
+    table_.filter = String(filter_.text(), TextEncoding::utf8);
+    firstUnit_ = 0;
+}
+
+void HostScreen::scroll(const terminal::Key& key) {
+    const bool isLog = pane_ == Pane::log;
+    const int page = std::max(isLog ? logRows_ : tableRows_, 1);
+    const struct {
+        int key, rows;
+    } kMoves[] = {{KEY_UP, -1},      {KEY_DOWN, 1},     {KEY_PPAGE, -page},
+                  {KEY_NPAGE, page}, {KEY_HOME, -kAll}, {KEY_END, kAll}};
+    for (const auto& move : kMoves)
+        if (key.is(move.key))
+            isLog ? scrollLog(move.rows) : scrollTable(move.rows);
+}
+
+// How far that goes at most, the next frame tells.
+void HostScreen::scrollTable(int rows) {
+    firstUnit_ = std::max(firstUnit_ + rows, 0);
+}
+
+void HostScreen::scrollLog(int rows) {
+    const int most = std::max(static_cast<int>(log_.size()) - logRows_, 0);
+    logBack_ = std::clamp(logBack_ - rows, 0, most);
 }
 
 // A redraw for the age may be due later than this one.
@@ -125,99 +222,128 @@ void HostScreen::drawSoon() {
 }
 
 void HostScreen::draw() {
-    terminal::write(frame(terminal::size()));
+    const auto units = model_ != nullptr ? table_.units(*model_) : std::vector<const HostUnit*>();
+    const int count = static_cast<int>(units.size());
+    const int free = std::max(LINES - kFixedRows, 1);
+    const int lesser = std::min(std::max(kLeastRows, free / 3), free / 2);
+    tableRows_ = std::clamp(count, 1, std::max(pane_ == Pane::log ? lesser : free - lesser, 1));
+    logRows_ = free - tableRows_;
+    firstUnit_ = std::clamp(firstUnit_, 0, std::max(count - tableRows_, 0));
+
+    ::erase();
+    const String status = status_();
+    put(0, 0, COLS, fitting(status, COLS), A_REVERSE);
+    if (showsHelp_) {
+        drawHelp();
+    } else {
+        drawHeading();
+        drawUnits(units);
+        drawRule(count);
+        drawLog();
+    }
+    drawLine();
+    ::refresh();
     redraw_.setIn(kAgeMilliseconds);
 }
 
-std::size_t HostScreen::unitRows(std::size_t rows) const {
-    const std::size_t free = std::max(rows, kLeastRows) - kFixedRows;
-    const std::size_t beforeLog = free > kLeastLogRows ? free - kLeastLogRows : 0;
-    const std::size_t room = std::max({kLeastUnitRows, free / 2, beforeLog});
-    const std::size_t units = model_ != nullptr ? model_->units().size() : 0;
-    return std::clamp<std::size_t>(units, 1, room);
+void HostScreen::drawHelp() const {
+    for (int i = 0; i < static_cast<int>(kKeys.size()) && i < LINES - 3; ++i)
+        put(i + 2, 1, COLS, kKeys[static_cast<std::size_t>(i)]);
 }
 
-std::string HostScreen::frame(terminal::Size size) {
-    const auto columns = static_cast<std::size_t>(std::max(size.columns, 20));
-    const auto rows = std::max(static_cast<std::size_t>(size.rows), kLeastRows);
-    const std::size_t forUnits = unitRows(rows);
-    const std::size_t forLog = rows - kFixedRows - forUnits;
-    const Columns layout(columns);
-
-    std::string text(kHome);
-    text.append(kReverse).append(title(status_(), columns)).append(kNormal).append(kNextLine);
-    const std::string heading = row(layout, "ADDRESS", "NAME", "VALUE", "BATT", "AGE");
-    text.append(kBold).append(padded(heading, columns)).append(kNormal).append(kNextLine);
-    appendUnits(text, forUnits, columns);
-    text.append(rule(columns)).append(kNextLine);
-    appendLog(text, forLog, columns);
-    // The end of a line too long for the screen is where the typing goes on.
-    text.append("> ").append(lastColumns(typed_, columns - 3));
-    text.append(kClearLine).append("\x1b[?25h");
-    return text;
-}
-
-void HostScreen::appendUnits(std::string& text, std::size_t rows, std::size_t columns) const {
-    const Columns layout(columns);
-    const std::size_t count = model_ != nullptr ? model_->units().size() : 0;
-    const bool isPaged = rows < count;
-    // The last page is a full one, too.
-    const std::size_t first = isPaged ? std::min(firstUnit_, count - (rows - 1)) : 0;
-    for (std::size_t i = 0; i < rows; ++i) {
-        const std::size_t place = first + i;
-        if (count == 0)
-            text.append(padded("no units yet", columns));
-        else if (isPaged && i + 1 == rows)
-            text.append(padded(concat("units ", Str(static_cast<Integer>(first + 1)), " to ",
-                                      Str(static_cast<Integer>(place)), " of ",
-                                      Str(static_cast<Integer>(count)), "; type units for the next page"),
-                               columns));
-        else
-            text.append(padded(unitRow(layout, *model_->units()[place]), columns));
-        text.append(kNextLine);
+void HostScreen::drawHeading() const {
+    const attr_t look = A_BOLD | (pane_ == Pane::table ? A_UNDERLINE : A_NORMAL);
+    put(1, 0, COLS, "", look);
+    int x = 0;
+    const auto columns = columnsFor(COLS);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const auto& [title, width, isRight] = columns[i];
+        std::string text = title;
+        if (i == static_cast<std::size_t>(table_.sortedBy()))
+            text += table_.isReversed() ? "v" : "^";
+        put(1, x + (isRight ? std::max(width - inColumns(text), 0) : 0), width, text, look);
+        x += width > 0 ? width + 1 : 0;
     }
 }
 
-void HostScreen::appendLog(std::string& text, std::size_t rows, std::size_t columns) const {
-    const std::size_t shown = std::min(rows, log_.size());
-    for (std::size_t i = log_.size() - shown; i < log_.size(); ++i)
-        text.append(padded(log_[i], columns)).append(kNextLine);
-    for (std::size_t i = shown; i < rows; ++i)
-        text.append(columns, ' ').append(kNextLine);
+void HostScreen::drawUnits(const std::vector<const HostUnit*>& units) {
+    if (units.empty())
+        put(2, 0, COLS, table_.filter.empty() ? "no units yet" : "no unit shows this; Esc clears the filter");
+    const int shown = std::min(tableRows_, static_cast<int>(units.size()) - firstUnit_);
+    for (int row = 0; row < shown; ++row)
+        drawUnit(2 + row, *units.at(static_cast<std::size_t>(firstUnit_) + static_cast<std::size_t>(row)));
 }
 
-void HostScreen::typed(std::string_view bytes) {
-    for (const char key : bytes)
-        type(key);
-    drawSoon();
-}
-
-// Arrow keys and their like send an escape sequence, which ends with a letter or a tilde.
-void HostScreen::type(char key) {
-    constexpr char kEscape = 27;
-    constexpr char kBackspace = 8;
-    constexpr char kDelete = 127;
-    constexpr char kClear = 21;
-    constexpr char kEnd = 4;
-    if (inEscape_) {
-        inEscape_ = key == '[' || key == 'O' || (key >= '0' && key <= '9') || key == ';';
-    } else if (key == kEscape) {
-        inEscape_ = true;
-    } else if (key == '\n' || key == '\r') {
-        const String line(std::exchange(typed_, std::string()), TextEncoding::utf8);
-        entered_(line);
-    } else if (key == kBackspace || key == kDelete) {
-        while (!typed_.empty() && (static_cast<unsigned char>(typed_.back()) & 0xC0U) == 0x80U)
-            typed_.pop_back();
-        if (!typed_.empty())
-            typed_.pop_back();
-    } else if (key == kEnd && typed_.empty()) {
-        entered_("quit");
-    } else if (key == kClear) {
-        typed_.clear();
-    } else if (static_cast<unsigned char>(key) >= ' ' && typed_.size() < kLongestTyped) {
-        typed_ += key;
+void HostScreen::drawUnit(int row, const HostUnit& unit) const {
+    const bool stale = isStale(unit);
+    const bool low = isBatteryLow(unit);
+    const auto columns = columnsFor(COLS);
+    const Integer seconds = (clocks::monotonic() - unit.changedAt) / 1'000'000'000;
+    const String age = unit.changedAt == 0 ? String("-") : ageText(seconds);
+    const String battery = unit.hasBattery ? unit.battery + "%" : String("-");
+    const attr_t staleLook = stale ? screen_.look(Colour::yellow) : A_NORMAL;
+    const struct {
+        std::string text;
+        attr_t look;
+    } cells[] = {
+        {std::string(unit.address.view()), A_NORMAL},
+        {std::string(model_->nameOf(unit).view()), A_NORMAL},
+        {std::string(unit.value.view()), stale ? staleLook : A_BOLD},
+        {sparkLine(unit, static_cast<std::size_t>(columns[HostTable::recent].width)),
+         screen_.look(Colour::cyan)},
+        {(low ? "!" : "") + std::string(battery.view()), low ? screen_.look(Colour::red) | A_BOLD : A_NORMAL},
+        {(stale ? "~" : "") + std::string(age.view()), staleLook}};
+    int x = 0;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const int width = columns[i].width;
+        const int indent = columns[i].isRight ? std::max(width - inColumns(cells[i].text), 0) : 0;
+        put(row, x + indent, width - indent, cells[i].text, cells[i].look);
+        x += width > 0 ? width + 1 : 0;
     }
+}
+
+void HostScreen::drawRule(int units) const {
+    const Integer all = model_ != nullptr ? static_cast<Integer>(model_->units().size()) : 0;
+    String text = "log";
+    if (logBack_ > 0)
+        text = concat(text, " ", Str(logBack_), " back");
+    if (!table_.filter.empty())
+        text = concat("/", table_.filter, " ", Str(units), " of ", Str(all), "  ", text);
+    if (tableRows_ < units)
+        text = concat(Str(firstUnit_ + 1), "-", Str(firstUnit_ + tableRows_), " of ", Str(units), "  ", text);
+    std::string line = "\u2500\u2500 " + std::string(fitting(text, COLS - 4)) + " ";
+    for (int i = 0; i < COLS; ++i)
+        line += "\u2500";
+    put(2 + tableRows_, 0, COLS, line,
+        screen_.look(Colour::green) | (pane_ == Pane::log ? A_BOLD : A_NORMAL));
+}
+
+void HostScreen::drawLog() {
+    scrollLog(0);
+    const int end = static_cast<int>(log_.size()) - logBack_;
+    auto line = log_.begin() + std::max(end - logRows_, 0);
+    for (int row = 3 + tableRows_; row < LINES - 1 && line != log_.begin() + end; ++row, ++line) {
+        put(row, 0, kTimeWidth, line->time, A_DIM);
+        put(row, kTimeWidth + 1, kKindWidth, line->kind, screen_.look(Colour::green));
+        put(row, kTimeWidth + kKindWidth + 2, COLS, line->text);
+    }
+}
+
+void HostScreen::drawLine() const {
+    const bool isFilter = pane_ == Pane::filter;
+    const bool hasKeys = isFilter || pane_ == Pane::line;
+    const auto [text, cursor] = (isFilter ? filter_ : typed_).visible(COLS - 3);
+    put(LINES - 1, 0, 2, isFilter ? "/" : ">", A_BOLD);
+    if (text.empty() && !hasKeys)
+        put(LINES - 1, 2, COLS, kHint, A_DIM);
+    else
+        put(LINES - 1, 2, COLS, text);
+    curs_set(hasKeys ? 1 : 0);
+    ::move(LINES - 1, std::min(2 + cursor, COLS - 1));
+}
+
+void HostScreen::put(int row, int column, int width, std::string_view text, attr_t look) const {
+    screen_.put(row, column, width, printable(text), look);
 }
 
 } // namespace hearthix::sim

@@ -1,13 +1,16 @@
 // The live screen: units above, the log below them, and a line to type in at the bottom.
 //
-// A frame goes to the terminal in one write and overwrites the one before, so nothing flickers; frames are
-// drawn when something has changed, at most ten a second, and once a second for the ages. The terminal is as
-// it was before when the screen goes.
+// Arrow keys and the like belong to one of the three, which Tab changes; what is typed goes to the line in
+// any case. Frames are drawn at a key, ten a second at most when something else has changed, and once a
+// second for the ages. The terminal is as it was before when the screen goes, with the last frame printed on
+// it.
 #pragma once
 
 #include "sim/Alarm.hpp"
+#include "sim/HostTable.hpp"
 #include "sim/HostView.hpp"
 #include "sim/system/Terminal.hpp"
+#include "sim/TypedLine.hpp"
 
 #include <deque>
 #include <functional>
@@ -18,35 +21,59 @@ class HostScreen : public HostView {
 public:
     // The status is asked for with each frame.
     HostScreen(std::function<String()> status, std::function<void(const String& line)> entered);
-    ~HostScreen() override;
 
     void watch(const HostModel& model);
     void note(const String& kind, const String& text) override;
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
     // Turns to the next page of units.
     void showUnits(const HostModel& model) override;
-    void typed(std::string_view bytes) override;
-    void sizeChanged() { drawSoon(); }
-
-    // A frame for a terminal of this size, cursor movements included.
-    std::string frame(terminal::Size size);
+    // Takes all keys that wait.
+    void readKeys();
+    void sizeChanged();
 
 private:
+    enum class Pane { table, log, line, filter };
+    struct LogLine {
+        std::string time;
+        std::string kind;
+        std::string text;
+    };
+
+    void press(const terminal::Key& key);
+    bool pressCommand(const terminal::Key& key);
+    bool pressShortcut(const terminal::Key& key);
+    void pressEnter();
+    void pressEscape();
+    void scroll(const terminal::Key& key);
+    void scrollTable(int rows);
+    void scrollLog(int rows);
+    void changeFilter();
+
     void drawSoon();
     void draw();
-    void type(char key);
-    std::size_t unitRows(std::size_t rows) const;
-    void appendUnits(std::string& text, std::size_t rows, std::size_t columns) const;
-    void appendLog(std::string& text, std::size_t rows, std::size_t columns) const;
+    void drawHelp() const;
+    void drawHeading() const;
+    void drawUnits(const std::vector<const HostUnit*>& units);
+    void drawUnit(int row, const HostUnit& unit) const;
+    void drawRule(int units) const;
+    void drawLog();
+    void drawLine() const;
+    void put(int row, int column, int width, std::string_view text, attr_t look = A_NORMAL) const;
 
-    terminal::KeyMode keys_;
+    terminal::Screen screen_;
     std::function<String()> status_;
     std::function<void(const String& line)> entered_;
     const HostModel* model_ = nullptr;
-    std::deque<std::string> log_;
-    std::string typed_;
-    bool inEscape_ = false;
-    std::size_t firstUnit_ = 0;
+    HostTable table_;
+    std::deque<LogLine> log_;
+    TypedLine typed_;
+    TypedLine filter_;
+    Pane pane_ = Pane::table;
+    bool showsHelp_ = false;
+    int tableRows_ = 1; // as of the last frame, like the next one
+    int logRows_ = 1;
+    int firstUnit_ = 0;
+    int logBack_ = 0; // how many lines from the newest
     Alarm redraw_;
 };
 

@@ -20,8 +20,6 @@ public:
     virtual void unitChanged(const HostUnit& unit, HostModel::Change change) = 0;
     // The list of units, on request.
     virtual void showUnits(const HostModel& model) = 0;
-    // Bytes typed by a person, or from a pipe.
-    virtual void typed(std::string_view bytes) = 0;
 };
 
 // One line for each event, without any control character.
@@ -32,7 +30,8 @@ public:
     void note(const String& kind, const String& text) override;
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
     void showUnits(const HostModel& model) override;
-    void typed(std::string_view bytes) override;
+    // Bytes typed by a person, or from a pipe.
+    void typed(std::string_view bytes);
 
 private:
     std::function<void(const String& line)> entered_;

@@ -21,14 +21,16 @@ Session::Session(bool wantsScreen) : signals_(Ref<SignalWatch>::make()), input_(
         if (entered)
             entered(line);
     };
-    if (wantsScreen && terminal::isInput() && terminal::isOutput()) {
+    if (wantsScreen && terminal::canDraw()) {
         auto screen = std::make_unique<HostScreen>([this] { return status ? status() : String(); }, enter);
         screen_ = screen.get();
+        input_->ready = [this] { screen_->readKeys(); };
         view_ = std::move(screen);
     } else {
-        view_ = std::make_unique<PlainView>(enter);
+        auto plain = std::make_unique<PlainView>(enter);
+        input_->received = [view = plain.get()](std::string_view bytes) { view->typed(bytes); };
+        view_ = std::move(plain);
     }
-    input_->received = [this](std::string_view bytes) { view_->typed(bytes); };
     input_->ended = [this] { ended_ = ended_ || screen_ != nullptr; };
     input_->Open();
     Log::setSink([this](const String& line, Integer) { view_->note("note", line); });

@@ -14,7 +14,7 @@ namespace hearthix::sim {
 
 class Session {
 public:
-    // A screen needs a terminal at both ends; without one the view is plain lines.
+    // A screen needs a terminal at both ends, and more than a dumb one; otherwise the view is plain lines.
     explicit Session(bool wantsScreen);
     ~Session();
 

@@ -36,7 +36,6 @@ public:
     }
     void unitChanged(const HostUnit&, HostModel::Change) override {}
     void showUnits(const HostModel&) override {}
-    void typed(std::string_view) override {}
     void print() const {
         for (const String& line : lines_)
             Print(String(printable(line.view()), TextEncoding::utf8));

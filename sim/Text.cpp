@@ -7,82 +7,17 @@
 #include "sim/system/Terminal.hpp"
 
 #include <algorithm>
-#include <array>
+#include <cwchar>
+
+#include <wchar.h>
 
 namespace hearthix::sim {
 
 namespace {
 
-bool continues(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
-struct Character {
-    char32_t code = 0;
-    std::size_t size = 0; // in bytes; 0 for none
-};
-
-// The UTF-8 character at the front. The longer forms of a code are none: they would hide a control character
-// from us, but not from every terminal.
-Character characterOf(std::string_view text) {
-    constexpr std::array<char32_t, 5> kLeast{0, 0, 0x80, 0x800, 0x10000};
-    const auto lead = static_cast<unsigned char>(text[0]);
-    if (lead < 0x80)
-        return {lead, 1};
-    const std::size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
-    if (size == 0 || lead >= 0xF8 || text.size() < size)
-        return {};
-    char32_t code = lead & (0x7FU >> size);
-    for (const char byte : text.substr(1, size - 1)) {
-        if (!continues(byte))
-            return {};
-        code = code << 6U | (static_cast<unsigned char>(byte) & 0x3FU);
-    }
-    const bool isSurrogate = code >= 0xD800 && code < 0xE000;
-    return code < kLeast[size] || code > 0x10FFFF || isSurrogate ? Character{} : Character{code, size};
-}
-
-// Controls, and what turns the direction of writing for all that stands behind it in the row.
-bool drivesTerminal(char32_t code) {
-    return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x202A && code <= 0x202E) ||
-           (code >= 0x2066 && code <= 0x2069);
-}
-
-// The front of a text, and what stands for it on a terminal.
-struct Glyph {
-    std::string_view shown = "?";
-    std::size_t size = 1; // in bytes of the text
-    std::size_t columns = 1;
-};
-
-Glyph glyphOf(std::string_view text) {
-    const auto [code, size] = characterOf(text);
-    if (size == 0 || drivesTerminal(code))
-        return {"?", std::max<std::size_t>(size, 1)};
-    const int columns = code < 0x80 ? 1 : terminal::columnsOf(code);
-    if (columns < 0)
-        return {"?", size};
-    return {text.substr(0, size), size, static_cast<std::size_t>(columns)};
-}
-
-struct Cell {
-    std::string text;
-    std::size_t columns = 0;
-};
-
-// Marks take no column, so it is the bytes that keep a heap of them from growing out of the cell.
-Cell cellOf(std::string_view text, std::size_t columns) {
-    constexpr std::size_t kMostBytesColumn = 16;
-    Cell cell;
-    while (!text.empty() && cell.text.size() < columns * kMostBytesColumn) {
-        const Glyph glyph = glyphOf(text);
-        if (cell.columns + glyph.columns > columns)
-            break;
-        cell.text += glyph.shown;
-        cell.columns += glyph.columns;
-        text.remove_prefix(glyph.size);
-    }
-    return cell;
+// What turns the direction of writing for all that stands behind it in the row.
+bool turnsWriting(wchar_t character) {
+    return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }
 
 String twoDigits(Integer number) {
@@ -91,37 +26,31 @@ String twoDigits(Integer number) {
 
 } // namespace
 
+// The C library knows the longer forms of a code for none: they would hide a control character from us, but
+// not from every terminal.
 std::string printable(std::string_view text) {
     std::string clean;
     clean.reserve(text.size());
+    terminal::useUtf8();
     while (!text.empty()) {
-        const Glyph glyph = glyphOf(text);
-        clean += glyph.shown;
-        text.remove_prefix(glyph.size);
+        wchar_t character = 0;
+        std::mbstate_t state{};
+        std::size_t size = std::mbrtowc(&character, text.data(), text.size(), &state);
+        const bool isCharacter = size > 0 && size <= text.size();
+        size = isCharacter ? size : 1;
+        const bool isShown = isCharacter && wcwidth(character) >= 0 && !turnsWriting(character);
+        clean += isShown ? text.substr(0, size) : "?";
+        text.remove_prefix(size);
     }
     return clean;
 }
 
 std::string padded(std::string_view text, std::size_t columns) {
-    const Cell cell = cellOf(text, columns);
-    return cell.text + std::string(columns - cell.columns, ' ');
+    return std::string(text) + std::string(std::max(columns, text.size()) - text.size(), ' ');
 }
 
 std::string paddedLeft(std::string_view text, std::size_t columns) {
-    const Cell cell = cellOf(text, columns);
-    return std::string(columns - cell.columns, ' ') + cell.text;
-}
-
-std::string lastColumns(std::string_view text, std::size_t columns) {
-    std::size_t taken = 0;
-    for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(glyphOf(rest).size))
-        taken += glyphOf(rest).columns;
-    while (taken > columns) {
-        const Glyph first = glyphOf(text);
-        taken -= first.columns;
-        text.remove_prefix(first.size);
-    }
-    return printable(text);
+    return std::string(std::max(columns, text.size()) - text.size(), ' ') + std::string(text);
 }
 
 std::vector<String> wordsOf(std::string_view line, std::string_view comment) {

@@ -1,4 +1,4 @@
-// Text for a terminal: what came over a wire may hold anything, and columns must stay aligned.
+// Text for a terminal: what came over a wire may hold anything.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -12,12 +12,9 @@ namespace hearthix::sim {
 // The text with a question mark for every character that isn't shown, such as one that moves the cursor, and
 // for every byte that belongs to no UTF-8 character.
 std::string printable(std::string_view text);
-// Exactly so many columns: printable, cut between two characters, and filled with blanks at the right.
+// Words of our own, in ASCII, filled with blanks to so many columns.
 std::string padded(std::string_view text, std::size_t columns);
-// The same, filled at the left.
 std::string paddedLeft(std::string_view text, std::size_t columns);
-// What fits of the end, printable.
-std::string lastColumns(std::string_view text, std::size_t columns);
 
 // The words of a line; one in double quotes may hold blanks. A word that begins with the comment mark, if
 // there is one, and all behind it is left out.

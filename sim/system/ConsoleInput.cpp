@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace hearthix {
@@ -23,6 +24,13 @@ void ConsoleInput::serve(bool readable, bool) {
     std::array<char, 4096> bytes;
     if (!readable)
         return;
+    if (ready) {
+        // What is readable without holding a byte is at its end.
+        int waiting = 0;
+        const bool hasMore = ioctl(STDIN_FILENO, FIONREAD, &waiting) == 0 && waiting > 0;
+        hasMore ? ready() : finish();
+        return;
+    }
     const ssize_t got = read(STDIN_FILENO, bytes.data(), bytes.size());
     if (got > 0) {
         received(std::string_view(bytes.data(), static_cast<std::size_t>(got)));
@@ -30,6 +38,10 @@ void ConsoleInput::serve(bool readable, bool) {
     }
     if (got < 0 && (errno == EINTR || errno == EAGAIN))
         return;
+    finish();
+}
+
+void ConsoleInput::finish() {
     Close();
     if (ended)
         ended();

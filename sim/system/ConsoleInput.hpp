@@ -18,8 +18,10 @@ public:
     void Open();
     void Close();
 
-    // Has to be set by the time that events run.
+    // One of them has to be set by the time that events run. Where ready is, nothing is read here: who draws
+    // on a terminal takes the keys from it, too.
     std::function<void(std::string_view bytes)> received;
+    std::function<void()> ready;
     // At the end of the input, which is closed by then. May stay unset.
     std::function<void()> ended;
 
@@ -29,6 +31,7 @@ private:
     bool wantsWrite() const noexcept override { return false; }
     void serve(bool readable, bool writable) override;
     void flushOutput() override {}
+    void finish();
 
     bool open_ = false;
 };

@@ -1,152 +1,178 @@
-// What a person sees of the demonstration on a terminal, also while its window changes.
+// What a person sees of the stand-ins on a terminal, which is tmux here: other people's idea of one.
+#include "sim/HostTable.hpp"
+#include "sim/Text.hpp"
+
 #include <gtest/gtest.h>
 
+#include <array>
 #include <clocale>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <utility>
 #include <vector>
 
-#include <poll.h>
-#include <pty.h>
-#include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <wchar.h>
 
 namespace hearthix::sim {
 namespace {
 
-// A terminal that a command runs on. It knows only what the screen needs; all else is a fault.
-class Terminal {
+// A demonstration on a terminal of its own.
+class Demo {
 public:
-    explicit Terminal(const std::string& command) {
-        child_ = forkpty(&master_, nullptr, nullptr, nullptr);
-        if (child_ == 0)
-            _exit(execl("/bin/sh", "sh", "-c", command.c_str(), nullptr));
+    explicit Demo(const std::string& environment, const std::string& mesh) {
+        EXPECT_NE(mkdtemp(folder_.data()), nullptr);
+        std::ofstream(folder_ + "/mesh") << mesh;
+        std::ofstream(folder_ + "/run")
+            << "trap : INT; stty -g; " << environment << " " HEARTHIX_SIM " demo --mesh " << folder_
+            << "/mesh; echo \"ended with $?\"; stty -g; cat";
+        tmux("-f /dev/null new-session -d -x 80 -y 24 'sh " + folder_ + "/run'");
     }
-    ~Terminal() {
-        close(master_);
-        waitpid(child_, nullptr, 0);
+    ~Demo() {
+        tmux("kill-server");
+        std::filesystem::remove_all(folder_);
     }
-    void resize(unsigned short columns, unsigned short height) {
-        const winsize size{height, columns, 0, 0};
-        rows.assign(height, std::wstring(columns, L' '));
-        ioctl(master_, TIOCSWINSZ, &size);
-        EXPECT_TRUE(hearFrame() && hearFrame()) << "those that were under way for the size before";
-        faults.clear();
+    std::string tmux(const std::string& words) const {
+        const std::string command = "tmux -u -S " + folder_ + "/socket " + words;
+        std::string text;
+        FILE* pipe = popen(command.c_str(), "r"); // NOLINT(cert-env33-c): the words are the tests' own
+        for (int byte = 0; pipe != nullptr && (byte = fgetc(pipe)) != EOF;)
+            text += static_cast<char>(byte);
+        EXPECT_TRUE(pipe != nullptr && pclose(pipe) == 0) << command << "\n" << text;
+        return text;
     }
-    void type(const std::string& text) { EXPECT_GT(write(master_, text.data(), text.size()), 0); }
-    // One byte, so that nothing of the next frame is there when one ends. False at the end.
-    bool hear() {
-        char byte = 0;
-        pollfd watch{master_, POLLIN, 0};
-        if (poll(&watch, 1, 30'000) != 1 || read(master_, &byte, 1) != 1)
-            return false;
-        wchar_t character = 0;
-        if (const std::size_t size = std::mbrtowc(&character, &byte, 1, &state_); size <= 1)
-            part_ += character;
-        else if (size == static_cast<std::size_t>(-1))
-            faults += L"no UTF-8, ";
-        if (!part_.empty() && (part_[0] != 0x1B || isalpha(byte) != 0))
-            act(std::exchange(part_, {}));
-        return true;
+    void press(const std::string& keys) const { tmux("send-keys " + keys); }
+    void resize(int columns, int rows) const {
+        tmux("resize-window -x " + std::to_string(columns) + " -y " + std::to_string(rows));
     }
-    bool hearFrame() {
-        const int before = frames_;
-        while (frames_ == before && hear()) {
-        }
-        return frames_ > before;
-    }
-    // Whether one of the rows from here on comes to show this.
-    bool comesToShow(const std::wstring& text, std::size_t from) {
-        for (int frames = 0; frames < 100 && hearFrame(); ++frames)
-            for (std::size_t row = from; row < rows.size(); ++row)
-                if (rows[row].find(text) != std::wstring::npos)
-                    return true;
+    // Whether a text comes to be shown, and stops trying when something else has failed.
+    bool shows(const std::string& text) const {
+        for (int turns = 0; turns < 300 && !::testing::Test::HasFailure(); ++turns, usleep(50'000))
+            if (tmux("capture-pane -p").find(text) != std::string::npos)
+                return true;
+        ADD_FAILURE() << text << "\n" << tmux("capture-pane -p");
         return false;
     }
 
-    std::vector<std::wstring> rows; // a place a column: no marks, and a zero behind a wide character
-    std::map<std::wstring, bool> modes;
-    std::wstring outside; // what was printed while no screen was there
-    std::wstring faults;
-
 private:
-    // A character or a control sequence.
-    void act(const std::wstring& code) {
-        const int columns = wcwidth(code[0]);
-        if (code.size() > 3 && code[2] == '?')
-            modes[code.substr(3, code.size() - 4)] = code.back() == 'h';
-        else if (!modes[L"1049"])
-            outside += code;
-        else if (code == L"\r" || code == L"\n")
-            code == L"\r" ? x_ = 0 : ++y_;
-        else if (code == L"\x1b[H")
-            x_ = y_ = 0;
-        else if (code == L"\x1b[K" && y_ < rows.size() && x_ < rows[y_].size())
-            rows[y_].replace(x_, std::wstring::npos, rows[y_].size() - x_, L' ');
-        else if (columns >= 0 && y_ < rows.size() &&
-                 x_ + static_cast<std::size_t>(columns) <= rows[y_].size())
-            for (int i = 0; i < columns; ++i)
-                rows[y_][x_++] = i == 0 ? code[0] : L'\0';
-        else if (code.back() != 'm' && (code != L"\x1b[2J" || frames_ > 0))
-            faults += code + L", ";
-        frames_ += code == L"\x1b[?25h" ? 1 : 0;
-    }
-
-    int master_ = -1;
-    pid_t child_ = 0;
-    std::mbstate_t state_{};
-    std::wstring part_;
-    std::size_t x_ = 0, y_ = 0;
-    int frames_ = 0;
+    std::string folder_ = std::filesystem::temp_directory_path() / "hearthix-screen-XXXXXX";
 };
 
-TEST(DemoScreen, StaysInOrderOnEverySize) {
+// A place a column: no marks, and a zero behind a wide character.
+std::vector<std::wstring> rowsOf(const std::string& screen) {
+    std::vector<std::wstring> rows(1);
+    std::wstring wide(screen.size(), L'\0');
+    wide.resize(std::mbstowcs(wide.data(), screen.c_str(), wide.size()));
+    for (const wchar_t each : wide)
+        if (each == L'\n')
+            rows.emplace_back();
+        else if (const int columns = wcwidth(each); columns > 0)
+            rows.back().append(1, each).append(static_cast<std::size_t>(columns) - 1, L'\0');
+    return rows;
+}
+
+TEST(DemoScreen, KeepsItsColumnsOnEverySize) {
     ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-    std::string mesh = std::filesystem::temp_directory_path() / "hearthix-screen-XXXXXX";
-    close(mkstemp(mesh.data()));
-    std::ofstream(mesh)
-        << "node 10 \xe6\xb8\xa9\xe5\xba\xa6\nsensor 0 TEMP 15 25\nswitch 1\ndimmer 2\n"
-           "text 3 VAR1 e\xcc\x81\xf0\x9f\x94\xa5.\ntext 4 VAR1 1\xe6\xb8\xa9\xe6\xb8\xa9"
-           "\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9"
-           "\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\xe6\xb8\xa9\nnode 11 evil\x1b[2J\x9b\xe0\x80\x9b\n"
-           "text 1 VAR1 \x1b]0;t\x07\nsensor 2 HUM 1 9\nsensor 3 WATTS 1 9\ntext 4 VAR1 -last-\n";
-    Terminal terminal("stty -g; " HEARTHIX_SIM " demo --mesh " + mesh + "; echo $?; stty -g");
-    EXPECT_TRUE(terminal.hearFrame());
-    std::filesystem::remove(mesh);
-    const std::vector<std::wstring>& rows = terminal.rows;
+    std::string wide;
+    while (wide.size() < 75)
+        wide += "\u6e29";
+    const Demo demo("",
+                    "node 10 " + wide + "\nbattery 15\nsensor 0 TEMP 15 25\nswitch 1\ntext 4 VAR1 1" + wide +
+                        "\ntext 3 VAR1 e\u0301\U0001f525.\nnode 11 evil\x1b[2J\x9b\xe0\x80\x9b\nbattery 70\n"
+                        "text 1 VAR1 \x1b]0;t\x07\u202e\nsensor 2 HUM 1 9\n");
     const struct {
-        unsigned short columns, rows;
-        const wchar_t* shows;
+        int columns, rows;
         std::size_t units;
-    } sizes[] = {{80, 24, L"-last-", 9}, {60, 16, L" 1 to 5 of 9;", 5}, {120, 40, L"-last-", 9}};
-    for (const auto& size : sizes) {
-        terminal.resize(size.columns, size.rows);
-        ASSERT_TRUE(terminal.comesToShow(size.shows, 2));
-        terminal.type(std::string(130, 'y') + "\xe6\xb8\xa9z");
-        ASSERT_TRUE(terminal.comesToShow(L"z ", size.rows - 1U)) << "the end of a line that is too long";
-        terminal.type("\x15\xe6\xb8\xa9" + std::to_string(size.columns) + "\n");
-        ASSERT_TRUE(terminal.comesToShow(std::to_wstring(size.columns) + L"'; help", 2 + size.units));
+    } sizes[] = {{80, 24, 6}, {60, 16, 6}, {1, 1, 0}, {40, 10, 3}, {20, 5, 0}, {120, 40, 6}};
+    for (const auto& [columns, height, units] : sizes) {
+        demo.resize(columns, height);
+        demo.press(std::string(130, 'y') + "\u6e29z");
+        EXPECT_TRUE(columns == 1 || demo.shows("\u6e29z\n")) << "the end of a line that is too long";
+        demo.press("C-u \u6e29" + std::to_string(columns) + " Enter");
+        if (units == 0)
+            continue;
+        ASSERT_TRUE(demo.shows(units == 6 ? std::to_string(columns) + "'; help" : "1-3 of 6"));
+        ASSERT_TRUE(units < 6 || demo.shows("0B02.HUM"));
+        const std::vector<std::wstring> rows = rowsOf(demo.tmux("capture-pane -p"));
         const std::size_t name = rows[1].find(L"NAME"), value = rows[1].find(L"VALUE");
-        EXPECT_EQ(rows[1].find(L"AGE") + 3, size.columns);
-        for (std::size_t row = 2; row < 2 + size.units; ++row)
-            EXPECT_TRUE(rows[row].substr(name - 1, 2) == L" (" && rows[row][value - 1] == ' ' &&
-                        rows[row][value] != ' ' && rows[row][rows[1].find(L"BATT") + 3] == '%' &&
-                        rows[row].back() == 's')
+        EXPECT_EQ(rows[1].find(L"AGE") + 3, columns);
+        for (std::size_t row = 2; row < 2 + units; ++row)
+            EXPECT_TRUE(rows[row][name - 1] == ' ' && rows[row][name] == (row < 6 ? L'\u6e29' : L'e') &&
+                        rows[row][value - 1] == ' ' && rows[row][value] != ' ' &&
+                        rows[row][rows[1].find(L"BATT") + 3] == '%' && rows[row].back() == 's')
                 << rows[1] << "\n"
                 << rows[row];
-        EXPECT_EQ(rows.back(), L"> " + std::wstring(size.columns - 2U, L' '));
-        EXPECT_EQ(terminal.faults, L"");
     }
-    terminal.type("quit\n");
-    while (terminal.hear()) {
+}
+
+TEST(DemoScreen, ObeysItsKeysAndLeavesTheTerminalAsItWas) {
+    const Demo demo("", "node 10 Roof\nbattery 15\nsensor 1 HUM 7 7 every 1\nnode 12 Porch\nswitch 1\n"
+                        "sensor 2 TEMP 2 3 every 0.2\n");
+    const char* const steps[][2] = {{"", "0C02.TEMP        Porch"},
+                                    {"", "\u2588     -    0s"},
+                                    {"/ p O r", "\u2500 /pOr 2 of 3  log"},
+                                    {"Enter Escape", "0A01.HUM         Roof             7"},
+                                    {"'>' '>' '!'", "VALUEv"},
+                                    {"'?'", "stale: "},
+                                    {"x oneXY BSpace Left T", "> oneTX\n"},
+                                    {"Home DC End BSpace Enter", "no command 'neT'"},
+                                    {"two Enter Up Up", "> neT\n"},
+                                    {"Down", "> two\n"},
+                                    {"C-u Tab Tab Home", " back \u2500"},
+                                    {"End", "\u2500 log \u2500"}};
+    for (const auto& [keys, text] : steps) {
+        if (*keys != '\0')
+            demo.press(keys);
+        EXPECT_TRUE(demo.shows(text)) << keys;
     }
-    const std::wstring settings = terminal.outside.substr(0, terminal.outside.find('\n') + 1);
-    EXPECT_TRUE(terminal.outside.ends_with(L"Nothing was lost.\r\n0\r\n" + settings)) << terminal.outside;
-    EXPECT_EQ(terminal.modes, (std::map<std::wstring, bool>{{L"1049", false}, {L"25", true}, {L"7", true}}));
+    demo.resize(60, 8);
+    demo.press("Escape NPage");
+    EXPECT_TRUE(demo.shows("2-3 of 3"));
+    demo.press("Home");
+    EXPECT_TRUE(demo.shows("1-2 of 3"));
+    demo.press("quit Enter");
+    EXPECT_TRUE(demo.shows("Nothing was lost.\nended with 0\n"));
+    const std::string all = demo.tmux("capture-pane -p -J -S -");
+    EXPECT_NE(all.find("VALUEv"), std::string::npos) << "the last screen is printed";
+    EXPECT_NE(all.find(all.substr(0, all.find('\n')), 1), std::string::npos) << "other settings\n" << all;
+    EXPECT_EQ(demo.tmux("display -p '#{alternate_on}#{cursor_flag}'"), "01\n");
+}
+
+TEST(DemoScreen, ShowsNoMoreThanTheTerminalCanAndItsUserWants) {
+    for (const std::string environment : {"TERM=dumb", "TERM=", "NO_COLOR=1", "NO_COLOR="}) {
+        const Demo demo(environment, "node 10 A\nsensor 1 HUM 1 9 every 0.2\n");
+        ASSERT_TRUE(demo.shows(environment[0] == 'T' ? " value    0A01.HUM " : "\u2588")) << environment;
+        EXPECT_EQ(demo.tmux("capture-pane -p -e").find("\x1b[36m") != std::string::npos,
+                  environment == "NO_COLOR=");
+        demo.press("C-c");
+        EXPECT_TRUE(demo.shows("ended with 0")) << environment;
+    }
+}
+
+TEST(HostTable, SortsByEveryColumnAndDrawsAnyNumbers) {
+    const auto document = Ref<CXML>::make();
+    for (const char* words :
+         {"0A01.TEMP b 10 0", "0A02.TEMP C 9 50", "0A03.TEMP a text 7", "0A04.TEMP d 1e999 0"}) {
+        const auto unit = Ref<CXML>::make();
+        unit->Name = "unit";
+        for (std::size_t i = 0; i < 4; ++i)
+            unit->SetStringValue(std::array{"Address", "Name", "Value", "Battery"}[i], wordsOf(words)[i]);
+        document->InsertContainer(unit);
+    }
+    HostModel model;
+    model.load(*document);
+    HostTable table;
+    std::string orders;
+    for (int column = 0; column < 10; ++column, orders += ' ') {
+        for (const HostUnit* unit : table.units(model))
+            orders += unit->address.view()[3];
+        column == 4 ? table.reverse() : table.sortBy(1);
+    }
+    EXPECT_EQ(orders, "1234 3124 2143 3214 1234 4321 4321 4213 1234 2341 ");
+    HostUnit unit;
+    EXPECT_TRUE(isStale(unit));
+    unit.recent = {1.7e308, -1.7e308, 0, 0, 5e307};
+    EXPECT_EQ(sparkLine(unit, 6), " \u2588\u2581\u2585\u2585\u2586");
 }
 
 } // namespace

@@ -50,12 +50,9 @@ TEST(Files, RefuseWithTheLineNumber) {
         EXPECT_TRUE(failureOf(parseRecording, text).starts_with("m:1: write it as")) << text;
 }
 
-TEST(Text, NeverDrivesTheTerminalAndFillsItsColumns) {
+TEST(Text, NeverDrivesTheTerminal) {
     EXPECT_EQ(printable("a\x1b[2J\xff\xc3\xa4\xc2\x9b\n\xe2\x82|\xe0\x80\x9b|\xed\xa0\x80|\xe2\x80\xae"),
               "a?[2J?\xc3\xa4????|???|???|?");
-    EXPECT_EQ(padded("\xe6\xb8\xa9\xe5\xba\xa6", 3), "\xe6\xb8\xa9 ") << "half a character is none";
-    EXPECT_EQ(paddedLeft("e\xcc\x81x", 3), " e\xcc\x81x");
-    EXPECT_EQ(lastColumns("\xe6\xb8\xa9\xe5\xba\xa6x", 4), "\xe5\xba\xa6x");
 }
 
 TEST(HostModel, FollowsTheDriver) {

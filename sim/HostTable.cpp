@@ -1,0 +1,105 @@
+#include "sim/HostTable.hpp"
+
+#include "runtime/text/StringFunctions.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <tuple>
+
+namespace hearthix::sim {
+
+namespace {
+
+constexpr clocks::Nanoseconds kStaleAfter = 600'000'000'000;
+constexpr double kLowBattery = 20;
+constexpr double kNone = std::numeric_limits<double>::infinity();
+
+// A number, or kNone; a text; and the address, by which goes what is the same otherwise.
+using SortKey = std::tuple<double, std::string, std::string>;
+
+struct Entry {
+    SortKey key;
+    const HostUnit* unit = nullptr;
+};
+
+std::string lower(const String& text) {
+    std::string small(text.view());
+    for (char& letter : small)
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    return small;
+}
+
+SortKey sortKey(const HostModel& model, const HostUnit& unit, HostTable::Column column) {
+    std::string address = lower(unit.address);
+    switch (column) {
+    case HostTable::name: return {0, lower(model.nameOf(unit)), address};
+    case HostTable::value: {
+        const std::optional<double> number = numberIn(unit.value);
+        return {number.value_or(kNone), number ? std::string() : lower(unit.value), address};
+    }
+    case HostTable::battery:
+        if (!unit.hasBattery)
+            return {kNone, {}, address};
+        return {numberIn(unit.battery).value_or(kNone), {}, address};
+    case HostTable::age: return {-static_cast<double>(unit.changedAt), {}, address};
+    default: return {0, address, {}};
+    }
+}
+
+} // namespace
+
+bool isStale(const HostUnit& unit) {
+    return unit.changedAt == 0 || clocks::monotonic() - unit.changedAt > kStaleAfter;
+}
+
+bool isBatteryLow(const HostUnit& unit) {
+    return unit.hasBattery && numberIn(unit.battery).value_or(kNone) <= kLowBattery;
+}
+
+std::string sparkLine(const HostUnit& unit, std::size_t columns) {
+    constexpr std::array<const char*, 8> kBlocks{"\u2581", "\u2582", "\u2583", "\u2584",
+                                                 "\u2585", "\u2586", "\u2587", "\u2588"};
+    const std::size_t count = std::min(columns, unit.recent.size());
+    std::string line(columns - count, ' ');
+    const auto first = unit.recent.end() - static_cast<std::ptrdiff_t>(count);
+    const auto [low, high] = std::minmax_element(first, unit.recent.end());
+    for (auto each = first; each != unit.recent.end(); ++each) {
+        // Halved, since the way between two finite numbers need not be one.
+        const double range = *high / 2 - *low / 2;
+        const double part = range > 0 ? (*each / 2 - *low / 2) / range : 0;
+        line += kBlocks[static_cast<std::size_t>(std::lround(part * (kBlocks.size() - 1)))];
+    }
+    return line;
+}
+
+void HostTable::sortBy(int step) {
+    do
+        sortedBy_ = static_cast<Column>((sortedBy_ + columns + step) % columns);
+    while (sortedBy_ == recent);
+}
+
+std::vector<const HostUnit*> HostTable::units(const HostModel& model) const {
+    std::vector<Entry> entries;
+    for (const Ref<HostUnit>& unit : model.units())
+        if (filter.empty() ||
+            InStr(1, concat(unit->address, " ", model.nameOf(*unit), " ", unit->value), filter) > 0)
+            entries.push_back({sortKey(model, *unit, sortedBy_), &*unit});
+    // What has no number stays behind what has one.
+    std::sort(entries.begin(), entries.end(), [this](const Entry& left, const Entry& right) {
+        const bool leftIsNone = std::get<0>(left.key) == kNone;
+        const bool rightIsNone = std::get<0>(right.key) == kNone;
+        if (leftIsNone != rightIsNone)
+            return rightIsNone;
+        return isReversed_ ? right.key < left.key : left.key < right.key;
+    });
+    std::vector<const HostUnit*> sorted;
+    sorted.reserve(entries.size());
+    for (const Entry& each : entries)
+        sorted.push_back(each.unit);
+    return sorted;
+}
+
+} // namespace hearthix::sim
