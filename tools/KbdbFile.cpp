@@ -81,8 +81,7 @@ void save(const fs::path& path, const CXML& document) {
     keepLog();
     try {
         if (!document.SaveToFile(fileAt(path)))
-            throw KbdbFailure(path.string() + ": can't be replaced. " + lastLogged +
-                              ". Move the new content into place by hand.");
+            throw KbdbFailure(lastLogged + ". The file is as it was; move that into place by hand.");
     } catch (const RuntimeException&) {
         throw KbdbFailure(lastLogged +
                           ". Nothing was written; look for space on the disk and at the rights.");

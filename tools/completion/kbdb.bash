@@ -1,8 +1,17 @@
 # Completion of kbdb for bash.
 
-_kbdb_keys() {
-    # The keys of the root: the lines of the dump up to the first child.
-    kbdb show "$1" 2>/dev/null | sed -n '2,$ { /^    Container: /q; s/^    \([^=]*\)=.*/\1/p }'
+# The paths of values: the keys of the root and, by their addresses, those of the units. Keys with bytes that
+# the dump does not show as they are stay out.
+_kbdb_paths() {
+    kbdb show "$1" 2>/dev/null | awk '
+        function end() { for (i = 1; i <= n; i++) print address "/" keys[i]; n = 0; address = "" }
+        /^    Container: / { end(); unit = /^    Container: unit \(/ }
+        !/^ *[^= ][^=]*=/ || /^ *[^=]*\\x/ { next }
+        { key = $0; sub(/=.*/, "", key); gsub("/", "\\/", key) }
+        !/^     / && sub(/^    /, "", key) { print key }
+        unit && /^        [^ ]/ { sub(/^ */, "", key); keys[++n] = key }
+        unit && tolower(key) == "address" { address = substr($0, index($0, "=") + 1) }
+        END { end() }'
 }
 
 _kbdb_addresses() {
@@ -19,16 +28,22 @@ _kbdb_offer() {
 }
 
 _kbdb() {
-    local current=${COMP_WORDS[COMP_CWORD]} file=${COMP_WORDS[2]}
+    local current=${COMP_WORDS[COMP_CWORD]} word words=()
     COMPREPLY=()
-    case $COMP_CWORD in
-    1) _kbdb_offer "$current" < <(printf '%s\n' show check units get set remove new add-unit remove-unit \
-                                      --help --version) ;;
-    2) compopt -o filenames 2>/dev/null
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        [[ $word == -?* ]] || words+=("$word")
+    done
+    if [[ $current == -* ]]; then
+        _kbdb_offer "$current" < <(kbdb "${words[@]:0:1}" --help | grep -o -e '--[a-z]\+' | sort -u)
+        return
+    fi
+    case ${#words[@]} in
+    0) _kbdb_offer "$current" < <(kbdb --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z-]\+\) .*/\1/p') ;;
+    1) compopt -o filenames 2>/dev/null
        mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
-    3) case ${COMP_WORDS[1]} in
-       get | set | remove) _kbdb_offer "$current" < <(_kbdb_keys "$file") ;;
-       remove-unit) _kbdb_offer "$current" < <(_kbdb_addresses "$file") ;;
+    2) case ${words[0]} in
+       get | set | remove) _kbdb_offer "$current" < <(_kbdb_paths "${words[1]}") ;;
+       remove-unit) _kbdb_offer "$current" < <(_kbdb_addresses "${words[1]}") ;;
        esac ;;
     esac
 }
