@@ -18,11 +18,18 @@ void PacketBoundary::pass(std::string_view bytes) noexcept {
             return;
         head_[known_++] = static_cast<unsigned char>(bytes.front());
         bytes.remove_prefix(1);
-        if (known_ < headSize())
-            continue;
-        const std::size_t length = head_[1] + (known_ == 3 ? std::size_t{256} * head_[2] : 0);
+        leaveHead();
+    }
+}
+
+// A length shorter than the head leaves the rest of the head to the next packet. One of 0 ends all framing.
+void PacketBoundary::leaveHead() noexcept {
+    while (known_ >= headSize()) {
+        const std::size_t length = head_[1] + (headSize() == 3 ? std::size_t{256} * head_[2] : 0);
+        const std::size_t taken = length == 0 ? known_ : std::min(length, known_);
         rest_ = length - std::min(length, known_);
-        known_ = 0;
+        std::copy(head_ + taken, head_ + known_, head_);
+        known_ -= taken;
     }
 }
 

@@ -18,6 +18,7 @@ public:
 
 private:
     std::size_t headSize() const noexcept;
+    void leaveHead() noexcept;
 
     unsigned char head_[3] = {}; // type and length of the packet that has begun
     std::size_t known_ = 0;      // bytes of the head that have come

@@ -60,6 +60,22 @@ TEST_F(HostLinkPage, TheUsualPortIsUsedWhenNoneIsGiven) {
     EXPECT_EQ(HearthixSupport::HearthixSocket->Address.view(), "127.0.0.1");
 }
 
+TEST(PacketBoundary, KnowsHowMuchOfAPacketIsMissing) {
+    using Case = std::pair<std::string, std::size_t>; // of a length that has not come: its bytes
+    for (const auto& [bytes, missing] :
+         {Case("", 0), Case("X", 1), Case("X\x10", 14), Case("J", 2), Case("J\x12", 1),
+          Case({"J\x12\0", 3}, 15), Case("j\2\1", 255),
+          Case(test::multipacket({{"mcmd", "ping"}}) + "X\5..", 1), Case(test::commonMessage('D') + "X", 1),
+          Case("Z\1\2", 0), Case({"J\2\0\3", 4}, 1)}) {
+        PacketBoundary whole, inBytes;
+        whole.pass(bytes);
+        for (const char& byte : bytes)
+            inBytes.pass({&byte, 1});
+        EXPECT_EQ(whole.missing(), missing) << test::readable(bytes);
+        EXPECT_EQ(inBytes.missing(), missing) << test::readable(bytes);
+    }
+}
+
 // From the wire Q is P with a low battery, and never arrives as itself.
 TEST_F(HostLinkPage, QuitHasWordsOfItsOwn) {
     const auto quit = Ref<cHearthixCommand>::make();

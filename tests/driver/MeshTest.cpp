@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include <malloc.h>
 #include <stdlib.h>
 #include <time.h>
 
@@ -60,6 +61,13 @@ TEST_F(EndpointTest, AsksForAUnitOfItsNodeAndTellsWhatItDrops) {
                                                  {"RdNL", "true"},
                                                  {"List", "My Sensors"}})});
     EXPECT_EQ(node->DeviceName.view(), name);
+    node->CreateHearthixUnitForVariableType(0);
+    EXPECT_EQ(sent(), test::Packets{test::multi({{"mcmd", "NewU"},
+                                                 {"addr", "0AFF.TEMP"},
+                                                 {"Name", name + " TEMP"},
+                                                 {"Dimm", "true"},
+                                                 {"RdNL", "true"},
+                                                 {"List", "My Sensors"}})});
     cMSCommand message("10;255;3;0;6;x");
     message.RawCommand = "raw";
     node->HandleReceivedMSCommand(message);
@@ -107,6 +115,20 @@ TEST_F(EndpointTest, ThrowsStaleBytesAway) {
         (test::Packets{test::log("stale data in buffer. Throwing away 7 bytes:  31 3B 32 3B 31 3B 30", 4),
                        told[0]}));
     clocks::replaceWallClock(nullptr);
+    mySensors::gPingTimer = nullptr;
+}
+
+TEST_F(EndpointTest, KeepsNoMoreOfALargeChunkThanWhatItNeeds) {
+    const auto inUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+    const auto driver = Ref<cMySensors>::make();
+    for (const char* line : {"10;3;1;0;24;the first value of a type, and a long one\n",
+                             "255;255;3;0;3;what comes with a request for an ID\n",
+                             "10;3;1;0;25;a line that has not come to its end"}) {
+        const std::size_t before = inUse();
+        driver->PortDataAvailable(String("1;2;2;0;0;" + std::string(8 << 20, 'x') + "\n" + line));
+        sent();
+        EXPECT_LT(inUse(), before + (1 << 20)) << line;
+    }
     mySensors::gPingTimer = nullptr;
 }
 
