@@ -1,45 +1,42 @@
 #include "Report.hpp"
 
-#include "BarChart.hpp"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <map>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace hearthix::bench {
 
 namespace {
 
-void write(const std::string& path, const std::string& content) {
+// A run is worse when three quarters of its rounds are worse than three quarters of the accepted run's, and
+// by more than this: a processor's frequency and the place of code in memory make as much.
+constexpr double kNoise = 1.03;
+
+// A JSON object or array of these entries, one a line.
+void write(const std::string& path, const char* brackets, const std::vector<std::string>& entries) {
     std::ofstream file(path);
-    file << content;
+    for (const std::string& entry : entries)
+        file << (&entry == entries.data() ? brackets[0] : ',') << '\n' << entry;
+    file << '\n' << brackets[1] << '\n';
     file.close();
     if (!file)
         throw std::runtime_error("cannot write " + path);
 }
 
-std::string list(const std::vector<double>& values) {
-    std::string text;
-    for (const double value : values)
-        text += (text.empty() ? "" : ", ") + std::to_string(value);
-    return "[" + text + "]";
+// A number with as many digits as a reader needs.
+std::string cell(double value) {
+    const double size = std::abs(value);
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*f", size >= 100 ? 0 : size >= 10 ? 1 : size >= 0.1 ? 2 : 3, value);
+    return std::isnan(value) ? "-" : text;
 }
 
-std::string cell(double value, bool isThere = true) {
-    return isThere && !std::isnan(value) ? readable(value) : "-";
-}
-
-std::string goalOf(const Row& row) {
-    if (row.judged == Judged::nothing)
-        return "-";
-    return (row.judged == Judged::ratio ? "x " : "") + readable(row.goal);
-}
-
-std::string verdict(const Row& row) {
-    return row.judged == Judged::nothing ? "" : row.isReached() ? "reached" : "MISSED";
+Figures figuresOf(const Row& row) {
+    const std::vector<double> all = row.figures();
+    return {quantile(all, 0.25), median(all), quantile(all, 0.75)};
 }
 
 } // namespace
@@ -56,62 +53,78 @@ double median(std::vector<double> values) {
     return quantile(std::move(values), 0.5);
 }
 
-double Row::ratio() const {
-    std::vector<double> ratios;
+std::vector<double> Row::ratios() const {
+    std::vector<double> all;
     for (std::size_t i = 0; i < std::min(samples.driver.size(), samples.limit.size()); ++i)
         if (samples.limit[i] > 0)
-            ratios.push_back(samples.driver[i] / samples.limit[i]);
-    return median(ratios);
+            all.push_back(samples.driver[i] / samples.limit[i]);
+    return all;
+}
+
+std::vector<double> Row::figures() const {
+    switch (judged) {
+    case Judged::ratio: return ratios();
+    case Judged::driver: return samples.driver;
+    default: return {};
+    }
+}
+
+void Report::compareWith(const std::string& path) {
+    std::ifstream file(path);
+    const auto rows = nlohmann::json::parse(file);
+    for (const auto& [what, figures] : rows.items())
+        accepted_[what] = {figures.at(0), figures.at(1), figures.at(2)};
+}
+
+const Figures* Report::accepted(const Row& row) const {
+    const auto found = accepted_.find(row.what);
+    return found == accepted_.end() ? nullptr : &found->second;
+}
+
+bool Report::isWorse(const Row& row) const {
+    const Figures* before = accepted(row);
+    return before != nullptr && figuresOf(row).low > before->high * kNoise;
+}
+
+std::size_t Report::countWorse() const {
+    return static_cast<std::size_t>(
+        std::count_if(rows_.begin(), rows_.end(), [this](const Row& row) { return isWorse(row); }));
 }
 
 void Report::print() const {
-    std::printf("\n%-66s %-6s %10s %10s %8s %8s\n", "what", "unit", "driver", "limit", "ratio", "goal");
-    for (const Row& row : rows_)
-        std::printf("%-66s %-6s %10s %10s %8s %8s  %s\n", row.what.c_str(), row.unit.c_str(),
-                    cell(row.driver()).c_str(), cell(row.limit()).c_str(), cell(row.ratio()).c_str(),
-                    goalOf(row).c_str(), verdict(row).c_str());
-}
-
-std::string Report::json() const {
-    std::string text;
+    std::printf("\n%-66s %-6s %10s %10s %8s %8s %8s\n", "what", "unit", "driver", "limit", "ratio", "goal",
+                "before");
     for (const Row& row : rows_) {
-        text += text.empty() ? "" : ",\n";
-        text += "  {\"what\": \"" + row.what + "\", \"unit\": \"" + row.unit + "\"";
-        text += ", \"driver\": " + list(row.samples.driver) + ", \"limit\": " + list(row.samples.limit);
-        if (row.judged != Judged::nothing)
-            text += std::string(", \"judged\": \"") + (row.judged == Judged::ratio ? "ratio" : "driver") +
-                    "\", \"value\": " + std::to_string(row.judgedValue()) +
-                    ", \"goal\": " + std::to_string(row.goal) +
-                    ", \"reached\": " + (row.isReached() ? "true" : "false");
-        text += "}";
+        const Figures* before = accepted(row);
+        const char* sign = row.judged == Judged::ratio ? "x " : "";
+        std::printf("%-66s %-6s %10s %10s %8s %8s %8s  %s%s\n", row.what.c_str(), row.unit.c_str(),
+                    cell(median(row.samples.driver)).c_str(), cell(median(row.samples.limit)).c_str(),
+                    cell(median(row.ratios())).c_str(), row.goal ? (sign + cell(*row.goal)).c_str() : "-",
+                    before != nullptr ? (sign + cell(before->median)).c_str() : "-",
+                    !row.goal         ? ""
+                    : row.isReached() ? "reached"
+                                      : "MISSED",
+                    isWorse(row) ? " WORSE" : "");
     }
-    return "[\n" + text + "\n]\n";
 }
 
 void Report::save(const std::string& folder) const {
-    write(folder + "/bench.json", json());
-    BarChart goals{"Every goal at 100 %: shorter is better", {"reached, per cent of the goal"}, {}, 100};
-    std::map<std::string, BarChart> charts;
+    std::vector<std::string> samples;
+    std::vector<std::string> figures;
+    const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };
     for (const Row& row : rows_) {
-        if (row.judged != Judged::nothing && row.goal > 0)
-            goals.groups.push_back({row.what, {100 * row.judgedValue() / row.goal}});
-        if (row.chart.empty())
-            continue;
-        BarChart& chart = charts[row.chart];
-        chart.title = row.chart + ", " + row.unit;
-        chart.series = {"driver"};
-        chart.groups.push_back({row.what, {row.driver()}});
-        if (!row.samples.limit.empty()) {
-            chart.series.emplace_back("limit");
-            chart.groups.back().values.push_back(row.limit());
-        }
+        const nlohmann::ordered_json all{{"what", row.what},
+                                         {"unit", row.unit},
+                                         {"driver", row.samples.driver},
+                                         {"limit", row.samples.limit}};
+        samples.push_back(all.dump());
+        const auto [low, middle, high] = figuresOf(row);
+        if (!std::isnan(middle))
+            figures.push_back(nlohmann::json(row.what).dump() + ": " +
+                              nlohmann::json{rounded(low), rounded(middle), rounded(high)}.dump());
     }
-    write(folder + "/goals.svg", goals.svg());
-    for (const auto& [name, chart] : charts) {
-        std::string file = name;
-        std::replace(file.begin(), file.end(), ' ', '-');
-        write(folder + "/" + file + ".svg", chart.svg());
-    }
+    write(folder + "/bench.json", "[]", samples);
+    write(folder + "/figures.json", "{}", figures);
 }
 
 } // namespace hearthix::bench

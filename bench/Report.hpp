@@ -1,7 +1,10 @@
-// The results: a table for the terminal, a JSON file with every sample, and bar charts.
+// The results: a table for the terminal that compares with an accepted run, and two JSON files.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace hearthix::bench {
@@ -14,38 +17,51 @@ struct Samples {
 };
 
 double median(std::vector<double> values);
-// The value that this part of them does not exceed, 0.99 for example.
+// The value that this part of them does not exceed, 0.99 for example; NaN when there are none.
 double quantile(std::vector<double> values, double part);
 
+// What tells whether a row is good, and whether it has got worse: nothing does where the driver's own figure
+// depends on the machine and there is no limit beside it.
 enum class Judged { nothing, ratio, driver };
 
 struct Row {
     std::string what;
     std::string unit;
-    std::string chart; // the chart that shows it, if any
     Samples samples;
     Judged judged = Judged::nothing;
-    double goal = 0; // the most that is good
+    std::optional<double> goal; // the most that is good
 
-    double driver() const { return median(samples.driver); }
-    double limit() const { return median(samples.limit); }
-    // The median of the rounds' own ratios: what slows the whole machine down for a while touches both.
-    double ratio() const;
-    double judgedValue() const { return judged == Judged::ratio ? ratio() : driver(); }
-    bool isReached() const { return judgedValue() <= goal; }
+    // The rounds' own ratios: what slows the whole machine down for a while touches both sides.
+    std::vector<double> ratios() const;
+    // What the row is judged by, round by round.
+    std::vector<double> figures() const;
+    bool isReached() const { return median(figures()) <= goal; }
+};
+
+// The quartiles of a row's figures in a run: half of its rounds lie between low and high.
+struct Figures {
+    double low;
+    double median;
+    double high;
 };
 
 class Report {
 public:
     void add(Row row) { rows_.push_back(std::move(row)); }
+    // From here on rows are compared with those of a run that was saved as figures.json.
+    void compareWith(const std::string& path);
     void print() const;
-    // bench.json and the charts. Throws std::runtime_error when the folder takes no file.
+    // How many rows got worse than in the accepted run, by more than noise.
+    std::size_t countWorse() const;
+    // bench.json holds every sample, figures.json the quartiles of what can be compared.
     void save(const std::string& folder) const;
 
 private:
-    std::string json() const;
+    const Figures* accepted(const Row& row) const;
+    bool isWorse(const Row& row) const;
 
     std::vector<Row> rows_;
+    std::map<std::string, Figures> accepted_; // by what was measured
 };
 
 } // namespace hearthix::bench

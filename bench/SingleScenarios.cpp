@@ -43,8 +43,8 @@ void measureIdle(Contest& contest, const Plan& plan, const Values& values, Repor
             (load.*side).push_back((rig.process().cpuNanoseconds() - cpu) / nanoseconds * 100);
         });
     }
-    report.add({"Wake-ups, idle", "1/s", "", wakeUps, Judged::driver, 6});
-    report.add({"CPU, idle", "% core", "", load, Judged::driver, 0.1});
+    report.add({"Wake-ups, idle", "1/s", wakeUps, Judged::driver, 6});
+    report.add({"CPU, idle", "% core", load, Judged::driver, 0.1});
 }
 
 } // namespace
@@ -84,14 +84,13 @@ void measureSingles(const Options& options, const Plan& plan, Report& report) {
             }));
         });
     }
-    report.add({"Latency of a value to the host, p50", "us", "Latency", line.typical, Judged::ratio, 1.1});
-    report.add({"Latency of a value to the host, p99", "us", "Latency", line.high, Judged::ratio, 1.5});
-    report.add(
-        {"Latency of a command to the gateway, p50", "us", "Latency", command.typical, Judged::ratio, 1.25});
-    report.add({"Latency of a command to the gateway, p99", "us", "Latency", command.high});
-    report.add({"CPU per command in bulk, 64 under way", "ns", "CPU per command", commandCpu});
-    report.add({"System calls per set line, one at a time", "calls", "", lineCalls, Judged::driver, 4.5});
-    report.add({"System calls per command, one at a time", "calls", "", commandCalls, Judged::driver, 6});
+    report.add({"Latency of a value to the host, p50", "us", line.typical, Judged::ratio, 1.1});
+    report.add({"Latency of a value to the host, p99", "us", line.high, Judged::ratio, 1.5});
+    report.add({"Latency of a command to the gateway, p50", "us", command.typical, Judged::ratio, 1.1});
+    report.add({"Latency of a command to the gateway, p99", "us", command.high, Judged::ratio, {}});
+    report.add({"CPU per command in bulk, 64 under way", "ns", commandCpu, Judged::ratio, {}});
+    report.add({"System calls per set line, one at a time", "calls", lineCalls, Judged::driver, 4.5});
+    report.add({"System calls per command, one at a time", "calls", commandCalls, Judged::driver, 6});
     measureIdle(contest, plan, values, report);
 }
 
@@ -115,10 +114,10 @@ void measurePseudoTerminal(const Options& options, const Plan& plan, Report& rep
                         [&](Rig& rig, std::size_t i) { return rig.sendCommand(commands, i); });
     }
     const std::string where = " over a pseudo-terminal";
-    report.add({"CPU per set line in bulk" + where, "ns", "CPU per set line" + where, cpu});
-    report.add({"Latency of a value" + where + ", p50", "us", "Latency" + where, line.typical});
-    report.add({"Latency of a value" + where + ", p99", "us", "Latency" + where, line.high});
-    report.add({"Latency of a command" + where + ", p50", "us", "Latency" + where, command.typical});
+    report.add({"CPU per set line in bulk" + where, "ns", cpu, Judged::ratio, {}});
+    report.add({"Latency of a value" + where + ", p50", "us", line.typical, Judged::ratio, {}});
+    report.add({"Latency of a value" + where + ", p99", "us", line.high, Judged::ratio, {}});
+    report.add({"Latency of a command" + where + ", p50", "us", command.typical, Judged::ratio, {}});
 }
 
 } // namespace hearthix::bench

@@ -14,10 +14,9 @@ namespace hearthix::bench {
 struct Options {
     std::string driver;
     std::string relay;
-    std::string out;
-    std::string parts;    // the results of bench_parts, if any
-    std::string stripped; // the driver without its symbols, if any
-    bool quick = false;
+    std::string folder;   // of the results; holds those of bench_parts, and the driver without its symbols
+    std::string accepted; // the figures to compare with, if any
+    bool quick;
 };
 
 // How much of everything. The endpoints are few, some, and many.

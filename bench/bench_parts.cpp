@@ -1,10 +1,9 @@
-// The parts of the driver, one by one. The document stands beside plain structs that hold the same tree.
+// What is measured without sockets: a set line, and documents beside plain structs that hold the same tree.
 #include "document/CXML.hpp"
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "log/Globals.hpp"
 #include "mysensors/AddressIndex.hpp"
-#include "mysensors/cMSCommand.hpp"
 #include "PlainDocument.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
@@ -30,102 +29,8 @@ using benchmark::State;
 
 constexpr int kUnits = 100'000;
 
-void parseLine(State& state) {
-    const String line = "42;7;1;0;0;21.5";
-    for (auto _ : state) {
-        const cMSCommand command(line);
-        DoNotOptimize(command.good);
-    }
-}
-
-void readNumbers(State& state) {
-    for (auto _ : state) {
-        DoNotOptimize(Val("21.5"));
-        DoNotOptimize(Val("-1234.5678e3"));
-        DoNotOptimize(Val("&hFF"));
-    }
-}
-
-void fill(cHearthixCommand& command) {
-    command.SetMulti("addr", "2A07.TEMP");
-    command.SetMulti("mcmd", "SetValue");
-    command.SetMulti("Valu", "21.5");
-    command.SetMulti("Batt", "0");
-}
-
-void writePacket(State& state) {
-    for (auto _ : state) {
-        cHearthixCommand command;
-        fill(command);
-        DoNotOptimize(command.GetRawCommand());
-    }
-}
-
-void readPacket(State& state) {
-    cHearthixCommand sent;
-    fill(sent);
-    const String packet = sent.GetRawCommand();
-    for (auto _ : state) {
-        cHearthixCommand command;
-        command.initFromMultiPacket(packet);
-        DoNotOptimize(command.GetMulti("mcmd"));
-    }
-}
-
-// Time is per line.
-void cutLines(State& state) {
-    String text;
-    for (int i = 0; i < 4096; ++i)
-        text += "42;7;1;0;0;21.5\n";
-    String rest;
-    while (state.KeepRunningBatch(4096)) {
-        rest = text;
-        while (!rest.empty()) {
-            const String line = LeftB(rest, InStrB(1, rest, "\n"));
-            rest = RightB(rest, LenB(rest) - LenB(line));
-            DoNotOptimize(line);
-        }
-    }
-}
-
-void appendText(State& state) {
-    const String piece = "42;7;1;0;0;21.5\n";
-    while (state.KeepRunningBatch(4096)) {
-        String text;
-        for (int i = 0; i < 4096; ++i)
-            text += piece;
-        DoNotOptimize(text);
-    }
-}
-
 String address(Integer number) {
     return Right(String("0000") + Hex(number), 4);
-}
-
-// Fills a table of so many keys.
-void fillTable(State& state) {
-    const Integer count = state.range(0);
-    while (state.KeepRunningBatch(count)) {
-        Dictionary table;
-        for (Integer i = 0; i < count; ++i)
-            table.SetValue(address(i), i);
-        DoNotOptimize(table.Count());
-    }
-}
-
-void searchTable(State& state) {
-    Dictionary table;
-    std::vector<String> keys;
-    for (Integer i = 0; i < state.range(0); ++i) {
-        keys.push_back(address(i));
-        table.SetValue(keys.back(), i);
-    }
-    std::shuffle(keys.begin(), keys.end(), std::mt19937());
-    std::size_t next = 0;
-    for (auto _ : state) {
-        DoNotOptimize(table.Value(keys[next]));
-        next = next + 1 < keys.size() ? next + 1 : 0;
-    }
 }
 
 // A set line from the port to a packet that nobody takes, endpoints visited at random.
@@ -234,7 +139,6 @@ void registerDocuments() {
     add("plain/save", [] { return plain.save(); });
     add("document/clone", [] { return document->Clone(); });
     add("plain/clone", [] { return PlainDocument(plain); });
-    add("document/dump", [] { return document->getAsDebugData(); });
     static const double bytes =
         heapOf([](const std::string& from) { return loadDocument(String(std::string_view(from))); });
     static const double plainBytes = heapOf([](const std::string& from) {
@@ -252,15 +156,7 @@ void registerDocuments() {
     addLoad("plain/load", plainBytes, [] { return loadPlain(text); });
 }
 
-BENCHMARK(parseLine)->Name("parse a set line");
-BENCHMARK(readNumbers)->Name("Val of three numbers");
 BENCHMARK(handleLine)->Name("handle a set line, endpoints")->Arg(10)->Arg(65025);
-BENCHMARK(writePacket)->Name("write a value packet");
-BENCHMARK(readPacket)->Name("read a value packet");
-BENCHMARK(cutLines)->Name("cut a line off 64 KiB");
-BENCHMARK(appendText)->Name("append a line to a string");
-BENCHMARK(fillTable)->Name("enter a key, table of")->Arg(6)->Arg(65025);
-BENCHMARK(searchTable)->Name("find a key, table of")->Arg(6)->Arg(65025);
 
 // Memory that the system gives anew costs more than all that is measured here. Whether the heap gives any
 // back between two turns depends on what ran before, so here it never does.

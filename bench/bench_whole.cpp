@@ -4,9 +4,8 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <exception>
-#include <map>
+#include <string>
 
 #include <unistd.h>
 
@@ -14,33 +13,21 @@ namespace hearthix::bench {
 
 namespace {
 
-constexpr const char* kUsage = "usage: bench_whole --driver FILE --relay FILE --out FOLDER\n"
-                               "                   [--parts FILE] [--stripped FILE] [--quick]\n";
+constexpr const char* kUsage =
+    "usage: bench_whole DRIVER RELAY FOLDER [--quick | ACCEPTED]\n"
+    "Takes parts.json and a driver without symbols from the folder, and leaves the results there.\n"
+    "ACCEPTED holds the figures to compare with.\n";
 // Far more than a run takes; what started it never waits for ever.
 constexpr unsigned kMostSeconds = 1800;
 constexpr unsigned kMostSecondsQuick = 120;
+constexpr int kWorse = 3; // exit status
 
-bool readOptions(int argc, char** argv, Options& options) {
-    const std::map<std::string, std::string*> texts{{"--driver", &options.driver},
-                                                    {"--relay", &options.relay},
-                                                    {"--out", &options.out},
-                                                    {"--parts", &options.parts},
-                                                    {"--stripped", &options.stripped}};
-    for (int i = 1; i < argc; ++i) {
-        const auto known = texts.find(argv[i]);
-        if (known != texts.end() && i + 1 < argc)
-            *known->second = argv[++i];
-        else if (std::strcmp(argv[i], "--quick") == 0)
-            options.quick = true;
-        else
-            return false;
-    }
-    return !options.driver.empty() && !options.relay.empty() && !options.out.empty();
-}
-
-void run(const Options& options) {
+// False when something got worse than in the accepted run.
+bool run(const Options& options) {
     const Plan plan = options.quick ? Plan::quick() : Plan();
     Report report;
+    if (!options.accepted.empty())
+        report.compareWith(options.accepted);
     measureLines(options, plan, report);
     measureSingles(options, plan, report);
     measurePseudoTerminal(options, plan, report);
@@ -49,26 +36,34 @@ void run(const Options& options) {
     reportParts(options, report);
     reportBinary(options, report);
     report.print();
+    report.save(options.folder);
     if (options.quick)
         std::puts("A quick run shows that the measurement works; its figures mean nothing.");
-    report.save(options.out);
+    const std::size_t worse = report.countWorse();
+    if (worse > 0)
+        std::printf(
+            "%zu rows are worse than in the accepted run. Run it once more; if they stay so, find the "
+            "change that did it, or accept it.\n",
+            worse);
+    return worse == 0;
 }
 
 int benchWhole(int argc, char** argv) {
-    Options options;
-    if (!readOptions(argc, argv, options)) {
+    if (argc < 4 || argc > 5) {
         std::fputs(kUsage, stderr);
         return 2;
     }
+    const std::string last = argc == 5 ? argv[4] : "";
+    const bool quick = last == "--quick";
+    const Options options{argv[1], argv[2], argv[3], quick ? "" : last, quick};
     std::signal(SIGPIPE, SIG_IGN);
     alarm(options.quick ? kMostSecondsQuick : kMostSeconds);
     try {
-        run(options);
+        return run(options) ? 0 : kWorse;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "\nbench_whole: %s\n", error.what());
         return 1;
     }
-    return 0;
 }
 
 } // namespace
