@@ -5,7 +5,7 @@ install(PROGRAMS script/gateway-mqtt DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME 
 install(FILES docs/man/hearthix-gateway-mqtt.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 # As they stand here, so that the links among them hold.
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN man EXCLUDE)
 
 # The Debian package. The libraries it needs are looked up in the binaries, or named where they can't be run.
 set(CPACK_GENERATOR DEB)
