@@ -34,8 +34,8 @@ void cMySensors::PortDataAvailable(const String& data) {
     while (lineEnd > 0) {
         const String line = LeftB(buffer, lineEnd);
         buffer.removeFront(line.size());
-        HandleMSCommand(Trim(line));
         lineEnd = InStrB(1, buffer, kLineFeed);
+        HandleMSCommand(Trim(line));
         RuntimeBackgroundTask();
     }
     // A fragment may lie here for hours, and must not keep the memory of a whole chunk.
