@@ -156,11 +156,11 @@ void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
 bool cMSEndpoint::isNewType(Integer variableType) {
     const bool hasBit = variableType >= 0 && variableType < 64;
     const std::uint64_t bit = hasBit ? std::uint64_t{1} << static_cast<unsigned>(variableType) : 0;
-    if ((seenTypes_ & bit) != 0)
+    if ((seenTypes & bit) != 0)
         return false;
     if (subUnits->find(variableType) == nullptr)
         return true;
-    seenTypes_ |= bit;
+    seenTypes |= bit;
     return false;
 }
 

@@ -26,9 +26,10 @@ public:
     // The same by the low bytes of its numbers. Borrowed, until the index changes.
     static cMSEndpoint* find(Integer node, Integer child);
 
-    Integer nodeID = 0;       // whole, while the addresses hold its low byte
-    Integer batteryLevel = 0; // percent, as the node sent it
-    String RootIndexString;   // the root address, such as 0A03
+    Integer nodeID = 0;          // whole, while the addresses hold its low byte
+    Integer batteryLevel = 0;    // percent, as the node sent it
+    std::uint64_t seenTypes = 0; // a bit for each variable type from 0 to 63 known to stand in subUnits
+    String RootIndexString;      // the root address, such as 0A03
     // Of a node: root address to child. Of a child: each variable type seen so far, to its first payload, of
     // which only the key counts.
     Ref<Dictionary> subUnits;
@@ -59,9 +60,6 @@ private:
     void handleNodeLevel(const cMSCommand& command);
     void handleChildLevel(const cMSCommand& command);
     bool isNewType(Integer variableType);
-
-    // A bit for each variable type from 0 to 63 known to stand in subUnits: a short cut past the dictionary.
-    std::uint64_t seenTypes_ = 0;
 };
 
 } // namespace hearthix

@@ -6,6 +6,7 @@
 #include "gateway/NodeIds.hpp"
 #include "log/Globals.hpp"
 #include "log/Log.hpp"
+#include "mysensors/AddressIndex.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
@@ -35,6 +36,7 @@ void cMySensors::PortDataAvailable(const String& data) {
         const String line = LeftB(buffer, lineEnd);
         buffer.removeFront(line.size());
         lineEnd = InStrB(1, buffer, kLineFeed);
+        mySensors::AddressIndex->expect(buffer.view().substr(0, static_cast<std::size_t>(lineEnd)));
         HandleMSCommand(Trim(line));
         RuntimeBackgroundTask();
     }

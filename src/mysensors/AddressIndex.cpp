@@ -2,6 +2,8 @@
 
 #include "log/Globals.hpp"
 
+#include <charconv>
+
 namespace hearthix {
 
 Ref<mySensors::AddressTable> mySensors::AddressIndex;
@@ -12,6 +14,16 @@ void mySensors::AddressTable::enter(Integer node, Integer child, const Ref<Objec
         row = std::make_unique<Row>();
     SetValue(rootAddressOf(node, child), endpoint);
     (*row)[lowByte(child)] = endpoint.get();
+}
+
+void mySensors::AddressTable::expect(std::string_view line) const noexcept {
+    unsigned node = 0;
+    unsigned child = 0;
+    const char* end = line.data() + line.size();
+    const char* separator = std::from_chars(line.data(), end, node).ptr;
+    if (separator != end)
+        std::from_chars(separator + 1, end, child);
+    __builtin_prefetch(at(node, child));
 }
 
 String mySensors::rootAddressOf(Integer node, Integer child) {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 namespace hearthix::mySensors {
 
@@ -22,6 +23,9 @@ public:
         const Row* row = rows_[lowByte(node)].get();
         return row != nullptr ? (*row)[lowByte(child)] : nullptr;
     }
+    // Lets the processor fetch the endpoint of the line that comes next, while the one before is at work: in
+    // a large mesh it has left the caches since its last value.
+    void expect(std::string_view line) const noexcept;
 
 private:
     // The table would know nothing of these.
