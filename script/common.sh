@@ -56,7 +56,9 @@ need() {
         { echo "Installing$missing failed. Is this Debian 12, and are its package servers reachable?" >&2; exit 1; }
 }
 
-need_build_tools() { need g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libncurses-dev; }
+need_build_tools() {
+    need g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libncurses-dev
+}
 
 # build PRESET [TARGET...]: configures once, builds with all cores. Output only where something is done.
 build() {

@@ -16,7 +16,7 @@ constexpr int kDrainMilliseconds = 5000;
 
 class Demo {
 public:
-    Demo(const CommandLine& line, Session& session);
+    Demo(const Settings& settings, Session& session);
 
     void run();
     // What came through and what did not, for people.
@@ -33,30 +33,21 @@ private:
     bool driverFailed_ = false;
 };
 
-GatewaySettings gatewaySettings(const CommandLine& line) {
-    GatewaySettings settings;
-    settings.usePseudoTerminal = line.has("pty");
-    settings.greet = settings.usePseudoTerminal;
+GatewaySettings gatewaySettings(GatewaySettings settings) {
     settings.listen.port = 0;
-    settings.rate = line.number("rate", 0.1, 100'000, 0);
-    settings.fragment = line.has("fragment");
-    settings.junk = line.number("junk", 0, 100, 0);
     return settings;
 }
 
-HostSettings hostSettings(const CommandLine& line) {
-    HostSettings settings;
+HostSettings hostSettings(HostSettings settings) {
     settings.listen.port = 0;
     settings.connectionId = "DEMO";
-    settings.driver = line.text("driver", defaultDriver());
-    settings.trace = line.has("trace");
     return settings;
 }
 
-Demo::Demo(const CommandLine& line, Session& session)
-    : session_(session), seconds_(line.number("for", 0.5, 1e6, 0)),
-      rig_(gatewaySettings(line), line.has("mesh") ? loadMesh(line.text("mesh")) : standardMesh(),
-           hostSettings(line), session.view()),
+Demo::Demo(const Settings& settings, Session& session)
+    : session_(session), seconds_(settings.seconds),
+      rig_(gatewaySettings(settings.gateway), loadMesh(settings.meshFile), hostSettings(settings.host),
+           session.view()),
       commands_(rig_.host, [&session] { session.end(); }) {
     rig_.host.driverEnded = [this](int) {
         driverFailed_ = true;
@@ -114,33 +105,12 @@ String Demo::summary() const {
 
 } // namespace
 
-const CommandUsage& demoUsage() {
-    static const CommandUsage kUsage{
-        "demo",
-        "Shows the driver at work: a host, a gateway with a small house behind it, and\n"
-        "the driver between them, in one terminal. It ends at Ctrl-C, at quit, or when\n"
-        "its time is over, with a summary; the exit status is 1 when something was lost\n"
-        "on the way.",
-        {{"for", "SECONDS", "end after so many seconds"},
-         {"driver", "PATH", "the driver; by default the one beside this program"},
-         {"pty", nullptr, "join them by a serial line, a pseudo-terminal, in\nplace of TCP"},
-         {"mesh", "FILE", "the nodes; hearthix-sim gateway --help describes the\nfile"},
-         {"rate", "N", "send N reports a second, whatever the mesh's schedule"},
-         {"fragment", nullptr, "send in small pieces"},
-         {"junk", "PERCENT", "follow so many of the lines by a line of junk"},
-         {"trace", nullptr, "print every packet between host and driver"}},
-        "It takes the commands of hearthix-sim host on standard input, and sends some\n"
-        "itself."};
-    return kUsage;
-}
-
-int runDemo(const std::vector<String>& words) {
-    const CommandLine line(demoUsage(), words);
+int runDemo(const Settings& settings) {
     String summary;
     bool succeeded = false;
     {
         Session session(true);
-        Demo demo(line, session);
+        Demo demo(settings, session);
         demo.run();
         summary = demo.summary();
         succeeded = demo.succeeded();

@@ -3,6 +3,7 @@
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
+#include "sim/Failure.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -147,7 +148,7 @@ void GatewayServer::connected(StreamDevice& connection) {
         silenceDue_.setSeconds(settings_.silentAfter);
     if (settings_.dropAfter > 0)
         dropDue_.setSeconds(settings_.dropAfter);
-    if (settings_.greet)
+    if (settings_.greet.value_or(settings_.usePseudoTerminal))
         write(kReady, false);
     beginSoon_.setIn(settings_.usePseudoTerminal ? 0 : kSettleMilliseconds);
 }

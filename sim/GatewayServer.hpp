@@ -8,22 +8,23 @@
 #include "runtime/events/TCPSocket.hpp"
 #include "runtime/values/Random.hpp"
 #include "sim/Alarm.hpp"
-#include "sim/CommandLine.hpp"
 #include "sim/Mesh.hpp"
 #include "sim/Recording.hpp"
+#include "sim/SocketAddress.hpp"
 #include "sim/system/ListeningSocket.hpp"
 #include "sim/system/PseudoTerminal.hpp"
 
 #include <functional>
+#include <optional>
 
 namespace hearthix::sim {
 
 struct GatewaySettings {
     bool usePseudoTerminal = false;
     SocketAddress listen{"127.0.0.1", 5003};
-    bool greet = false;
-    double silentAfter = 0; // seconds; 0 for never
-    double dropAfter = 0;   // likewise
+    std::optional<bool> greet; // when a driver connects; by default on a pseudo-terminal
+    double silentAfter = 0;    // seconds; 0 for never
+    double dropAfter = 0;      // likewise
     bool fragment = false;
     double junk = 0; // per cent of the lines that are followed by a line of junk
     double rate = 0; // reports a second; 0 leaves them to the mesh's own schedule

@@ -4,6 +4,7 @@
 #include "runtime/files/FolderItem.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "sim/Failure.hpp"
 #include "sim/PacketTrace.hpp"
 
 #include <cstring>
@@ -21,6 +22,12 @@ constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
 // What the driver says when both of its links are up ends so.
 constexpr std::string_view kReadyEnd = " ready.";
+
+// The driver beside this program, or else the one in PATH.
+String defaultDriver() {
+    const auto beside = Ref<FolderItem>::make(ownExecutable())->Parent()->Child("hearthix-mysensors");
+    return beside->Exists() ? beside->ShellPath() : String("hearthix-mysensors");
+}
 
 } // namespace
 
@@ -59,15 +66,16 @@ void Host::open() {
 }
 
 void Host::startDriver() {
-    if (settings_.driver.empty())
-        return;
     const std::vector<String>& gateway = settings_.transport;
+    if (gateway.empty())
+        return;
+    const String driver = settings_.driver.empty() ? defaultDriver() : settings_.driver;
     std::vector<String> arguments{gateway.size() == 1 ? gateway[0] : String("IP"), settings_.listen.host,
                                   Str(server_.port()), settings_.connectionId};
     if (gateway.size() > 1)
         arguments.insert(arguments.end(), gateway.begin(), gateway.end());
-    if (!driver_.Start(settings_.driver, arguments))
-        throw Failure{concat("cannot start the driver ", settings_.driver, ": ",
+    if (!driver_.Start(driver, arguments))
+        throw Failure{concat("cannot start the driver ", driver, ": ",
                              std::strerror(static_cast<int>(driver_.LastErrorCode())),
                              "; name its program with --driver PATH")};
     ++counts_.driverStarts;

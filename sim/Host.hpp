@@ -5,10 +5,10 @@
 #pragma once
 
 #include "sim/Alarm.hpp"
-#include "sim/CommandLine.hpp"
 #include "sim/HostModel.hpp"
 #include "sim/HostServer.hpp"
 #include "sim/HostView.hpp"
+#include "sim/SocketAddress.hpp"
 #include "sim/system/ChildProcess.hpp"
 
 #include <functional>
@@ -19,8 +19,10 @@ namespace hearthix::sim {
 struct HostSettings {
     SocketAddress listen{"127.0.0.1", 20300};
     String connectionId = "SIM";
-    String driver;                 // path; empty when somebody else starts it
-    std::vector<String> transport; // the driver's gateway: one word for serial, address and port for TCP
+    String driver; // path, or a name in PATH; empty for the one that belongs to this program
+    // The driver's gateway: one word for serial, address and port for TCP; empty when somebody else starts
+    // it.
+    std::vector<String> transport;
     bool restart = false;
     String unitsFile; // empty for none
     bool trace = false;

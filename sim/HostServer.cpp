@@ -2,7 +2,8 @@
 
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "sim/CommandLine.hpp"
+#include "sim/Failure.hpp"
+#include "sim/SocketAddress.hpp"
 
 #include <cerrno>
 #include <utility>

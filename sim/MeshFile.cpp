@@ -2,223 +2,239 @@
 
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "sim/CommandLine.hpp"
+#include "sim/Failure.hpp"
 #include "sim/InputFile.hpp"
-#include "sim/Text.hpp"
 #include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
+#include <toml++/toml.h>
+
 namespace hearthix::sim {
 
-const char* const kMeshGrammar =
-    "A mesh file holds one statement a line; \"#\" begins a comment, and a text with\n"
-    "blanks stands in double quotes. Statements behind a node are about that node:\n"
-    "  node ID|new NAME       ID is 1 to 254; a new node asks the controller for one\n"
-    "  battery LEVEL [every SECONDS]\n"
-    "  asks time|config\n"
-    "  sensor CHILD TYPE LOW HIGH [every SECONDS]\n"
-    "  text CHILD TYPE TEXT [every SECONDS]\n"
-    "  switch CHILD\n"
-    "  dimmer CHILD\n"
-    "TYPE is the end of a unit's address: TEMP, HUM, TRIP, WATTS and so on.\n";
+const char* const kMeshExample = R"(A mesh file is written in TOML:
+
+  [[node]]
+  id = 10                   # 1 to 254; without one it asks the controller
+  name = "Roof room"
+  battery = 95              # per cent, falling; without one it is on the mains
+  battery-every = 60        # seconds
+  asks = ["config", "time"] # at its start
+  child = [
+    {id = 0, type = "TEMP", low = 15.0, high = 25.0, every = 2},
+    {id = 1, type = "VAR1", text = "day rate"},
+    {id = 2, type = "STATUS"},  # obeys, like a switch
+    {id = 3, type = "PERCENT"}, # obeys, like a dimmer
+  ]
+)";
 
 namespace {
 
 constexpr const char* kStandardMesh = R"(
-node 10 Weather
-  battery 95 every 10
-  asks config
-  sensor 0 TEMP 15.0 25.0 every 1
-  sensor 1 HUM 30 70 every 2
-  sensor 2 PRESSURE 980 1040 every 3
-node 11 Porch
-  battery 80 every 15
-  sensor 1 TRIP 0 1 every 2
-  sensor 2 LIGHT 0 100 every 2
-node 12 "Living room"
-  asks time
-  switch 1
-  dimmer 2
-node 13 Meter
-  sensor 1 WATTS 100 2400 every 1
-  sensor 2 KWH 1200.0 1300.0 every 5
-  text 3 VAR1 "day rate" every 10
-node new Cellar
-  asks config
-  sensor 0 TEMP 8.0 14.0 every 2
-  switch 1
+[[node]]
+id = 10
+name = "Weather"
+battery = 95
+battery-every = 10
+asks = ["config"]
+child = [
+  {id = 0, type = "TEMP", low = 15.0, high = 25.0, every = 1},
+  {id = 1, type = "HUM", low = 30, high = 70, every = 2},
+  {id = 2, type = "PRESSURE", low = 980, high = 1040, every = 3},
+]
+[[node]]
+id = 11
+name = "Porch"
+battery = 80
+battery-every = 15
+child = [
+  {id = 1, type = "TRIP", low = 0, high = 1, every = 2},
+  {id = 2, type = "LIGHT", low = 0, high = 100, every = 2},
+]
+[[node]]
+id = 12
+name = "Living room"
+asks = ["time"]
+child = [{id = 1, type = "STATUS"}, {id = 2, type = "PERCENT"}]
+[[node]]
+id = 13
+name = "Meter"
+child = [
+  {id = 1, type = "WATTS", low = 100, high = 2400, every = 1},
+  {id = 2, type = "KWH", low = 1200.0, high = 1300.0, every = 5},
+  {id = 3, type = "VAR1", text = "day rate", every = 10},
+]
+[[node]]
+name = "Cellar"
+asks = ["config"]
+child = [{id = 0, type = "TEMP", low = 8.0, high = 14.0, every = 2}, {id = 1, type = "STATUS"}]
 )";
 
-constexpr Integer kStandardEvery = 5000;
 constexpr double kLongestEvery = 86'400;
+constexpr double kLargest = 1e9;
+constexpr int kMostDecimals = 4;
 
-class Parser {
+String stringOf(std::string_view text) {
+    return String(text, TextEncoding::utf8);
+}
+
+// A table of the file, whose faults are told with the file's name, the line and the column.
+class Reader {
 public:
-    explicit Parser(const String& name) : name_(name) {}
-
-    void statement(std::vector<String> words) {
-        ++lineNumber_;
-        if (words.empty())
+    // Only these keys are known.
+    Reader(const String& file, const toml::node& node, std::initializer_list<std::string_view> keys)
+        : file_(file), node_(node) {
+        if (!node.is_table())
+            fail(node.source(), "this is no table; hearthix-sim gateway --help shows an example");
+        for (const auto& [key, value] : table())
+            if (std::find(keys.begin(), keys.end(), key.str()) == keys.end())
+                fail(key.source(), concat("nothing is called '", stringOf(key.str()),
+                                          "' here; hearthix-sim gateway --help shows what is"));
+    }
+    [[noreturn]] static void fail(const String& file, const toml::source_region& at, const String& reason) {
+        throw Failure{
+            concat(file, ":", Str(Integer{at.begin.line}), ":", Str(Integer{at.begin.column}), ": ", reason)};
+    }
+    [[noreturn]] void fail(const toml::source_region& at, const String& reason) const {
+        fail(file_, at, reason);
+    }
+    [[noreturn]] void fail(const char* key, const String& reason) const {
+        fail(table().contains(key) ? table().get(key)->source() : node_.source(), reason);
+    }
+    bool has(const char* key) const { return table().contains(key); }
+    double number(const char* key, double lowest, double highest) const {
+        const std::optional<double> value = table()[key].value<double>();
+        if (!value || !(*value >= lowest && *value <= highest))
+            fail(key, concat(key, " has to be a number from ", Str(lowest), " to ", Str(highest)));
+        return *value;
+    }
+    Integer whole(const char* key, Integer lowest, Integer highest) const {
+        const std::optional<Integer> value = table()[key].value<Integer>();
+        if (!value || *value < lowest || *value > highest)
+            fail(key, concat(key, " has to be a whole number from ", Str(lowest), " to ", Str(highest)));
+        return *value;
+    }
+    Integer milliseconds(const char* key, Integer fallback) const {
+        return has(key) ? toInteger(number(key, 0.01, kLongestEvery) * 1000) : fallback;
+    }
+    // What would end a field or a line of the gateway's is replaced.
+    String text(const char* key) const {
+        const std::optional<std::string> value = table()[key].value<std::string>();
+        if (!value)
+            fail(key, concat(key, " has to be a text in quotes"));
+        return ReplaceAll(ReplaceAll(stringOf(*value), ";", ","), "\n", " ");
+    }
+    template <class Take>
+    void each(const char* key, const Take& take) const {
+        if (!has(key))
             return;
-        if (words[0] == "node")
-            node(words);
-        else if (nodes_.empty())
-            fail("a node must come first: node ID NAME");
-        else if (words[0] == "battery")
-            battery(words);
-        else if (words[0] == "asks")
-            asks(words);
-        else
-            child(words);
+        const toml::array* list = table()[key].as_array();
+        if (list == nullptr)
+            fail(key, concat(key, " has to be a list"));
+        for (const toml::node& element : *list)
+            take(element);
     }
-    std::vector<MeshNode> result() {
-        if (nodes_.empty())
-            throw Failure{concat(name_, ": there is no node in it; begin with: node ID NAME")};
-        return std::move(nodes_);
-    }
+    const String& file() const { return file_; }
 
 private:
-    using Words = std::vector<String>;
+    const toml::table& table() const { return *node_.as_table(); }
 
-    [[noreturn]] void fail(const String& reason) const {
-        throw Failure{concat(name_, ":", Str(lineNumber_), ": ", reason)};
-    }
-    void expect(const Words& words, std::size_t count, const char* form) const {
-        if (words.size() != count)
-            fail(concat("write it as: ", form));
-    }
-    double number(const String& word, double lowest, double highest, const char* what) const {
-        const double value = Val(word);
-        if (!IsNumeric(word) || value < lowest || value > highest)
-            fail(concat(what, " is a number from ", Str(lowest), " to ", Str(highest), ", not '", word, "'"));
-        return value;
-    }
-    Integer whole(const String& word, Integer lowest, Integer highest, const char* what) const {
-        const double value = number(word, static_cast<double>(lowest), static_cast<double>(highest), what);
-        const Integer rounded = toInteger(value);
-        if (static_cast<double>(rounded) != value)
-            fail(concat(what, " is a whole number, not '", word, "'"));
-        return rounded;
-    }
-    // Takes "every SECONDS" off the end.
-    Integer every(Words& words) const {
-        if (words.size() < 3 || words[words.size() - 2] != "every")
-            return 0;
-        const double seconds = number(words.back(), 0.01, kLongestEvery, "every");
-        words.resize(words.size() - 2);
-        return toInteger(seconds * 1000);
-    }
-    void node(const Words& words) {
-        expect(words, 3, "node ID|new NAME");
-        MeshNode fresh;
-        if (words[1] != "new")
-            fresh.id = whole(words[1], 1, 254, "a node's ID");
-        const auto same = [&fresh](const MeshNode& each) { return each.id == fresh.id; };
-        if (fresh.id != MeshNode::kNoId && std::any_of(nodes_.begin(), nodes_.end(), same))
-            fail(concat("there is a node ", words[1], " already"));
-        fresh.name = ReplaceAll(words[2], ";", ",");
-        nodes_.push_back(fresh);
-    }
-    void battery(Words words) {
-        const Integer interval = every(words);
-        expect(words, 2, "battery LEVEL [every SECONDS]");
-        nodes_.back().battery = whole(words[1], 0, 100, "a battery level");
-        if (interval > 0)
-            nodes_.back().batteryEvery = interval;
-    }
-    void asks(const Words& words) {
-        expect(words, 2, "asks time|config");
-        if (words[1] == "time")
-            nodes_.back().asksTime = true;
-        else if (words[1] == "config")
-            nodes_.back().asksConfig = true;
-        else
-            fail("a node asks for time or config");
-    }
-    void child(Words words) {
-        MeshChild fresh;
-        const Integer interval = every(words);
-        fresh.every = interval > 0 ? interval : kStandardEvery;
-        if (words[0] == "switch" || words[0] == "dimmer")
-            obedient(fresh, words);
-        else if (words[0] == "sensor")
-            sensor(fresh, words);
-        else if (words[0] == "text")
-            text(fresh, words);
-        else
-            fail(concat("there is no statement '", words[0],
-                        "'; there are node, battery, asks, sensor, text, switch and dimmer"));
-        const auto same = [&fresh](const MeshChild& each) {
-            return each.id == fresh.id && each.variableType == fresh.variableType;
-        };
-        std::vector<MeshChild>& children = nodes_.back().children;
-        if (std::any_of(children.begin(), children.end(), same))
-            fail("the node has this child already");
-        children.push_back(fresh);
-    }
-    void place(MeshChild& fresh, const String& id, const String& suffix) const {
-        fresh.id = whole(id, 0, 254, "a child");
-        fresh.variableType = mySensors::SuffixToVarType(suffix);
-        if (fresh.variableType < 0)
-            fail(concat("there is no type '", suffix, "'; TEMP, HUM, TRIP, LIGHT and WATTS are some"));
-    }
-    void obedient(MeshChild& fresh, const Words& words) const {
-        const bool isSwitch = words[0] == "switch";
-        expect(words, 2, isSwitch ? "switch CHILD" : "dimmer CHILD");
-        place(fresh, words[1], isSwitch ? "STATUS" : "PERCENT");
-        fresh.kind = isSwitch ? MeshChild::Kind::toggle : MeshChild::Kind::dimmer;
-        fresh.value = "0";
-        fresh.every = 0;
-    }
-    void sensor(MeshChild& fresh, const Words& words) const {
-        expect(words, 5, "sensor CHILD TYPE LOW HIGH [every SECONDS]");
-        place(fresh, words[1], words[2]);
-        fresh.low = number(words[3], -1e9, 1e9, "a bound");
-        fresh.high = number(words[4], -1e9, 1e9, "a bound");
-        if (fresh.high < fresh.low)
-            fail("the lower bound comes first");
-        const std::string_view digits = words[3].view();
-        const std::size_t point = digits.find('.');
-        fresh.decimals = point == std::string_view::npos
-                             ? 0
-                             : static_cast<int>(std::min<std::size_t>(digits.size() - point - 1, 4));
-        const double middle = (fresh.low + fresh.high) / 2;
-        fresh.value = decimalText(middle, fresh.decimals);
-    }
-    void text(MeshChild& fresh, const Words& words) const {
-        expect(words, 4, "text CHILD TYPE TEXT [every SECONDS]");
-        place(fresh, words[1], words[2]);
-        fresh.kind = MeshChild::Kind::text;
-        fresh.value = ReplaceAll(words[3], ";", ",");
-    }
-
-    String name_;
-    Integer lineNumber_ = 0;
-    std::vector<MeshNode> nodes_;
+    const String& file_;
+    const toml::node& node_;
 };
+
+int decimalsOf(double number) {
+    int decimals = 1;
+    while (decimals < kMostDecimals && Val(decimalText(number, decimals)) != number)
+        ++decimals;
+    return decimals;
+}
+
+MeshChild childFrom(const String& file, const toml::node& node) {
+    const Reader reader(file, node, {"id", "type", "low", "high", "text", "every"});
+    MeshChild child;
+    child.id = reader.whole("id", 0, 254);
+    child.variableType = mySensors::SuffixToVarType(reader.text("type"));
+    if (child.variableType < 0)
+        reader.fail("type", "there is no such type; hearthix-sim types lists them");
+    child.every = reader.milliseconds("every", 5000);
+    const String suffix = mySensors::varTypeToSuffix(child.variableType);
+    if (reader.has("text")) {
+        child.kind = MeshChild::Kind::text;
+        child.value = reader.text("text");
+    } else if (reader.has("low") || reader.has("high")) {
+        child.low = reader.number("low", -kLargest, kLargest);
+        child.high = reader.number("high", child.low, kLargest);
+        child.decimals = node.as_table()->get("low")->is_integer() ? 0 : decimalsOf(child.low);
+        child.value = decimalText((child.low + child.high) / 2, child.decimals);
+    } else if (suffix == "STATUS" || suffix == "PERCENT") {
+        child.kind = suffix == "STATUS" ? MeshChild::Kind::toggle : MeshChild::Kind::dimmer;
+        child.value = "0";
+        child.every = 0;
+    } else {
+        reader.fail("type", "only STATUS and PERCENT obey; others need low and high, or a text");
+    }
+    return child;
+}
+
+MeshNode nodeFrom(const String& file, const toml::node& node) {
+    const Reader reader(file, node, {"id", "name", "battery", "battery-every", "asks", "child"});
+    MeshNode fresh;
+    if (reader.has("id"))
+        fresh.id = reader.whole("id", 1, 254);
+    fresh.name = reader.text("name");
+    if (reader.has("battery"))
+        fresh.battery = reader.whole("battery", 0, 100);
+    fresh.batteryEvery = reader.milliseconds("battery-every", fresh.batteryEvery);
+    reader.each("asks", [&](const toml::node& word) {
+        const std::string what = word.value_or(std::string());
+        if (what != "time" && what != "config")
+            reader.fail(word.source(), R"(a node asks for "time" or "config")");
+        (what == "time" ? fresh.asksTime : fresh.asksConfig) = true;
+    });
+    reader.each("child", [&](const toml::node& each) {
+        const MeshChild child = childFrom(file, each);
+        for (const MeshChild& other : fresh.children)
+            if (other.id == child.id && other.variableType == child.variableType)
+                reader.fail(each.source(), "the node has this child already");
+        fresh.children.push_back(child);
+    });
+    return fresh;
+}
 
 } // namespace
 
-std::vector<MeshNode> standardMesh() {
-    return parseMesh(kStandardMesh, "standard mesh");
-}
-
 std::vector<MeshNode> parseMesh(const String& text, const String& name) {
     ensureVocabulary();
-    Parser parser(name);
-    for (const String& line : Split(text, "\n"))
-        parser.statement(wordsOf(line.view(), "#"));
-    return parser.result();
+    std::vector<MeshNode> nodes;
+    try {
+        const toml::table document = toml::parse(text.view());
+        const Reader reader(name, document, {"node"});
+        reader.each("node", [&](const toml::node& each) {
+            const MeshNode node = nodeFrom(name, each);
+            for (const MeshNode& other : nodes)
+                if (node.id != MeshNode::kNoId && other.id == node.id)
+                    reader.fail(each.source(), concat("there is a node ", Str(node.id), " already"));
+            nodes.push_back(node);
+        });
+        if (nodes.empty())
+            reader.fail(document.source(), "there is no [[node]]; hearthix-sim gateway --help shows one");
+    } catch (const toml::parse_error& error) {
+        Reader::fail(name, error.source(), stringOf(error.description()));
+    }
+    return nodes;
 }
 
 std::vector<MeshNode> loadMesh(const String& path) {
+    if (path.empty())
+        return parseMesh(kStandardMesh, "standard mesh");
     const std::optional<std::string> text = contentOf(path);
     if (!text)
         throw Failure{concat("cannot read the mesh in ", path, "; name a readable file with --mesh FILE")};
-    return parseMesh(String(*text, TextEncoding::utf8), path);
+    return parseMesh(stringOf(*text), path);
 }
 
 } // namespace hearthix::sim

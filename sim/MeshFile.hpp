@@ -1,15 +1,9 @@
-// The description of a mesh in a text file, and the mesh that there is without one.
+// The description of a mesh in a TOML file, and the mesh that there is without one.
 //
-// A line is one statement; "#" begins a comment, and a text with blanks stands in double quotes. Statements
-// behind a "node" are about that node.
-//
-//   node ID|new NAME                    an ID from 1 to 254; "new" asks the controller for one
-//   battery LEVEL [every SECONDS]       reports its battery, falling
-//   asks time|config                    at its start
-//   sensor CHILD TYPE LOW HIGH [every SECONDS]   a number between two bounds; TYPE as in TEMP, HUM, TRIP
-//   text CHILD TYPE TEXT [every SECONDS]
-//   switch CHILD                        obeys and reports back, STATUS
-//   dimmer CHILD                        the same from 0 to 100, PERCENT
+// kMeshExample shows all that a file may hold. What may be left out: a node's "id", it then asks the
+// controller for one; its "battery", "battery-every" (60) and "asks"; a child's "every" (5). A child with
+// "low" and "high" is a sensor, with as many decimals as "low" has, one with "text" always says the same, and
+// STATUS or PERCENT with neither obeys and reports back, like a switch or a dimmer.
 #pragma once
 
 #include "sim/Mesh.hpp"
@@ -18,13 +12,11 @@
 
 namespace hearthix::sim {
 
-// The same description for people, for the help.
-extern const char* const kMeshGrammar;
+extern const char* const kMeshExample;
 
-std::vector<MeshNode> standardMesh();
-// Raises Failure, with the line's number, for what is no description. The name is for the message.
+// Raises Failure, with line and column, for what is no description. The name is for the message.
 std::vector<MeshNode> parseMesh(const String& text, const String& name);
-// Raises Failure when the file can't be read, too.
+// The standard mesh when the path is empty. Raises Failure when the file can't be read, too.
 std::vector<MeshNode> loadMesh(const String& path);
 
 } // namespace hearthix::sim

@@ -2,7 +2,7 @@
 
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "sim/CommandLine.hpp"
+#include "sim/Failure.hpp"
 #include "sim/InputFile.hpp"
 #include "sim/Text.hpp"
 

@@ -20,6 +20,8 @@ namespace hearthix::sim {
 
 namespace {
 
+constexpr double kSeconds = 300;
+constexpr double kRate = 5000; // values a second
 constexpr double kCommandSeconds = 0.02;
 constexpr int kPatienceMilliseconds = 60'000;
 constexpr int kSettleMilliseconds = 10'000;
@@ -65,7 +67,7 @@ struct Holding {
 
 class Soak {
 public:
-    explicit Soak(const CommandLine& line);
+    explicit Soak(const Settings& settings);
 
     void run();
     String verdict() const;
@@ -132,26 +134,23 @@ const std::array<Soak::Mishap, 10> Soak::kMishaps{
      {"short silence", &Soak::silence, kDriverGoesOn, 60, kShortSilence},
      {"long silence", &Soak::silence, 0, 60}}};
 
-GatewaySettings gatewaySettings(const CommandLine& line) {
-    GatewaySettings settings;
-    settings.usePseudoTerminal = line.has("pty");
+GatewaySettings gatewaySettings(GatewaySettings settings) {
     settings.listen.port = 0;
-    settings.rate = line.number("rate", 1, 100'000, 5000);
+    settings.rate = settings.rate > 0 ? settings.rate : kRate;
     return settings;
 }
 
-HostSettings hostSettings(const CommandLine& line) {
-    HostSettings settings;
+HostSettings hostSettings(HostSettings settings) {
     settings.listen.port = 0;
     settings.connectionId = "SOAK";
-    settings.driver = line.text("driver", defaultDriver());
     settings.restart = true;
     return settings;
 }
 
-Soak::Soak(const CommandLine& line)
-    : seconds_(line.number("for", 1, 1e7, 300)), phase_(std::clamp(seconds_ / 60, 1.0, 20.0)),
-      rig_(gatewaySettings(line), standardMesh(), hostSettings(line), notes_) {
+Soak::Soak(const Settings& settings)
+    : seconds_(settings.seconds > 0 ? settings.seconds : kSeconds),
+      phase_(std::clamp(seconds_ / 60, 1.0, 20.0)),
+      rig_(gatewaySettings(settings.gateway), loadMesh({}), hostSettings(settings.host), notes_) {
     commandDue_.action = [this] {
         commandDue_.setSeconds(kCommandSeconds);
         rig_.commandNext();
@@ -300,27 +299,8 @@ String Soak::verdict() const {
 
 } // namespace
 
-const CommandUsage& soakUsage() {
-    static const CommandUsage kUsage{
-        "soak",
-        "Runs the demo's mesh at high speed through phases of mishaps: a gateway that\n"
-        "sends pieces, junk or nothing, or hangs up; a host that reads nothing, or hangs\n"
-        "up; a driver that is killed and started again. It ends with a verdict; the exit\n"
-        "status is 1 when a value or a command was lost that was not in flight at a\n"
-        "driver's end, when the driver ended by itself, or when memory or open files\n"
-        "grew.",
-        {{"for", "SECONDS",
-          "how long, 300 by default; every mishap has its turn at\n"
-          "least once, the silences in a run of a minute or more"},
-         {"driver", "PATH", "the driver; by default the one beside this program"},
-         {"pty", nullptr, "join them by a pseudo-terminal in place of TCP"},
-         {"rate", "N", "values a second, 5000 by default"}},
-        "Ctrl-C ends it early, with a verdict on what was."};
-    return kUsage;
-}
-
-int runSoak(const std::vector<String>& words) {
-    Soak soak(CommandLine(soakUsage(), words));
+int runSoak(const Settings& settings) {
+    Soak soak(settings);
     soak.run();
     Print(soak.verdict());
     return soak.succeeded() ? 0 : 1;

@@ -1,26 +1,25 @@
-// The subcommands. Each takes the words behind its name and returns the exit status; each raises UsageError
-// or Failure for what it cannot do.
+// The subcommands. Each takes what the command line says and returns the exit status; each raises Failure
+// for what it cannot do.
 #pragma once
 
-#include "sim/CommandLine.hpp"
-
-#include <vector>
+#include "sim/GatewayServer.hpp"
+#include "sim/Host.hpp"
 
 namespace hearthix::sim {
 
-const CommandUsage& hostUsage();
-int runHost(const std::vector<String>& words);
+// Each subcommand looks at what its help tells of.
+struct Settings {
+    GatewaySettings gateway;
+    HostSettings host;
+    double seconds = 0; // how long it runs; 0 for as long as nobody ends it
+    String meshFile;    // empty for the standard mesh
+    String replayFile;
+};
 
-const CommandUsage& gatewayUsage();
-int runGateway(const std::vector<String>& words);
-
-const CommandUsage& demoUsage();
-int runDemo(const std::vector<String>& words);
-
-const CommandUsage& soakUsage();
-int runSoak(const std::vector<String>& words);
-
-// The driver that stands beside this program.
-String defaultDriver();
+int runDemo(const Settings& settings);
+int runSoak(const Settings& settings);
+int runHost(const Settings& settings);
+int runGateway(const Settings& settings);
+int runTypes(const Settings& settings);
 
 } // namespace hearthix::sim

@@ -1,86 +1,253 @@
 // hearthix-sim: a stand-in host and a stand-in gateway, for seeing and trying the driver without either.
+//
+// The command line, and nothing else: what it says goes into the settings, of which the subcommands take
+// care.
 #include "log/Log.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "sim/Failure.hpp"
+#include "sim/MeshFile.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/Text.hpp"
 
-#include <algorithm>
-#include <array>
+#include <charconv>
+#include <CLI/CLI.hpp>
 
 namespace hearthix::sim {
 
 namespace {
 
-struct Subcommand {
-    const CommandUsage& (*usage)();
-    int (*run)(const std::vector<String>& words);
-};
-
-constexpr std::array<Subcommand, 4> kSubcommands{
-    {{demoUsage, runDemo}, {soakUsage, runSoak}, {hostUsage, runHost}, {gatewayUsage, runGateway}}};
-
 constexpr const char* kVersion = "hearthix-sim " HEARTHIX_VERSION;
-constexpr const char* kHelp = "Usage: hearthix-sim COMMAND [OPTION]...\n\n"
-                              "Stand-ins for what the Hearthix MySensors driver stands between.\n\n"
-                              "Commands:\n"
-                              "  demo     host, gateway and driver in one terminal\n"
-                              "  soak     the same under mishaps, with a verdict\n"
-                              "  host     a home-automation host that a driver connects to\n"
-                              "  gateway  a MySensors gateway with a mesh of nodes\n\n"
-                              "hearthix-sim COMMAND --help tells more; --version tells the version.";
+constexpr double kLongest = 1e7; // seconds
+constexpr double kMostPerSecond = 100'000;
 
-bool asksFor(const std::vector<String>& words, std::string_view option) {
-    return std::any_of(words.begin(), words.end(),
-                       [option](const String& word) { return word.view() == option; });
+String textOf(const std::string& text) {
+    return String(std::string_view(text), TextEncoding::utf8);
 }
 
-int dispatch(std::vector<String> words) {
-    const String name = words.empty() ? String() : words[0];
-    if (name == "--version" || asksFor(words, "--version")) {
+CLI::Option* text(CLI::App& app, const char* name, const char* type, String& target, const char* help) {
+    return app
+        .add_option_function<std::string>(
+            name, [&target](const std::string& given) { target = textOf(given); }, help)
+        ->type_name(type);
+}
+
+CLI::Option* number(CLI::App& app, const char* name, const char* type, double lowest, double highest,
+                    double& target, const char* help) {
+    const auto isOutside = [lowest, highest](const std::string& given) {
+        double value = 0;
+        const auto [end, error] = std::from_chars(given.data(), given.data() + given.size(), value);
+        const bool isNumber = error == std::errc() && end == given.data() + given.size();
+        return isNumber && value >= lowest && value <= highest
+                   ? std::string()
+                   : "not a number from " + CLI::detail::to_string(lowest) + " to " +
+                         CLI::detail::to_string(highest) + ": " + given;
+    };
+    return app.add_option(name, target, help)->type_name(type)->check(isOutside);
+}
+
+// "HOST:PORT", and only a whole number for the port.
+bool readAddress(const std::string& given, SocketAddress& target) {
+    const std::size_t colon = given.rfind(':');
+    if (colon == 0 || colon == std::string::npos)
+        return false;
+    std::uint16_t port = 0;
+    const auto [end, error] = std::from_chars(&given[colon + 1], given.data() + given.size(), port);
+    target = {textOf(given.substr(0, colon)), port};
+    return error == std::errc() && end == given.data() + given.size();
+}
+
+CLI::Option* address(CLI::App& app, const char* name, const char* type, SocketAddress& target,
+                     const char* help) {
+    const auto read = [name, &target](const std::string& given) {
+        if (!readAddress(given, target))
+            throw CLI::ValidationError(name, "write it as 127.0.0.1:20300, not '" + given + "'");
+    };
+    return app.add_option_function<std::string>(name, read, help)->type_name(type);
+}
+
+void addPlayOptions(CLI::App& app, Settings& settings) {
+    number(app, "--for", "SECONDS", 0.5, kLongest, settings.seconds, "end after so many seconds");
+    text(app, "--driver", "PATH", settings.host.driver,
+         "the driver; by default the one beside this program,\nor else in PATH");
+    app.add_flag("--pty", settings.gateway.usePseudoTerminal,
+                 "join them by a serial line, a pseudo-terminal, in\nplace of TCP");
+}
+
+void addTrace(CLI::App& app, Settings& settings) {
+    app.add_flag("--trace", settings.host.trace, "print every packet between host and driver");
+}
+
+CLI::Option* addMesh(CLI::App& app, Settings& settings) {
+    GatewaySettings& gateway = settings.gateway;
+    app.add_flag("--fragment", gateway.fragment, "send in small pieces");
+    number(app, "--junk", "PERCENT", 0, 100, gateway.junk, "follow so many of the lines by a line of junk");
+    return text(app, "--mesh", "FILE", settings.meshFile,
+                "the nodes; a small house by default (see hearthix-sim\ngateway --help)");
+}
+
+CLI::Option* addRate(CLI::App& app, Settings& settings) {
+    return number(app, "--rate", "N", 0.1, kMostPerSecond, settings.gateway.rate,
+                  "send N reports a second, whatever the mesh's schedule");
+}
+
+void describeDemo(CLI::App& app, Settings& settings) {
+    addPlayOptions(app, settings);
+    addMesh(app, settings);
+    addRate(app, settings);
+    addTrace(app, settings);
+    app.footer("It ends at Ctrl-C, at quit, or when its time is over, with a summary; the exit status\n"
+               "is 1 when something was lost on the way. It takes the commands of hearthix-sim host\n"
+               "on standard input, and sends some itself.");
+}
+
+void describeSoak(CLI::App& app, Settings& settings) {
+    addPlayOptions(app, settings);
+    addRate(app, settings);
+    app.footer("A gateway sends pieces, junk or nothing, or hangs up; a host reads nothing, or hangs up; a\n"
+               "driver is killed and started again. Every mishap has its turn at least once, the\n"
+               "silences in a run of a minute or more. By default it takes 300 seconds, with 5000\n"
+               "values in each. Ctrl-C ends it early. The verdict and an exit status of 1 tell when a\n"
+               "value or a command was lost that was not in flight at a driver's end, when the driver\n"
+               "ended by itself, or when memory or open files grew.");
+}
+
+void describeHost(CLI::App& app, Settings& settings) {
+    HostSettings& host = settings.host;
+    address(app, "--listen", "ADDRESS:PORT", host.listen,
+            "where drivers connect, 127.0.0.1:20300 by default;\nport 0 takes a free one");
+    text(app, "--driver", "PATH", host.driver,
+         "start this driver; by default the one beside this\nprogram or in PATH, when a gateway is named");
+    const auto serial = [&host](const std::string& name) { host.transport = {textOf(name)}; };
+    CLI::Option* line = app.add_option_function<std::string>(
+        "--serial", serial,
+        "the driver's gateway is on this serial line: a path,\na name below /dev, or socket://HOST:PORT");
+    const auto gateway = [&host](const std::string& given) {
+        SocketAddress place;
+        if (!readAddress(given, place))
+            throw CLI::ValidationError("--gateway", "write it as 192.168.1.20:5003, not '" + given + "'");
+        host.transport = {place.host, Str(place.port)};
+    };
+    app.add_option_function<std::string>("--gateway", gateway, "the driver's gateway is at this TCP address")
+        ->type_name("HOST:PORT")
+        ->excludes(line->type_name("NAME"));
+    text(app, "--id", "ID", host.connectionId, "the connection ID for the driver, SIM by default");
+    app.add_flag("--restart", host.restart, "start the driver again when it ends");
+    text(app, "--units", "FILE", host.unitsFile, "keep the units in this file");
+    addTrace(app, settings);
+    app.parse_complete_callback([&host, &app] {
+        for (const char* option : {"--driver", "--restart"})
+            if (host.transport.empty() && app.count(option) > 0)
+                throw CLI::RequiredError(std::string("with ") + option +
+                                         ", --serial NAME or --gateway HOST:PORT");
+    });
+    app.footer("On a terminal the units are shown live.\n"
+               "Commands, one a line on standard input; help lists them:\n"
+               "  on ADDRESS, off ADDRESS, set ADDRESS VALUE, query ADDRESS, ping, debug on|off,\n"
+               "  raw TEXT, q, p, d, close, units, help, quit");
+}
+
+void describeGateway(CLI::App& app, Settings& settings) {
+    GatewaySettings& gateway = settings.gateway;
+    CLI::Option* tcp = address(app, "--tcp", "ADDRESS:PORT", gateway.listen,
+                               "listen here, 127.0.0.1:5003 by default; port 0 takes\na free one");
+    app.add_flag("--pty", gateway.usePseudoTerminal,
+                 "be a serial line, a pseudo-terminal; its path is\nprinted")
+        ->excludes(tcp);
+    const auto greets = [&gateway](std::int64_t times) { gateway.greet = times > 0; };
+    app.add_flag_function(
+        "--greet,!--no-greet", greets,
+        "say that the gateway is ready as soon as a driver\nconnects, or don't, the default "
+        "on TCP: a driver that\nis told IP takes that badly");
+    CLI::Option* mesh = addMesh(app, settings);
+    CLI::Option* rate = addRate(app, settings);
+    number(app, "--silent-after", "SECONDS", 0.1, kLongest, gateway.silentAfter,
+           "say nothing any more from then on");
+    number(app, "--drop-after", "SECONDS", 0.1, kLongest, gateway.dropAfter, "end the connection then");
+    text(app, "--record", "FILE", gateway.recordFile, "write down every line with its direction and time");
+    text(app, "--replay", "FILE", settings.replayFile, "send what such a file holds, in its own time")
+        ->excludes(mesh)
+        ->excludes(rate);
+    app.footer(std::string(kMeshExample) + "\nCommands on standard input: quit");
+}
+
+void describeTypes(CLI::App& app, Settings&) {
+    app.footer("A unit's address ends in the suffix. A type beyond the list gets UNKN and its number.");
+}
+
+struct Subcommand {
+    const char* name;
+    const char* summary;
+    void (*describe)(CLI::App& app, Settings& settings);
+    int (*run)(const Settings& settings);
+};
+
+constexpr std::array<Subcommand, 5> kSubcommands{
+    {{"demo", "Shows a host, a gateway and the driver between them in one terminal.", describeDemo, runDemo},
+     {"host", "Stands in for the home-automation host: keeps a driver's units, and commands them.",
+      describeHost, runHost},
+     {"gateway", "Stands in for a MySensors gateway with a mesh of nodes.", describeGateway, runGateway},
+     {"soak", "Runs the demo at high speed under mishaps, and tells whether anything was lost.", describeSoak,
+      runSoak},
+     {"types", "Lists the types of variables as the driver knows them.", describeTypes, runTypes}}};
+
+// The subcommand to be run, or null when the answer has been given already.
+const Subcommand* parse(int count, const char* const* words, Settings& settings) {
+    CLI::App app("Stand-ins for what the Hearthix MySensors driver stands between.", "hearthix-sim");
+    app.option_defaults()->take_last();
+    app.require_subcommand(0, 1);
+    app.set_version_flag("--version", kVersion, "tell the version");
+    app.footer("hearthix-sim COMMAND --help tells more.");
+    try {
+        for (const Subcommand& each : kSubcommands) {
+            CLI::App* command = app.add_subcommand(each.name, each.summary);
+            command->set_version_flag("--version", kVersion, "tell the version");
+            each.describe(*command, settings);
+        }
+        app.parse(count, words);
+        for (const Subcommand& each : kSubcommands)
+            if (app.got_subcommand(each.name))
+                return &each;
+        throw CLI::RequiredError::Subcommand(1);
+    } catch (const CLI::CallForVersion&) {
         Print(kVersion);
-        return 0;
+    } catch (const CLI::CallForHelp&) {
+        Print(textOf(app.help()));
+    } catch (const CLI::ParseError& error) {
+        const bool isKnown = !app.get_subcommands().empty();
+        const String name = concat("hearthix-sim", isKnown ? " " : "",
+                                   isKnown ? textOf(app.get_subcommands()[0]->get_name()) : String());
+        throw UsageError{concat(name, ": ", textOf(error.what()), "; see ", name, " --help")};
     }
-    if (name == "--help" || name == "-h" || name == "help") {
-        Print(kHelp);
-        return 0;
-    }
-    if (name.empty())
-        throw UsageError{
-            "hearthix-sim needs a command: demo, soak, host or gateway; see hearthix-sim --help"};
-    for (const Subcommand& each : kSubcommands) {
-        if (name != each.usage().name)
-            continue;
-        words.erase(words.begin());
-        if (!asksFor(words, "--help"))
-            return each.run(words);
-        Print(helpText(each.usage()));
-        return 0;
-    }
-    throw UsageError{concat("hearthix-sim has no command '", name,
-                            "': there are demo, soak, host and gateway; see hearthix-sim --help")};
+    return nullptr;
 }
 
 // It may quote a file that somebody else wrote.
-void complain(const String& sentence) {
+int complain(const String& sentence, int status) {
     PrintError(String(printable(sentence), TextEncoding::utf8));
+    return status;
 }
 
 class SimApplication : public ConsoleApplication {
 public:
-    Integer Event_Run(const Array<String>& arguments) override {
-        std::vector<String> words(arguments.begin() + 1, arguments.end());
+    SimApplication(int count, const char* const* words) : count_(count), words_(words) {}
+
+    Integer Event_Run(const Array<String>&) override {
         try {
-            return dispatch(std::move(words));
+            Settings settings;
+            const Subcommand* command = parse(count_, words_, settings);
+            return command != nullptr ? command->run(settings) : 0;
         } catch (const UsageError& error) {
-            complain(error.sentence);
-            return 2;
+            return complain(error.sentence, 2);
         } catch (const Failure& error) {
-            complain(error.sentence);
-            return 1;
+            return complain(error.sentence, 1);
         }
     }
     bool Event_UnhandledException(const RuntimeException&) override { return false; }
+
+private:
+    int count_;
+    const char* const* words_;
 };
 
 } // namespace
@@ -89,6 +256,6 @@ public:
 
 int main(int argc, char** argv) {
     hearthix::Log::toStandardError({});
-    hearthix::sim::SimApplication application;
+    hearthix::sim::SimApplication application(argc, argv);
     return application.execute(argc, argv);
 }

@@ -21,10 +21,11 @@ _hearthix_sim() {
         demo) words="--for --driver --pty --mesh --rate --fragment --junk --trace --help --version" ;;
         soak) words="--for --driver --pty --rate --help --version" ;;
         host) words="--listen --driver --serial --gateway --id --restart --units --trace --help --version" ;;
+        types) words="--help --version" ;;
         gateway) words="--tcp --pty --mesh --greet --no-greet --rate --fragment --junk --silent-after
             --drop-after --record --replay --help --version" ;;
     esac
-    ((COMP_CWORD == 1)) && words="demo soak host gateway --help --version"
+    ((COMP_CWORD == 1)) && words="demo soak host gateway types --help --version"
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }
 complete -F _hearthix_sim hearthix-sim

@@ -50,7 +50,7 @@ int spawn(const std::vector<std::string>& words, int output, pid_t& pid) {
     for (const int ignored : {SIGPIPE, SIGXFSZ})
         sigaddset(&signals, ignored);
     posix_spawnattr_setsigdefault(&attributes, &signals);
-    const int error = posix_spawn(&pid, pointers[0], &files, &attributes, pointers.data(), environ);
+    const int error = posix_spawnp(&pid, pointers[0], &files, &attributes, pointers.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
     return error;

@@ -17,7 +17,8 @@ class ChildProcess : public StreamDevice {
 public:
     ~ChildProcess() override { Stop(); }
 
-    // The arguments without the program's own path. False leaves the reason in LastErrorCode.
+    // A path, or a name that PATH leads to; the arguments without it. False leaves the reason in
+    // LastErrorCode.
     bool Start(const String& path, const std::vector<String>& arguments);
     bool isRunning() const noexcept { return pid_ > 0; }
     Integer pid() const noexcept { return pid_; }

@@ -131,8 +131,9 @@ TEST_F(SimProgram, DroppedDriverComesBackToAReplay) {
 }
 
 TEST_F(SimProgram, RefusesBadUseInOneSentence) {
-    for (const char* words : {"", "nonsense", "demo --nonsense", "demo --for", "host --listen 20300",
-                              "host --restart", "gateway --junk=200", "gateway --pty --tcp 127.0.0.1:0"}) {
+    for (const char* words :
+         {"", "nonsense", "demo --nonsense", "demo --for", "host --listen 20300", "host --restart",
+          "host host", "gateway --junk=nan", "gateway --pty --tcp 127.0.0.1:0"}) {
         Program program(folder, words);
         EXPECT_EQ(program.status(), 2) << program.output;
         EXPECT_EQ(std::count(program.output.begin(), program.output.end(), '\n'), 1) << program.output;

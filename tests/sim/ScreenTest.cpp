@@ -76,10 +76,14 @@ TEST(DemoScreen, KeepsItsColumnsOnEverySize) {
     std::string wide;
     while (wide.size() < 75)
         wide += "\u6e29";
-    const Demo demo("",
-                    "node 10 " + wide + "\nbattery 15\nsensor 0 TEMP 15 25\nswitch 1\ntext 4 VAR1 1" + wide +
-                        "\ntext 3 VAR1 e\u0301\U0001f525.\nnode 11 evil\x1b[2J\x9b\xe0\x80\x9b\nbattery 70\n"
-                        "text 1 VAR1 \x1b]0;t\x07\u202e\nsensor 2 HUM 1 9\n");
+    const Demo demo(
+        "", "[[node]]\nid = 10\nname = '" + wide +
+                "'\nbattery = 15\nchild = [{id = 0, type = 'TEMP', low = 15, high = 25}, {id = 1, type "
+                "= 'STATUS'}, {id = 4, type = 'VAR1', text = '1" +
+                wide +
+                "'}, {id = 3, type = 'VAR1', text = 'e\u0301\U0001f525.'}]\n[[node]]\nid = 11\nname = "
+                "\"evil\\u001b[2J\\u009b\"\nbattery = 70\nchild = [{id = 1, type = 'VAR1', text = "
+                "\"\\u001b]0;t\\u0007\\u202e\"}, {id = 2, type = 'HUM', low = 1, high = 9}]\n");
     const struct {
         int columns, rows;
         std::size_t units;
@@ -106,8 +110,10 @@ TEST(DemoScreen, KeepsItsColumnsOnEverySize) {
 }
 
 TEST(DemoScreen, ObeysItsKeysAndLeavesTheTerminalAsItWas) {
-    const Demo demo("", "node 10 Roof\nbattery 15\nsensor 1 HUM 7 7 every 1\nnode 12 Porch\nswitch 1\n"
-                        "sensor 2 TEMP 2 3 every 0.2\n");
+    const Demo demo("",
+                    "[[node]]\nid = 10\nname = 'Roof'\nbattery = 15\nchild = [{id = 1, type = 'HUM', low = "
+                    "7, high = 7, every = 1}]\n[[node]]\nid = 12\nname = 'Porch'\nchild = [{id = 1, type = "
+                    "'STATUS'}, {id = 2, type = 'TEMP', low = 2, high = 3, every = 0.2}]\n");
     const char* const steps[][2] = {{"", "0C02.TEMP        Porch"},
                                     {"", "\u2588     -    0s"},
                                     {"/ p O r", "\u2500 /pOr 2 of 3  log"},
@@ -140,7 +146,9 @@ TEST(DemoScreen, ObeysItsKeysAndLeavesTheTerminalAsItWas) {
 
 TEST(DemoScreen, ShowsNoMoreThanTheTerminalCanAndItsUserWants) {
     for (const std::string environment : {"TERM=dumb", "TERM=", "NO_COLOR=1", "NO_COLOR="}) {
-        const Demo demo(environment, "node 10 A\nsensor 1 HUM 1 9 every 0.2\n");
+        const Demo demo(environment,
+                        "[[node]]\nid = 10\nname = 'A'\nchild = [{id = 1, type = 'HUM', low = 1, "
+                        "high = 9, every = 0.2}]\n");
         ASSERT_TRUE(demo.shows(environment[0] == 'T' ? " value    0A01.HUM " : "\u2588")) << environment;
         EXPECT_EQ(demo.tmux("capture-pane -p -e").find("\x1b[36m") != std::string::npos,
                   environment == "NO_COLOR=");

@@ -1,6 +1,6 @@
 // The stand-ins without a driver: what the mesh says, what the host keeps, what counts as lost.
-#include "sim/CommandLine.hpp"
 #include "sim/DeliveryCheck.hpp"
+#include "sim/Failure.hpp"
 #include "sim/HostModel.hpp"
 #include "sim/MeshFile.hpp"
 #include "sim/Recording.hpp"
@@ -40,10 +40,14 @@ Ref<CXML> documentOf(const HostModel& model) {
     return document;
 }
 
-TEST(Files, RefuseWithTheLineNumber) {
-    const char* const meshes[][2] = {{"", "m: there is no node"},
-                                     {"node 1 A\n\nsensor 1 NOSUCH 1 2", "m:3: there is no type"},
-                                     {"node 1 A\nbattery", "m:2: write it as: battery"}};
+TEST(Files, RefuseWithThePlace) {
+    const char* const meshes[][2] = {
+        {"", "m:1:1: there is no [[node]]"},
+        {"[[node]]\nname = oops", "m:2:8: "},
+        {"[[node]]\nname = 'a'\nid = 255", "m:3:6: id has to be a whole number from 1 to 254"},
+        {"[[node]]\nname = 'a'\nbatery = 9", "m:3:1: nothing is called 'batery'"},
+        {"[[node]]\nname = 'a'\nchild = [\n {id = 1, type = 'NOSUCH'}]", "m:4:18: there is no such type"},
+        {"[[node]]\nname = 'a'\nchild = [{id = 1, type = 'TEMP', low = 2, high = inf}]", "m:3:50: high"}};
     for (const auto& [text, start] : meshes)
         EXPECT_TRUE(failureOf(parseMesh, text).starts_with(start)) << text;
     for (const char* text : {"x > y", "12 no mark", "-1 < 1;2", "> 1"})
