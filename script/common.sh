@@ -36,6 +36,29 @@ number() {
     exit 2
 }
 
+# counted TOTAL WHAT PREFIX COMMAND...: runs the command and counts the lines of its output that begin with the prefix:
+# each on a terminal, else every tenth part. Ends as the command does.
+counted() {
+    total=$1; what=$2; prefix=$3; shift 3
+    failure=$(mktemp)
+    { "$@" || echo failed >"$failure"; } | {
+        seen=0
+        while read -r line; do
+            case $line in "$prefix"*) seen=$((seen + 1)) ;; *) continue ;; esac
+            if [ -t 2 ]; then printf '\r\033[K[%d/%d] %s' "$seen" "$total" "$what" >&2
+            elif [ $((seen * 10 / total)) != $(((seen - 1) * 10 / total)) ]; then say "$seen of $total $what"; fi
+        done
+        [ ! -t 2 ] || printf '\r\033[K' >&2
+    }
+    if [ -s "$failure" ]; then rm "$failure"; return 1; fi
+    rm "$failure"
+}
+
+install_packages() {
+    plan=$($sudo apt-get install -s -qq "$@") && counted "$(echo "$plan" | grep -c '^Conf')" packages "Setting up" \
+        $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$@"
+}
+
 # need PACKAGE...: installs what is missing of Debian's packages.
 need() {
     missing=""
@@ -49,16 +72,15 @@ need() {
         sudo=sudo
     fi
     say "installing$missing"
-    export DEBIAN_FRONTEND=noninteractive
     # shellcheck disable=SC2086
-    $sudo apt-get install -y -qq $missing >/dev/null 2>&1 ||
-        { $sudo apt-get update -qq && $sudo apt-get install -y -qq $missing >/dev/null; } ||
+    install_packages $missing 2>/dev/null || { $sudo apt-get update -qq && install_packages $missing; } ||
         { echo "Installing$missing failed. Is this Debian 12, and are its package servers reachable?" >&2; exit 1; }
 }
 
 need_build_tools() {
     need g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libncurses-dev
 }
+need_test_tools() { need_build_tools; need socat libfaketime jq mosquitto mosquitto-clients tmux; }
 
 # build PRESET [TARGET...]: configures once, builds with all cores. Output only where something is done.
 build() {
