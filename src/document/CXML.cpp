@@ -9,22 +9,25 @@ namespace hearthix {
 CXML::CXML() : Values(Ref<Dictionary>::make()) {
 }
 
-// Takes the tree apart from the top, so that no destructor runs inside another one's.
+// Takes the tree apart from the top, so that no destructor runs inside another one's. What waits for its turn
+// is a list through the places 0, which hold no container: a destructor must do without memory.
 CXML::~CXML() {
-    if (Containers.Ubound() < 1)
-        return;
-    std::vector<Ref<CXML>> orphans;
-    const auto collect = [&orphans](OneBasedArray<Ref<CXML>>& children) {
-        for (std::int64_t i = 1; i <= children.Ubound(); ++i)
-            if (children[i])
-                orphans.push_back(std::exchange(children[i], nullptr));
+    Ref<CXML> waiting;
+    const auto collect = [&waiting](OneBasedArray<Ref<CXML>>& children) {
+        for (std::int64_t i = 0; i <= children.Ubound(); ++i) {
+            Ref<CXML> orphan = std::exchange(children[i], nullptr);
+            while (orphan && orphan->referenceCount() == 1) {
+                Ref<CXML> former = std::exchange(orphan->Containers[0], std::move(waiting));
+                waiting = std::move(orphan);
+                orphan = std::move(former);
+            }
+        }
     };
     collect(Containers);
-    while (!orphans.empty()) {
-        const Ref<CXML> node = std::move(orphans.back());
-        orphans.pop_back();
-        if (node->referenceCount() == 1)
-            collect(node->Containers);
+    while (waiting) {
+        const Ref<CXML> node = waiting;
+        waiting = std::exchange(node->Containers[0], nullptr);
+        collect(node->Containers);
     }
 }
 
