@@ -109,7 +109,7 @@ int runDemo(const Settings& settings) {
     String summary;
     bool succeeded = false;
     {
-        Session session(true);
+        Session session(Session::Shows::screen);
         Demo demo(settings, session);
         demo.run();
         summary = demo.summary();

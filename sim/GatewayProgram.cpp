@@ -10,7 +10,7 @@ int runGateway(const Settings& settings) {
     if (!settings.replayFile.empty())
         gatewaySettings.replay = loadRecording(settings.replayFile);
     GatewayServer gateway(std::move(gatewaySettings), loadMesh(settings.meshFile));
-    Session session(false);
+    Session session(Session::Shows::lines);
     HostView& view = session.view();
     gateway.noted = [&view](const String& text) { view.note("gateway", text); };
     gateway.sent = [&view](const String& text) { view.note("sent", text); };

@@ -38,6 +38,8 @@ Host::Host(HostSettings settings, HostView& view) : settings_(std::move(settings
         view_.note("host", concat("driver connected, connection ID ", id));
         if (driverConnected)
             driverConnected();
+        if (driverProgressed)
+            driverProgressed();
     };
     server_.disconnected = [this](const String& reason) {
         view_.note("host", concat("driver disconnected: ", reason));
@@ -45,10 +47,7 @@ Host::Host(HostSettings settings, HostView& view) : settings_(std::move(settings
     server_.noted = [this](const String& text) { view_.note("host", text); };
     server_.received = [this](const Ref<cHearthixCommand>& packet) { receive(packet); };
     server_.sent = [this](const Ref<cHearthixCommand>& packet) { trace(">", *packet); };
-    driver_.printed = [this](const String& line) {
-        if (!line.empty())
-            view_.note("driver", line);
-    };
+    driver_.printed = [this](const String& line) { driverSaid(line); };
     driver_.ended = [this](int status) { driverGone(status); };
     saveSoon_.action = [this] {
         if (!saveUnits())
@@ -79,10 +78,31 @@ void Host::startDriver() {
                              std::strerror(static_cast<int>(driver_.LastErrorCode())),
                              "; name its program with --driver PATH")};
     ++counts_.driverStarts;
+    closed_ = false;
+    lastWords_ = String();
     view_.note("host", concat("driver started, process ", Str(driver_.pid())));
 }
 
+// A stack dump becomes one line, which is no last word, and neither is the exception that led to it.
+void Host::driverSaid(const String& line) {
+    const bool begins = line == "stack trace begin";
+    const bool ends = line == "done logging the stack";
+    if (begins || (stackLines_ >= 0 && !ends)) {
+        stackLines_ = begins ? 0 : stackLines_ + 1;
+        if (settings_.trace)
+            view_.note("driver", line);
+    } else if (ends) {
+        view_.note("driver", concat("a stack dump of ", Str(std::exchange(stackLines_, -1)), " lines",
+                                    settings_.trace ? "" : "; --trace shows them"));
+    } else if (!line.empty()) {
+        view_.note("driver", line);
+        if (lastWords_.empty() || !line.view().starts_with("ended by an unhandled "))
+            lastWords_ = line;
+    }
+}
+
 void Host::driverGone(int status) {
+    stackLines_ = -1;
     view_.note("host", concat("driver ended with status ", Str(status)));
     if (driverEnded)
         driverEnded(status);
@@ -116,6 +136,7 @@ void Host::command(const String& word, const String& address, const String& valu
 }
 
 void Host::control(const String& word, const String& value) {
+    closed_ = closed_ || word == "close";
     const auto packet = Ref<cHearthixCommand>::make();
     packet->SetMulti("mcmd", word);
     if (!value.empty())
@@ -125,6 +146,7 @@ void Host::control(const String& word, const String& value) {
 
 void Host::controller(const String& letter, const String& data) {
     const auto packet = Ref<cHearthixCommand>::make();
+    closed_ = closed_ || letter == "Q" || letter == "P";
     packet->SetCommand(letter);
     packet->SetFlag(kForController);
     if (!data.empty())
@@ -140,14 +162,18 @@ String Host::status() const {
 
 void Host::receive(const Ref<cHearthixCommand>& packet) {
     trace("<", *packet);
+    bool becomesReady = false;
     if (packet->Header == "L" && !packet->isMultiPacket) {
         ++counts_.logLines;
         model_.hearLog(packet->LogMessage);
-        ready_ = ready_ || packet->LogMessage.view().ends_with(kReadyEnd);
+        becomesReady = !ready_ && packet->LogMessage.view().ends_with(kReadyEnd);
+        ready_ = ready_ || becomesReady;
         view_.note(concat("log ", Str(packet->LogData)), packet->LogMessage);
     } else if (packet->isMultiPacket) {
         receiveMulti(*packet);
     }
+    if (becomesReady && driverProgressed)
+        driverProgressed();
     if (observed)
         observed(*packet);
 }
@@ -168,7 +194,7 @@ void Host::receiveMulti(const cHearthixCommand& packet) {
                        concat("the driver sent ", word, " for the unknown unit ", packet.GetMulti("addr")));
         else if (unit.isNil())
             view_.note("host", concat("the driver sent ", word, ", which means nothing here"));
-        else
+        else if (!hushed_)
             view_.unitChanged(*unit, change);
         unitsChanged();
     }

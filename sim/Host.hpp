@@ -68,6 +68,12 @@ public:
     void stall(bool on) { server_.stall(on); }
     void dropLink() { server_.drop("dropped, as asked for"); }
     void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
+    // No more values are shown.
+    void hush() { hushed_ = true; }
+    // Whether the driver was told to end.
+    bool hasClosedDriver() const noexcept { return closed_; }
+    // What the driver said last beside its log and its stack dump; empty when it said nothing.
+    const String& lastWords() const noexcept { return lastWords_; }
     // For the title of a screen: fields with two blanks between, the last one first to go when they don't
     // fit.
     String status() const;
@@ -75,6 +81,8 @@ public:
     // Every packet of the driver, when the host has dealt with it.
     std::function<void(const cHearthixCommand& packet)> observed;
     std::function<void()> driverConnected;
+    // It has connected, or become ready.
+    std::function<void()> driverProgressed;
     std::function<void(int status)> driverEnded;
 
 private:
@@ -82,6 +90,7 @@ private:
     void receiveMulti(const cHearthixCommand& packet);
     void answerUnits();
     void trace(const char* direction, const cHearthixCommand& packet);
+    void driverSaid(const String& line);
     void driverGone(int status);
     void loadUnits();
     // False when they could not be saved.
@@ -99,6 +108,10 @@ private:
     String connectedId_;
     bool ready_ = false;
     bool closing_ = false;
+    bool closed_ = false;
+    bool hushed_ = false;
+    Integer stackLines_ = -1; // below 0 outside of a stack dump
+    String lastWords_;
 };
 
 } // namespace hearthix::sim

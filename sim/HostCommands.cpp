@@ -2,6 +2,7 @@
 
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
+#include "sim/system/ConsoleInput.hpp"
 #include "sim/Text.hpp"
 
 #include <algorithm>
@@ -13,6 +14,7 @@ namespace {
 
 // A common message tells its length in one byte, and its other fields take eleven.
 constexpr std::size_t kMostRaw = 244;
+constexpr std::size_t kMostWaiting = 1000;
 
 // Short enough for the log of the smallest screen.
 constexpr std::array<const char*, 6> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
@@ -23,6 +25,10 @@ constexpr std::array<const char*, 6> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS
                                            "units: all units, or the next page; quit: end everything"};
 
 } // namespace
+
+HostCommands::HostCommands(Host& host, std::function<void()> quit) : host_(host), quit_(std::move(quit)) {
+    host_.driverProgressed = [this] { runWaiting(); };
+}
 
 const std::vector<HostCommands::Entry>& HostCommands::entries() {
     static const std::vector<Entry> kEntries{
@@ -53,12 +59,25 @@ void HostCommands::run(const String& line) {
         complain(concat("there is no command '", words[0], "'; help lists them all"));
     else if (words.size() - 1 < found->count)
         complain(concat("use it as: ", found->name, " ", found->arguments));
-    else if (found->needs == Needs::driver && !host_.hasDriver())
-        complain("no driver is connected yet");
-    else if (found->needs == Needs::readyDriver && !host_.hasReadyDriver())
-        complain("no driver is ready yet");
-    else
+    else if (waiting_.size() >= kMostWaiting)
+        complain(concat("dropped, as too many commands wait for a driver: ", line));
+    else if (canRun(*found) && (waiting_.empty() || ConsoleInput::isTerminal()))
         (this->*found->action)(words, line);
+    else
+        waiting_.emplace_back(&*found, line);
+}
+
+bool HostCommands::canRun(const Entry& entry) const {
+    return entry.needs == Needs::nothing ||
+           (entry.needs == Needs::driver ? host_.hasDriver() : host_.hasReadyDriver());
+}
+
+void HostCommands::runWaiting() {
+    while (!waiting_.empty() && canRun(*waiting_.front().first)) {
+        const auto [entry, line] = waiting_.front();
+        waiting_.pop_front();
+        (this->*entry->action)(wordsOf(line), line);
+    }
 }
 
 void HostCommands::unitCommand(const Words& words, const String&) {
@@ -66,8 +85,10 @@ void HostCommands::unitCommand(const Words& words, const String&) {
     host_.command(word, words[1]);
 }
 
-void HostCommands::set(const Words& words, const String&) {
-    host_.command("SetValue", words[1], words[2]);
+// The value is the rest of the line, or what stands in quotes.
+void HostCommands::set(const Words& words, const String& line) {
+    const Integer start = InStrB(1, line, words[1]) + LenB(words[1]) + 1;
+    host_.command("SetValue", words[1], words.size() == 3 ? words[2] : Trim(MidB(line, start)));
 }
 
 void HostCommands::driverCommand(const Words& words, const String&) {

@@ -3,16 +3,20 @@
 
 #include "sim/Host.hpp"
 
+#include <deque>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace hearthix::sim {
 
 class HostCommands {
 public:
-    HostCommands(Host& host, std::function<void()> quit) : host_(host), quit_(std::move(quit)) {}
+    HostCommands(Host& host, std::function<void()> quit);
 
-    // Carries out a line; what is wrong with it is told in one line of the log.
+    // Carries out a line; what is wrong with it is told in one line of the log. A command that needs a driver
+    // waits for it, and what comes behind it waits as well; but a person who types is obeyed at once wherever
+    // no driver is needed.
     void run(const String& line);
 
 private:
@@ -27,6 +31,9 @@ private:
     };
     static const std::vector<Entry>& entries();
 
+    bool canRun(const Entry& entry) const;
+    void runWaiting();
+
     void unitCommand(const Words& words, const String& line);
     void set(const Words& words, const String& line);
     void driverCommand(const Words& words, const String& line);
@@ -40,6 +47,7 @@ private:
 
     Host& host_;
     std::function<void()> quit_;
+    std::deque<std::pair<const Entry*, String>> waiting_;
 };
 
 } // namespace hearthix::sim

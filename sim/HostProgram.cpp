@@ -1,21 +1,124 @@
 // The subcommand "host".
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+#include "sim/Failure.hpp"
 #include "sim/HostCommands.hpp"
 #include "sim/Session.hpp"
 #include "sim/Subcommands.hpp"
 
+#include <filesystem>
+#include <set>
+
 namespace hearthix::sim {
 
+namespace {
+
+// For what the driver has sent last to arrive.
+constexpr Integer kFarewellMilliseconds = 200;
+
+// The serial ports that the machine has, for the end of a sentence.
+String presentPorts() {
+    std::set<std::string> paths;
+    for (const auto& [folder, prefix] :
+         {std::pair{"/dev/serial/by-id", ""}, {"/dev", "ttyUSB"}, {"/dev", "ttyACM"}}) {
+        std::error_code error;
+        for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+            if (entry.path().filename().string().starts_with(prefix))
+                paths.insert(entry.path());
+    }
+    String list = paths.empty() ? "; this machine has none at present" : "; there are";
+    for (const std::string& path : paths)
+        list += concat(" ", String(path));
+    return list;
+}
+
+class HostRun {
+public:
+    explicit HostRun(const Settings& settings);
+
+    // Why it ended, when not as it was asked to; empty otherwise.
+    String run();
+
+private:
+    bool isAwaited(const String& address) const;
+    void driverEnded(int status);
+    void end(const String& failure);
+
+    const Settings& settings_;
+    Session session_;
+    Host host_;
+    HostCommands commands_;
+    Alarm timeOver_;
+    Alarm farewell_;
+    Integer values_ = 0;
+    String failure_;
+};
+
+HostRun::HostRun(const Settings& settings)
+    : settings_(settings), session_(settings.json ? Session::Shows::json : Session::Shows::screen),
+      host_(settings.host, session_.view()), commands_(host_, [this] { end({}); }) {
+    session_.status = [this] { return host_.status(); };
+    session_.entered = [this](const String& line) { commands_.run(line); };
+    session_.watch(host_.model());
+    host_.observed = [this](const cHearthixCommand& packet) {
+        const Integer values = host_.counts().values;
+        if (std::exchange(values_, values) != values && isAwaited(packet.GetMulti("addr")))
+            end({});
+    };
+    host_.driverEnded = [this](int status) { driverEnded(status); };
+    timeOver_.action = [this] {
+        const bool isEarly = settings_.count > 0 || !settings_.untilAddress.empty();
+        end(isEarly ? "the time is over, and what --count or --until ask for has not come" : "");
+    };
+    farewell_.action = [this] { session_.end(); };
+}
+
+// Of a unit that just got a value.
+bool HostRun::isAwaited(const String& address) const {
+    if (settings_.count > 0 && values_ >= settings_.count)
+        return true;
+    const Ref<HostUnit> unit = host_.model().find(settings_.untilAddress);
+    if (unit.isNil() || unit != host_.model().find(address))
+        return false;
+    const String& wanted = settings_.untilValue.value_or(unit->value);
+    return unit->value == wanted ||
+           (IsNumeric(wanted) && IsNumeric(unit->value) && Val(wanted) == Val(unit->value));
+}
+
+void HostRun::driverEnded(int status) {
+    if (settings_.host.restart || session_.hasEnded())
+        return;
+    const String& words = host_.lastWords();
+    if (!host_.hasClosedDriver())
+        failure_ = concat("the driver has ended by itself, with status ", Str(status),
+                          words.empty() ? "" : "; it said: ", words);
+    if (words.view().starts_with("no serial port is named "))
+        failure_ += presentPorts();
+    farewell_.setIn(kFarewellMilliseconds);
+}
+
+void HostRun::end(const String& failure) {
+    failure_ = failure;
+    host_.hush();
+    session_.end();
+}
+
+String HostRun::run() {
+    host_.open();
+    host_.startDriver();
+    if (settings_.seconds > 0)
+        timeOver_.setSeconds(settings_.seconds);
+    session_.run();
+    host_.close();
+    return failure_;
+}
+
+} // namespace
+
 int runHost(const Settings& settings) {
-    Session session(true);
-    Host host(settings.host, session.view());
-    HostCommands commands(host, [&session] { session.end(); });
-    session.status = [&host] { return host.status(); };
-    session.entered = [&commands](const String& line) { commands.run(line); };
-    session.watch(host.model());
-    host.open();
-    host.startDriver();
-    session.run();
-    host.close();
+    // What is told last stays on the screen.
+    if (const String failure = HostRun(settings).run(); !failure.empty())
+        throw Failure{failure};
     return 0;
 }
 

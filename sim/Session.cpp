@@ -2,6 +2,7 @@
 
 #include "log/Log.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "sim/JsonView.hpp"
 #include "sim/system/Terminal.hpp"
 
 #include <csignal>
@@ -14,20 +15,24 @@ constexpr Integer kTurnMilliseconds = 50;
 
 } // namespace
 
-Session::Session(bool wantsScreen) : signals_(Ref<SignalWatch>::make()), input_(Ref<ConsoleInput>::make()) {
+Session::Session(Shows shows) : signals_(Ref<SignalWatch>::make()), input_(Ref<ConsoleInput>::make()) {
     signals_->caught = [this](int number) { signal(number); };
     signals_->Open({SIGINT, SIGTERM, SIGHUP, SIGWINCH});
     const auto enter = [this](const String& line) {
         if (entered)
             entered(line);
     };
-    if (wantsScreen && terminal::canDraw()) {
+    if (shows == Shows::screen && terminal::canDraw()) {
         auto screen = std::make_unique<HostScreen>([this] { return status ? status() : String(); }, enter);
         screen_ = screen.get();
         input_->ready = [this] { screen_->readKeys(); };
         view_ = std::move(screen);
     } else {
-        auto plain = std::make_unique<PlainView>(enter);
+        std::unique_ptr<PlainView> plain;
+        if (shows == Shows::json)
+            plain = std::make_unique<JsonView>(enter);
+        else
+            plain = std::make_unique<PlainView>(enter);
         input_->received = [view = plain.get()](std::string_view bytes) { view->typed(bytes); };
         view_ = std::move(plain);
     }

@@ -15,7 +15,8 @@ namespace hearthix::sim {
 class Session {
 public:
     // A screen needs a terminal at both ends, and more than a dumb one; otherwise the view is plain lines.
-    explicit Session(bool wantsScreen);
+    enum class Shows { screen, lines, json };
+    explicit Session(Shows shows);
     ~Session();
 
     HostView& view() noexcept { return *view_; }

@@ -5,6 +5,8 @@
 #include "sim/GatewayServer.hpp"
 #include "sim/Host.hpp"
 
+#include <optional>
+
 namespace hearthix::sim {
 
 // Each subcommand looks at what its help tells of.
@@ -14,6 +16,10 @@ struct Settings {
     double seconds = 0; // how long it runs; 0 for as long as nobody ends it
     String meshFile;    // empty for the standard mesh
     String replayFile;
+    bool json = false;
+    Integer count = 0;   // values after which the host ends; 0 for none
+    String untilAddress; // the unit whose value ends it; empty for none
+    std::optional<String> untilValue;
 };
 
 int runDemo(const Settings& settings);

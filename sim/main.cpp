@@ -66,8 +66,12 @@ CLI::Option* address(CLI::App& app, const char* name, const char* type, SocketAd
     return app.add_option_function<std::string>(name, read, help)->type_name(type);
 }
 
-void addPlayOptions(CLI::App& app, Settings& settings) {
+void addFor(CLI::App& app, Settings& settings) {
     number(app, "--for", "SECONDS", 0.5, kLongest, settings.seconds, "end after so many seconds");
+}
+
+void addPlayOptions(CLI::App& app, Settings& settings) {
+    addFor(app, settings);
     text(app, "--driver", "PATH", settings.host.driver,
          "the driver; by default the one beside this program,\nor else in PATH");
     app.add_flag("--pty", settings.gateway.usePseudoTerminal,
@@ -135,13 +139,28 @@ void describeHost(CLI::App& app, Settings& settings) {
     app.add_flag("--restart", host.restart, "start the driver again when it ends");
     text(app, "--units", "FILE", host.unitsFile, "keep the units in this file");
     addTrace(app, settings);
+    app.add_flag("--json", settings.json, "print one JSON object a line, for scripts");
+    addFor(app, settings);
+    app.add_option("--count", settings.count, "end after so many values")
+        ->type_name("N")
+        ->check(CLI::Range(Integer{1}, INT64_MAX, "N"));
+    const auto until = [&settings](const std::string& given) {
+        const std::size_t equals = given.find('=');
+        settings.untilAddress = textOf(given.substr(0, equals));
+        if (equals != std::string::npos)
+            settings.untilValue = textOf(given.substr(equals + 1));
+    };
+    app.add_option_function<std::string>("--until", until, "end when this unit gets a value, or this value")
+        ->type_name("ADDRESS[=VALUE]");
     app.parse_complete_callback([&host, &app] {
         for (const char* option : {"--driver", "--restart"})
             if (host.transport.empty() && app.count(option) > 0)
                 throw CLI::RequiredError(std::string("with ") + option +
                                          ", --serial NAME or --gateway HOST:PORT");
     });
-    app.footer("On a terminal the units are shown live.\n"
+    app.footer("On a terminal the units are shown live. It ends with its driver, unless --restart is given.\n"
+               "The exit status is 1 when the driver ended by itself, or when the time was over before\n"
+               "what --count or --until ask for had come. Commands wait until the driver is ready.\n"
                "Commands, one a line on standard input; help lists them:\n"
                "  on ADDRESS, off ADDRESS, set ADDRESS VALUE, query ADDRESS, ping, debug on|off,\n"
                "  raw TEXT, q, p, d, close, units, help, quit");

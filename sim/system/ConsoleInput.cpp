@@ -10,6 +10,10 @@
 
 namespace hearthix {
 
+bool ConsoleInput::isTerminal() {
+    return isatty(STDIN_FILENO) == 1;
+}
+
 void ConsoleInput::Open() {
     open_ = true;
     EventLoop::instance().add(*this);

@@ -15,6 +15,8 @@ class ConsoleInput : public EventSource {
 public:
     ~ConsoleInput() override { Close(); }
 
+    // Whether a person types it, as far as one can tell.
+    static bool isTerminal();
     void Open();
     void Close();
 

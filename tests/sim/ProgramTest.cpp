@@ -91,10 +91,8 @@ TEST_F(SimProgram, HostCommandsASerialGatewayAndKeepsItsUnits) {
     const std::string words = "host --trace --listen 127.0.0.1:0 --units " + folder + "/units --serial " +
                               gateway.restBehind("the gateway is ");
     Program host(folder, words);
-    host.type("on 0C01.STATUS");
-    for (const char* text :
-         {"no driver is ready yet", "Gateway Ready: ", "J mcmd=\"setUnits\" DATA=document of ",
-          "responding to node ID request with ID: 14", "0C01.STATUS ON battery 0"})
+    for (const char* text : {"Gateway Ready: ", "J mcmd=\"setUnits\" DATA=document of ",
+                             "responding to node ID request with ID: 14", "0C01.STATUS ON battery 0"})
         EXPECT_TRUE(host.prints(text)) << text << "\n" << host.output;
     host.type("on 0C01.STATUS\nset 0C02.PERCENT 40\nping\nraw 12;2;2;0;3;\nbogus");
     EXPECT_TRUE(host.prints("value    0C02.PERCENT 40 battery 0", 2)) << "obeyed, and asked for in raw";
@@ -128,6 +126,50 @@ TEST_F(SimProgram, DroppedDriverComesBackToAReplay) {
     EXPECT_TRUE(rival.prints("name another address with --listen"));
     host.interrupt();
     EXPECT_EQ(host.status(), 0);
+}
+
+TEST_F(SimProgram, HostEndsAsAScriptAsks) {
+    Program gateway(folder, "gateway --tcp 127.0.0.1:0");
+    const std::string place = " --gateway " + gateway.restBehind("the gateway is ");
+    const struct {
+        std::string words, typed;
+        int status;
+        std::string holds; // of all objects, by jq
+    } runs[] = {{"--count 3" + place, "", 0,
+                 "map(select(.kind == \"value\")) | length == 3 and .[0].value == \"20.0\""},
+                {"--until 0c02.percent=40.0" + place, "set 0C02.PERCENT 40", 0, ".[-1].kind == \"host\""},
+                {"--for 1 --until 0A00.TEMP=" + place, "", 1, "all(.kind != null)"},
+                {"--for 1" + place, "", 0, "any(.kind == \"host\")"},
+                {place, "set 0D03.VAR1 two  w\xc3\xa4\xff\nquit", 0,
+                 "any(.text == \"outgoing command (13;3;1;0;24;two  w\u00e4\ufffd)\")"},
+                {place, "close", 0, "all(.time | test(\"^20..-..-..T..:..:..[.]...Z$\"))"},
+                {"--serial nope", "", 1, "any(.text | startswith(\"no serial port is named nope\"))"}};
+    for (const auto& run : runs) {
+        Program host(folder, "host --json --listen 127.0.0.1:0 " + run.words + " >" + folder + "/out");
+        host.type(run.typed);
+        EXPECT_EQ(host.status(), run.status) << run.words;
+        EXPECT_EQ(host.output.empty(), run.status == 0) << host.output;
+        EXPECT_EQ(std::system(("jq -se '" + run.holds + "' " + folder + "/out >/dev/null").c_str()), 0)
+            << run.holds;
+    }
+}
+
+TEST_F(SimProgram, HostTellsTheDriversLastWordsAtTheEnd) {
+    Program gateway(folder, "gateway --greet --tcp 127.0.0.1:0");
+    const std::string place = gateway.restBehind("the gateway is ");
+    const std::pair<std::string, std::string> ends[] = {{"--serial nope", "no serial port is named nope"},
+                                                        {"--gateway " + place, "speaks before"}};
+    for (const auto& [words, said] : ends) {
+        Program host(folder, "host --listen 127.0.0.1:0 " + words);
+        EXPECT_EQ(host.status(), 1);
+        EXPECT_NE(host.output.rfind(said), host.output.find(said)) << host.output;
+        EXPECT_GT(host.output.rfind(said), host.output.find("; it said: ")) << host.output;
+        EXPECT_EQ(host.output.find("raiseNilObject"), std::string::npos);
+        EXPECT_TRUE(host.prints(words[2] == 's' ? "this machine has none" : "a stack dump of ") ||
+                    host.prints("there are /dev/"));
+    }
+    Program serial(folder, "host --listen 127.0.0.1:0 --count 1 --serial socket://" + place);
+    EXPECT_EQ(serial.status(), 0) << serial.output;
 }
 
 TEST_F(SimProgram, RefusesBadUseInOneSentence) {
