@@ -41,20 +41,14 @@ void checkLineToGateway(std::string_view line) {
 }
 
 std::string hostPacket(char step) {
-    using Pairs = std::vector<std::pair<const char*, String>>;
-    static constexpr char kUnits[] = "KbdbAL  O\4\0\0\0unitKbdbAL  V\7\0\0\0Address\11\0\0\0"
-                                     "0A03.TEMPEE";
-    const String units(std::string_view(kUnits, sizeof kUnits - 1));
-    static const std::vector<Pairs> kPackets{{{"mcmd", "debug"}, {"Valu", "true"}},
-                                             {{"mcmd", "debug"}, {"Valu", "false"}},
-                                             {{"mcmd", "ON"}, {"addr", "0A03.STATUS"}},
-                                             {{"mcmd", "SetValue"}, {"addr", "123.DIMMER"}, {"Valu", "7"}},
-                                             {{"mcmd", "Qery"}, {"addr", "0B01.TEMP"}},
-                                             {{"mcmd", "setUnits"}, {"DATA", units}}};
-    cHearthixCommand packet;
-    for (const auto& [key, value] : kPackets[static_cast<std::size_t>(step - '0')])
-        packet.SetMulti(key, value);
-    return std::string(packet.GetRawMultipacket().view());
+    using test::multipacket;
+    const std::string packets[]{multipacket({{"mcmd", "debug"}, {"Valu", "true"}}),
+                                multipacket({{"mcmd", "debug"}, {"Valu", "false"}}),
+                                multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}),
+                                multipacket({{"mcmd", "SetValue"}, {"addr", "123.DIMMER"}, {"Valu", "7"}}),
+                                multipacket({{"mcmd", "Qery"}, {"addr", "0B01.TEMP"}}),
+                                test::unitsPacket(std::vector<std::string>{"0A03.TEMP"})};
+    return packets[step - '0'];
 }
 
 void doStep(char step, const Rig& rig, CheckedDriver& driver) {

@@ -20,38 +20,8 @@ namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::int64_t kStart = 1'700'000'000 * kSecond;
-constexpr std::size_t kLogHeader = 3;
-constexpr std::size_t kMultipacketHeader = 4;
-constexpr std::size_t kEntryHeader = 6;
 
 std::int64_t present = kStart;
-
-std::size_t byteAt(std::string_view bytes, std::size_t offset) {
-    return static_cast<unsigned char>(bytes[offset]);
-}
-
-std::size_t numberAt(std::string_view bytes, std::size_t offset) {
-    return byteAt(bytes, offset) | byteAt(bytes, offset + 1) << 8U;
-}
-
-// Length of the packet at the start of the bytes.
-std::size_t packetLength(std::string_view bytes) {
-    const bool isLog = bytes[0] == 'L';
-    require(isLog || bytes[0] == 'J', "a packet to the host is a log line or a multipacket");
-    require(bytes.size() >= (isLog ? kLogHeader : kMultipacketHeader), "a packet to the host has its header");
-    const std::size_t length = isLog ? byteAt(bytes, 1) : numberAt(bytes, 1);
-    require(length <= bytes.size(), "a packet to the host is as long as it says");
-    if (isLog) {
-        require(length >= kLogHeader && byteAt(bytes, 2) <= 4, "a log line has a level");
-        return length;
-    }
-    require(byteAt(bytes, 3) == 128, "a multipacket says that its numbers are little-endian");
-    std::size_t at = kMultipacketHeader;
-    while (at + kEntryHeader <= length)
-        at += kEntryHeader + numberAt(bytes, at + 4);
-    require(at == length && at > kMultipacketHeader, "a multipacket's entries end with it");
-    return length;
-}
 
 } // namespace
 
@@ -113,14 +83,11 @@ void Rig::serve() {
     hostReads();
 }
 
-std::vector<std::string_view> Rig::packetsToHost() {
+test::Packets Rig::packetsToHost() {
     hostReads();
-    std::vector<std::string_view> packets;
-    std::string_view rest = received_;
-    while (!rest.empty()) {
-        packets.push_back(rest.substr(0, packetLength(rest)));
-        rest.remove_prefix(packets.back().size());
-    }
+    test::Packets packets = test::packetsIn(received_);
+    for (const test::Packet& packet : packets)
+        require(test::isWhole(packet), "a packet to the host is as long as it says");
     return packets;
 }
 

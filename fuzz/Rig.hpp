@@ -9,13 +9,13 @@
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "ports/iAbstractPort.hpp"
+#include "tests/support/Packets.hpp"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace hearthix::fuzz {
 
@@ -45,7 +45,7 @@ public:
     // A pass of the event loop, behind which the host takes in what the driver has written.
     void serve();
     // All that the driver has written, cut into packets. Requires each to be well-formed.
-    std::vector<std::string_view> packetsToHost();
+    test::Packets packetsToHost();
     // Puts the wall clock forward.
     static void pass(std::int64_t seconds);
 

@@ -96,8 +96,9 @@ TEST(CommonMessage, IsReadByPosition) {
     EXPECT_EQ((std::vector{command.PacketLength, command.TransactionID, command.Flags, command.level,
                            command.param1, command.param2}),
               (std::vector<Integer>{16, 200, 0xC2, 75, 7, 255}));
-    EXPECT_TRUE(command.fDoTransmit && command.fCCM && command.fStacked && !command.fWireless &&
-                !command.LowBattery);
+    EXPECT_EQ((std::vector{command.fDoTransmit, command.fCCM, command.fStacked, command.fWireless,
+                           command.LowBattery}),
+              (std::vector{true, true, true, false, false}));
     EXPECT_TRUE(
         command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30 34 30 30 4C"))); // cut, and level 76
     EXPECT_EQ((std::vector{command.level, command.param1, command.param2}), (std::vector<Integer>{0, 0, 0}));

@@ -24,7 +24,8 @@ class EndpointTest : public DriverTest {};
 
 TEST_F(EndpointTest, EntersItselfUnderItsLowBytes) {
     const auto node = cMSEndpoint::create(300, 255, -1), child = cMSEndpoint::create(300, 10, 7);
-    EXPECT_TRUE(cMSEndpoint::find("2cff") == node && cMSEndpoint::find("2c0a") == child);
+    EXPECT_EQ(cMSEndpoint::find("2cff"), node);
+    EXPECT_EQ(cMSEndpoint::find("2c0a"), child);
     const auto second = cMSEndpoint::create(44, 10, 0); // shares the address, and takes the place
     EXPECT_EQ(cMSEndpoint::find("2C0A"), second);
     EXPECT_EQ(node->subUnits->Value("2C0A").objectAs<cMSEndpoint>(), second.get());
@@ -152,7 +153,8 @@ TEST_F(MeshTest, KnowsTheVariableTypesOnly) {
 
 TEST_F(MeshTest, TakesUnknownVariableTypesForBothAndSaysSo) {
     for (const Integer number : {Integer{46}, Integer{-1}, INT64_MAX}) {
-        EXPECT_TRUE(mySensors::isVarTypeDimmable(number) && mySensors::isVarTypeReadOnly(number));
+        EXPECT_TRUE(mySensors::isVarTypeDimmable(number));
+        EXPECT_TRUE(mySensors::isVarTypeReadOnly(number));
         const auto line = test::log("unknown variable type: " + std::to_string(number));
         EXPECT_EQ(sent(), (test::Packets{line, line}));
     }

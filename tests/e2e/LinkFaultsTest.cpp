@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <set>
 #include <thread>
 
 #include <sys/socket.h>
@@ -65,7 +66,8 @@ TEST(BrokenLink, OfTheHostInTheOpeningLineEndsTheDriver) {
         link.reset();
         // Within the first milliseconds it counts as a host that never answered.
         const Ending ending = driver.end();
-        EXPECT_TRUE(ending.status == 0 && ending.output.starts_with(kPipeError)) << ending.output;
+        EXPECT_EQ(ending.status, 0);
+        EXPECT_EQ(ending.output.substr(0, kPipeError.size()), kPipeError);
     });
 }
 
@@ -74,15 +76,15 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
     struct Case {
         How how;
         std::size_t bytes;
-        const char* code;
+        std::set<std::string> codes;
         Transport transport = Transport::tcp;
     };
-    std::vector<Case> cases{{How::close, 0, "107"},
-                            {How::close, line.size(), "107"},
-                            {How::close, line.size(), "", Transport::serial}, // 5 or 107, as the system likes
-                            {How::halfClose, line.size(), "107"}};
+    std::vector<Case> cases{{How::close, 0, {"107"}},
+                            {How::close, line.size(), {"107"}},
+                            {How::close, line.size(), {"5", "107"}, Transport::serial}, // as the system likes
+                            {How::halfClose, line.size(), {"107"}}};
     for (std::size_t bytes = 0; bytes < line.size(); ++bytes)
-        cases.push_back({How::reset, bytes, "104"});
+        cases.push_back({How::reset, bytes, {"104"}});
     allAtOnce(cases, [&line](const Case& c) {
         Conversation talk(c.transport);
         talk.gateway.say(line.substr(0, c.bytes));
@@ -93,8 +95,8 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
             EXPECT_EQ(talk.host.next(), log("Gateway Message: last words"));
         }
         const std::string error = readable(talk.host.next());
-        const std::string opening = "log 4: mySensors communication error: ";
-        EXPECT_TRUE(error.starts_with(opening + c.code) && error.ends_with(" - ")) << error;
+        EXPECT_TRUE(c.codes.contains(between(error, "log 4: mySensors communication error: ", " - ")))
+            << error;
         EXPECT_EQ(talk.host.untilEnd(), Packets{}) << c.bytes;
         const Ending ending = talk.driver.end();
         EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, "", ""));
@@ -136,7 +138,7 @@ TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
     for (int i = 0; i < 2000 && answer != failed; ++i) {
         const Packet told = sendLargeCommand(talk, 'z');
         answer = talk.host.next();
-        ASSERT_TRUE(answer == told || answer == failed) << readable(answer);
+        ASSERT_EQ(answer, answer == failed ? failed : told);
     }
     EXPECT_EQ(answer, failed);
     EXPECT_EQ(talk.driver.end().status, 0);
@@ -234,7 +236,7 @@ TEST(Load, AHostThatReadsLateMissesNothing) {
     EXPECT_EQ(talk.gatewaySays("").host, Packets{});
 #ifndef __SANITIZE_ADDRESS__
     // What waited, some 7 MiB, is not kept.
-    EXPECT_TRUE(isForeignDriver() || talk.driver.residentBytes() < before + (std::size_t{3} << 20));
+    EXPECT_LT(talk.driver.residentBytes(), isForeignDriver() ? SIZE_MAX : before + (std::size_t{3} << 20));
 #endif
 }
 

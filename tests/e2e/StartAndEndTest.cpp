@@ -1,9 +1,11 @@
-// How the process begins, and all the ways in which it ends in good order.
+// How the process begins, what it waits for, and all the ways in which it ends: in good order, with a stack
+// dump, or not at all. Only lower limits of time are tested; the machine may be slow.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <thread>
 #include <tuple>
 
 namespace hearthix::test {
@@ -106,6 +108,242 @@ TEST(End, ALostStandardOutputHarmsNothing) {
         EXPECT_EQ(talk.host.untilEnd(), Packets{});
         EXPECT_GT(talk.driver.end().status, 0);
     }
+}
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr milliseconds kAlmostTenSeconds{9900};
+const std::string kVersionRequest = "0;0;3;0;2;\n";
+
+TEST(Watchdog, AsksAfterTenSecondsAndEndsAfterTwenty) {
+    Conversation talk;
+    talk.gatewaySays("");
+    const auto start = Clock::now();
+    EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
+    EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
+    EXPECT_FALSE(talk.host.hasNews(milliseconds(0))); // asked without a word to the host
+    EXPECT_EQ(talk.gateway.hearToEnd(), "");
+    EXPECT_GE(Clock::now() - start, 2 * kAlmostTenSeconds);
+    EXPECT_EQ(talk.host.untilEnd(),
+              Packets{log("timeout waiting for ping from mySensors gateway. Restarting connection...")});
+    EXPECT_EQ(talk.driver.end().status, 0);
+}
+
+TEST(Watchdog, IsCalmedByAnyByteAndTakesOneVersionAsTheAnswer) {
+    Conversation talk;
+    talk.host.say(commonMessage('D'));
+    EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: ON"));
+    EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
+    EXPECT_EQ(talk.host.next(), log("requesting version as ping"));
+    talk.host.say(commonMessage('D'));
+    EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: OFF"));
+    talk.gateway.say("0;0;"); // part of a line is a sign of life
+    const auto start = Clock::now();
+    EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
+    EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
+    EXPECT_EQ(
+        talk.gatewaySays("\n0;0;3;0;2;2.3.2\n0;0;3;0;2;2.3.2\n"),
+        effects({log("stale data in buffer. Throwing away 4 bytes:  30 3B 30 3B", 4),
+                 log("failed to parse Command: ()", 4), log("mySensors gateway reports version: 2.3.2")}));
+}
+
+TEST(Watchdog, OnASerialLineStartsWithTheFirstByte) {
+    Conversation talk(Transport::serial);
+    EXPECT_FALSE(talk.gateway.hasNews(seconds(11)));
+    talk.gatewaySays("");
+    const auto start = Clock::now();
+    EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
+    EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
+}
+
+// A gateway whose queue of connections is full leaves the driver waiting for one.
+struct SilentGateway : testing::Test {
+    void SetUp() override {
+        host.accept();
+        host.say(commonMessage('D') + multipacket({{"mcmd", "ping"}}));
+        EXPECT_EQ(host.until(multi({{"mcmd", "PSrp"}})), Packets{log("mySensors debug mode is now: ON")});
+    }
+    FakeHost host;
+    Listener gateway{0, 0};
+    Descriptor queued = gateway.connect();
+    DriverProcess driver{{"IP", "127.0.0.1", host.port(), "7", "127.0.0.1", gateway.port()}};
+};
+
+TEST_F(SilentGateway, IsGivenUpAfterTenSeconds) {
+    const Packets all = host.untilEnd();
+    ASSERT_GE(all.size(), 2u);
+    const std::string failed = readable(all[all.size() - 2]);
+    EXPECT_GE(std::stoi(between(failed, "log 4: mySensors Connection failed to open after ", " ticks.")),
+              600);
+    EXPECT_EQ(all.back(), log("IP Open  to 127.0.0.1:" + gateway.port() + " failed.")); // and no ready text
+    EXPECT_EQ(driver.end().status, 0);
+}
+
+TEST_F(SilentGateway, MayAnswerLate) {
+    gateway.accept();
+    host.until(log("mySensors Device connection event. ", 4));
+    const std::string open = readable(host.next());
+    EXPECT_NE(between(open, "log 4: mySensors Connection is open after ", " ticks."), "") << open;
+    EXPECT_EQ(host.next(), readyText());
+}
+
+TEST_F(SilentGateway, HasNoUseForCommandsYet) {
+    host.say(rawData("x"));
+    const Ending ending = driver.end();
+    EXPECT_GT(ending.status, 0);
+    EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
+}
+
+TEST(SilentNameServer, KeepsNobodyWaiting) {
+    FakeHost host;
+    DriverProcess driver({"IP", "127.0.0.1", host.port(), "7", "gateway.test", "5003"},
+                         withFaults({"SILENT_RESOLVER=1", "ASAN_OPTIONS=verify_asan_link_order=0"}));
+    host.accept();
+    host.say(multipacket({{"mcmd", "ping"}}));
+    EXPECT_EQ(host.next(), multi({{"mcmd", "PSrp"}}));
+    EXPECT_EQ(host.untilEnd(), Packets{log("IP Open  to gateway.test:5003 failed.")});
+    EXPECT_EQ(driver.end().status, 0);
+}
+
+void expectStackDump(DriverProcess& driver, const std::string& name, const std::string& remedy = "") {
+    const Ending ending = driver.end();
+    EXPECT_GT(ending.status, 0) << name;
+    EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << name << ": " << ending.output;
+    EXPECT_TRUE(ending.output.ends_with("\n\ndone logging the stack\n\n")) << name << ": " << ending.output;
+    EXPECT_NE(ending.errors.find(remedy), std::string::npos) << name << ": " << ending.errors;
+}
+
+TEST(StackDump, AnswersWhatTheHostMustNotSend) {
+    const std::string onWithoutUnit = commonMessage('2', 0);
+    for (const std::string& packet :
+         {onWithoutUnit, commonMessage('Q', 191), std::string("L\x06\x02hey"), std::string("L\x02")}) {
+        Conversation talk;
+        talk.host.say(multipacket({{"mcmd", "ping"}}) + packet + commonMessage('D'));
+        expectStackDump(talk.driver, readable(packet));
+        EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})}); // what was written still leaves
+        EXPECT_EQ(talk.gateway.hearToEnd(), "");
+    }
+}
+
+TEST(StackDump, AnswersTheBatteryOfAnUnknownNodesChild) {
+    Conversation talk;
+    talk.gateway.say("7;3;3;0;0;50\n0;255;3;0;9;never read\n");
+    expectStackDump(talk.driver, "battery");
+    EXPECT_EQ(talk.host.untilEnd(), Packets{log("creating child object at Address: 0703")});
+}
+
+TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
+    for (const std::string how : {"refuses", "has no address", "talks", "leaves"}) {
+        FakeHost host;
+        FakeGateway gateway(Transport::tcp);
+        std::vector<std::string> arguments = gateway.arguments(host.port(), "id");
+        if (how == "refuses")
+            gateway.stopListening();
+        if (how == "has no address")
+            arguments[4] = std::string(70, 'x');
+        DriverProcess driver(arguments);
+        EXPECT_EQ(host.accept(), "id");
+        if (how == "talks" || how == "leaves")
+            gateway.accept();
+        how == "talks" ? gateway.say("0;255;3;0;14;Gateway startup complete.\n") : gateway.close();
+        expectStackDump(driver, how,
+                        how == "talks" ? "name it socket://127.0.0.1:" : "check its address and port");
+        EXPECT_EQ(host.untilEnd(), Packets{});
+    }
+}
+
+class NoMemory : public testing::Test {
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(HEARTHIX_COVERAGE)
+        GTEST_SKIP() << "an instrumented program has an allocator of its own";
+#endif
+        if (isForeignDriver())
+            GTEST_SKIP() << "the emulator has no memory either";
+    }
+};
+
+TEST_F(NoMemory, AtTheStartEndsLikeAnyFailure) {
+    const FakeHost host;
+    const FakeGateway network(Transport::tcp), serial(Transport::serial);
+    for (const int count : {0, 10, 20, 30, 50, 100})
+        for (const FakeGateway* gateway : {&network, &serial}) {
+            DriverProcess driver(gateway->arguments(host.port()),
+                                 withFaults({"ALLOCATIONS=" + std::to_string(count)}));
+            EXPECT_EQ(driver.end().status, 1) << count;
+        }
+}
+
+TEST_F(NoMemory, AtWorkEndsWithTheStackAndWholePackets) {
+    for (const Transport transport : {Transport::tcp, Transport::serial})
+        for (const int count : {0, 1, 3, 8, 21, 55, 144}) {
+            Conversation talk(transport,
+                              withFaults({"FROM_SIGNAL=1", "ALLOCATIONS=" + std::to_string(count)}));
+            std::string lines;
+            for (int node = 16; node < 100; ++node)
+                lines += std::to_string(node) + ";3;1;0;0;21.5\n";
+            talk.driver.signal(SIGSTOP);
+            talk.gateway.say(lines);
+            talk.host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}) + unitsPacket("KbdbAL  "));
+            talk.driver.signal(SIGUSR1);
+            talk.driver.signal(SIGCONT);
+            for (const Packet& packet : talk.host.untilEnd())
+                EXPECT_EQ(packet.bytes.size(), packetLength(packet.bytes)) << count;
+            expectStackDump(talk.driver, std::to_string(count), "there is no memory left");
+        }
+}
+
+// The process takes its processor, which an idle one never does, and keeps its memory within bounds.
+void expectEndlessTurns(const DriverProcess& driver, const std::string& name) {
+    constexpr std::chrono::milliseconds kBusy{500};
+    constexpr std::size_t kBound = 256u << 20; // freed memory that the address sanitizer keeps counts, too
+    const auto start = driver.processorTime();
+    const auto limit = std::chrono::steady_clock::now() + kPatience;
+    while (driver.processorTime() - start < kBusy && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_GE(driver.processorTime() - start, kBusy) << name;
+    EXPECT_LT(driver.residentBytes(), kBound) << name;
+}
+
+TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
+    struct Case {
+        const char* name;
+        std::string bytes;
+        const char* flood; // what the host is told over and over
+    };
+    const char* malformed = "log 4: mySensors: Received malformed packet from host";
+    const Case cases[] = {
+        {"common message in part", commonMessage('D').substr(0, 9), nullptr},
+        {"header of a multipacket in part", multipacket({{"mcmd", "ping"}}).substr(0, 4), nullptr},
+        {"length 0", std::string("X\0", 2), malformed},
+        {"lone byte", "J", malformed},
+        {"multipacket of length 0", std::string("J\0\0\x80xyz", 7), "log 2: invalid address format. "},
+    };
+    for (const Case& c : cases) {
+        Conversation talk;
+        talk.host.say(c.bytes);
+        expectEndlessTurns(talk.driver, c.name);
+        talk.gateway.say("0;255;3;0;9;unheard\n");
+        if (c.flood == nullptr)
+            EXPECT_FALSE(talk.host.hasNews(std::chrono::milliseconds(100))) << c.name;
+        else
+            EXPECT_TRUE(readable(talk.host.next()).starts_with(c.flood)) << c.name;
+    }
+}
+
+// With the same arguments otherwise; it greets ahead of the driver's own greeting of the host, and obeys.
+TEST(GreetingGateway, WorksAsASerialLineOnTheNetwork) {
+    FakeHost host;
+    FakeGateway gateway(Transport::tcp);
+    const DriverProcess driver({"socket://127.0.0.1:" + gateway.port(), "127.0.0.1", host.port(), "7"});
+    host.accept();
+    gateway.accept();
+    gateway.say("0;255;3;0;14;Gateway startup complete.\n");
+    EXPECT_EQ(host.next(), readyText());
+    EXPECT_EQ(host.next(), log("Gateway Ready: Gateway startup complete."));
+    host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}));
+    EXPECT_EQ(gateway.hearUntil("\n"), "10;3;1;0;2;1");
 }
 
 } // namespace

@@ -101,6 +101,18 @@ Packets packetsIn(std::string_view stream) {
     return packets;
 }
 
+bool isWhole(const Packet& packet) {
+    const std::string_view bytes = packet.bytes;
+    if (bytes.size() < 3 || bytes.size() != packetLength(bytes))
+        return false;
+    if (bytes[0] == 'L')
+        return byteAt(bytes, 2) <= 4;
+    std::size_t at = 4;
+    while (at + 6 <= bytes.size())
+        at += 6 + byteAt(bytes, at + 4) + 256 * byteAt(bytes, at + 5);
+    return byteAt(bytes, 3) == 128 && at == bytes.size() && at > 4;
+}
+
 std::string readable(std::string_view bytes) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
@@ -117,6 +129,12 @@ std::string readable(const Packet& packet) {
     if (bytes.size() < 3 || bytes[0] != 'L')
         return readable(bytes);
     return "log " + std::to_string(byteAt(bytes, 2)) + ": " + readable(bytes.substr(3));
+}
+
+std::string between(const std::string& text, std::string_view head, std::string_view tail) {
+    const bool fits =
+        text.size() >= head.size() + tail.size() && text.starts_with(head) && text.ends_with(tail);
+    return fits ? text.substr(head.size(), text.size() - head.size() - tail.size()) : "";
 }
 
 void PrintTo(const Packet& packet, std::ostream* out) {

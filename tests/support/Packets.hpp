@@ -40,12 +40,17 @@ Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable
 // The length of the packet at the start of a stream, or 0 while its header isn't all there.
 std::size_t packetLength(std::string_view stream);
 
+// Whether all of it is there, down to a multipacket's entries.
+bool isWhole(const Packet& packet);
+
 // All packets of a stream; one that is cut off counts as one.
 Packets packetsIn(std::string_view stream);
 
 std::string readable(std::string_view bytes);
 std::string readable(const Packet& packet);
 void PrintTo(const Packet& packet, std::ostream* out);
+// What stands between two texts that are all the rest; empty when they aren't.
+std::string between(const std::string& text, std::string_view head, std::string_view tail);
 
 // The host's documents: values, then named documents inside.
 std::string document(const Entries& values, const Entries& children);
