@@ -41,6 +41,8 @@ TEST_F(EndpointTest, StaysInTheIndexEvenWhenItsNodeIsMissing) {
     orphan->batteryLevel = 7;
     EXPECT_FALSE(orphan->getBatteryLevelFromNode());
     EXPECT_EQ(orphan->batteryLevel, 7);
+    orphan->HandleReceivedMSCommand(cMSCommand("1;2;1;0;0;5"));
+    EXPECT_EQ(sent().back(), test::multi({{"addr", "0102.TEMP"}, {"mcmd", "SetValue"}, {"Valu", "5"}}));
     cMSEndpoint::create(1, 255, 0)->batteryLevel = 80;
     EXPECT_TRUE(orphan->getBatteryLevelFromNode());
     EXPECT_EQ(orphan->batteryLevel, 80);

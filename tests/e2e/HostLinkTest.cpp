@@ -59,7 +59,7 @@ TEST(HostLink, CommandsToTheDriver) {
          {kMalformed, kMalformed, kMalformed}},
         {"a length of 1 gives up one byte", "Z\1\2" + kPing, {kMalformed, kMalformed, kAnswer}},
     };
-    for (const Transport transport : {Transport::tcp, Transport::serial}) {
+    for (const Transport transport : kTransports) {
         Conversation talk(transport);
         for (const Case& c : cases)
             EXPECT_EQ(talk.hostSends(c.packets), effects(c.host, c.gateway)) << c.name;

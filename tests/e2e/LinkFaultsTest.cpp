@@ -7,9 +7,11 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <numeric>
 #include <set>
 #include <thread>
 
+#include <netdb.h>
 #include <sys/socket.h>
 #include <termios.h>
 
@@ -82,9 +84,12 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
     std::vector<Case> cases{{How::close, 0, {"107"}},
                             {How::close, line.size(), {"107"}},
                             {How::close, line.size(), {"5", "107"}, Transport::serial}, // as the system likes
+                            {How::close, line.size(), {"107"}, Transport::network},
+                            {How::halfClose, line.size(), {"107"}, Transport::network},
                             {How::halfClose, line.size(), {"107"}}};
     for (std::size_t bytes = 0; bytes < line.size(); ++bytes)
-        cases.push_back({How::reset, bytes, {"104"}});
+        for (const Transport transport : {Transport::tcp, Transport::network})
+            cases.push_back({How::reset, bytes, {"104"}, transport});
     allAtOnce(cases, [&line](const Case& c) {
         Conversation talk(c.transport);
         talk.gateway.say(line.substr(0, c.bytes));
@@ -203,18 +208,55 @@ TEST(SerialLine, IsRawAt115200Baud8N1) {
 
 TEST(SerialLine, ThatCannotBeHadEndsTheDriver) {
     const Conversation owner(Transport::serial);
-    const std::string unknown = "mySensors: unable to find a serial port named: ";
-    for (const auto& [device, words] :
-         {std::pair<std::string, std::string>{"no such port", unknown},
-          {owner.gateway.device(), "mySensors: unable to open the port named: "}}) {
+    const Listener full{0, 0};
+    const Descriptor queued = full.connect();
+    struct Case {
+        std::string device;
+        const char* what;
+        std::string reason;
+    };
+    const std::vector<Case> cases{
+        {"no such port", "find a serial", "no serial port is named no such port; "},
+        {"socket://127.0.0.1", "find a serial", "no serial port is named socket://127.0.0.1; "},
+        {owner.gateway.device(), "open the", "another program is using the device"},
+        {"socket://127.0.0.1:" + Listener().port(), "open the", "Connection refused; "},
+        {"socket://" + std::string(70, 'x') + ":5003", "open the", gai_strerror(EAI_NONAME)},
+        {"socket://gateway.test:5003", "open the", "Connection timed out; "},
+        {"socket://127.0.0.1:" + full.port(), "open the", "Connection timed out; "}};
+    allAtOnce(cases, [](const Case& c) {
         FakeHost host;
-        DriverProcess driver({device, "127.0.0.1", host.port(), "7"});
+        DriverProcess driver({c.device, "127.0.0.1", host.port(), "7"},
+                             withFaults({"SILENT_RESOLVER=gateway.test"}));
         host.accept();
-        EXPECT_EQ(host.untilEnd(), Packets{log(words + device, 4)}); // and no ready text
+        const std::string words = "mySensors: unable to " + std::string(c.what) + " port named: " + c.device;
+        EXPECT_EQ(host.untilEnd(), Packets{log(words, 4)}); // and no ready text
         const Ending ending = driver.end();
-        EXPECT_EQ(ending.status, 0) << device;
-        EXPECT_EQ(ending.output, "") << device;
-    }
+        EXPECT_EQ(ending.status, 0) << c.device;
+        EXPECT_EQ(ending.output, "") << c.device;
+        EXPECT_NE(ending.errors.find(c.reason), std::string::npos) << ending.errors;
+    });
+}
+
+// A gateway that greets is heard as far as it comes.
+TEST(SerialLine, ThatEndsInTheGreetingEndsTheDriver) {
+    const std::string greeting = "0;255;3;0;14;up\n";
+    std::vector<std::size_t> places(greeting.size() + 1);
+    std::iota(places.begin(), places.end(), 0);
+    allAtOnce(places, [&greeting](std::size_t bytes) {
+        FakeHost host;
+        FakeGateway gateway(Transport::network);
+        DriverProcess driver(gateway.arguments(host.port()));
+        gateway.accept();
+        gateway.say(greeting.substr(0, bytes));
+        host.accept();
+        EXPECT_EQ(host.next(), readyText());
+        if (bytes == greeting.size()) {
+            EXPECT_EQ(host.next(), log("Gateway Ready: up"));
+        }
+        gateway.reset();
+        EXPECT_EQ(host.untilEnd(), Packets{log("mySensors communication error: 104 - ", 4)}) << bytes;
+        EXPECT_EQ(driver.end().status, 0);
+    });
 }
 
 constexpr int kMany = 100'000;

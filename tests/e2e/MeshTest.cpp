@@ -98,7 +98,13 @@ TEST(Units, GrowFromValues) {
         const char* lines;
         Packets host;
     };
-    const Packet unknown = log("unknown variable type: 64");
+    const auto unknown = [](const std::string& type, const std::string& suffix, const std::string& value) {
+        const Packet warning = log("unknown variable type: " + type);
+        const std::string address = "0A03." + suffix;
+        return Packets{unit(address), warning,
+                       warning,       newUnit("0A03", suffix, true, true),
+                       warning,       setValue(address, value, "0")};
+    };
     const Step steps[] = {
         {"first value of a new sensor",
          "10;3;1;0;0;21.5\n",
@@ -140,12 +146,14 @@ TEST(Units, GrowFromValues) {
          "x;1.9;1;;y;3\n",
          {node("00"), child("0001"), unit("0001.TEMP"), newUnit("0001", "TEMP", true, true),
           setValue("0001.TEMP", "3")}},
-        {"a type beyond those that the protocol has",
-         "10;3;1;0;64;5\n",
-         {unit("0A03.UNKN064"), unknown, unknown, newUnit("0A03", "UNKN064", true, true), unknown,
-          setValue("0A03.UNKN064", "5", "0")}},
+        {"a type beyond those that the protocol has", "10;3;1;0;64;5\n", unknown("64", "UNKN064", "5")},
+        {"another", "10;3;1;0;63;6\n", unknown("63", "UNKN063", "6")},
+        {"the same once more",
+         "10;3;1;0;63;7\n",
+         {log("unknown variable type: 63"), setValue("0A03.UNKN063", "7")}},
+        {"one below all", "10;3;1;0;-1;8\n", unknown("-1", "UNKN-001", "8")},
     };
-    for (const Transport transport : {Transport::tcp, Transport::serial}) {
+    for (const Transport transport : kTransports) {
         Conversation talk(transport);
         for (const Step& step : steps) {
             std::string_view rest = step.lines;

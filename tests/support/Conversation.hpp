@@ -53,14 +53,18 @@ private:
     Listener listener_;
 };
 
-// A MySensors gateway as the driver sees it: on a TCP port of the system's choice, or on a pseudo-terminal
-// with the kernel's own line discipline in between.
-enum class Transport { tcp, serial };
+// A MySensors gateway as the driver sees it: on a TCP port of the system's choice, which it may be given as a
+// serial line on the network as well, or on a pseudo-terminal with the kernel's own line discipline in
+// between.
+enum class Transport { tcp, network, serial };
+constexpr Transport kTransports[]{Transport::tcp, Transport::network, Transport::serial};
 
 class FakeGateway : public Stream {
 public:
     explicit FakeGateway(Transport transport) {
-        if (transport == Transport::tcp)
+        if (transport == Transport::network)
+            device_ = "socket://127.0.0.1:" + port();
+        if (transport != Transport::serial)
             return;
         Descriptor ours(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
         char name[128];
@@ -80,7 +84,7 @@ public:
 
     // Waits for the driver; a terminal is there from the start.
     void accept() {
-        if (device_.empty())
+        if (!device_.starts_with("/"))
             static_cast<Stream&>(*this) = listener_.accept();
     }
 

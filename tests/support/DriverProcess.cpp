@@ -44,7 +44,8 @@ bool isForeignDriver() {
 }
 
 std::vector<std::string> withFaults(std::vector<std::string> settings) {
-    settings.insert(settings.begin(), {"env", std::string("LD_PRELOAD=") + HEARTHIX_FAULTS});
+    settings.insert(settings.begin(), {"env", std::string("LD_PRELOAD=") + HEARTHIX_FAULTS,
+                                       "ASAN_OPTIONS=verify_asan_link_order=0"});
     return settings;
 }
 

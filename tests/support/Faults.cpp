@@ -1,10 +1,11 @@
 // Preloaded into a driver: a system that has no memory left, and a name server that never answers.
 //
 // ALLOCATIONS tells how many allocations still succeed, from the start or, with FROM_SIGNAL set as well, from
-// SIGUSR1 on. SILENT_RESOLVER lets no look-up of a name return.
+// SIGUSR1 on. SILENT_RESOLVER names a host whose look-up never returns.
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include <dlfcn.h>
 #include <netdb.h>
@@ -43,7 +44,8 @@ extern "C" void* realloc(void* memory, std::size_t size) noexcept {
 }
 
 extern "C" int getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** found) {
-    while (std::getenv("SILENT_RESOLVER") != nullptr && (hints->ai_flags & AI_NUMERICHOST) == 0)
+    const char* silent = std::getenv("SILENT_RESOLVER");
+    while (silent != nullptr && std::strcmp(silent, host) == 0 && (hints->ai_flags & AI_NUMERICHOST) == 0)
         pause();
     return reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"))(host, service, hints,
                                                                                      found);
