@@ -21,6 +21,8 @@ constexpr int kFixedRows = 4;
 constexpr int kLeastRows = 6;
 constexpr int kTimeWidth = 8;
 constexpr int kKindWidth = 8;
+constexpr int kLogIndent = kTimeWidth + kKindWidth + 2;
+constexpr int kLeastText = 30;
 constexpr int kAll = 1'000'000;
 
 constexpr const char* kHint = "a command, or: / filter  < > sort  ! reverse  Tab log  ? keys";
@@ -92,11 +94,18 @@ void HostScreen::watch(const HostModel& model) {
 
 // Whoever reads old lines keeps them before the eyes.
 void HostScreen::note(const String& kind, const String& text) {
-    log_.push_back({std::string(clockText(false).view()), printable(kind), printable(text)});
-    if (log_.size() > kLogKept)
-        log_.pop_front();
-    if (logBack_ > 0)
-        scrollLog(-1);
+    LogLine line{std::string(clockText(false).view()), std::string(kind.view()), {}};
+    const std::string whole = printable(text);
+    std::string_view rest = whole;
+    do {
+        line.text = rest.substr(0, lineOf(rest, std::max(COLS - kLogIndent, kLeastText)));
+        rest.remove_prefix(line.text.size());
+        log_.push_back(std::exchange(line, {}));
+        if (log_.size() > kLogKept)
+            log_.pop_front();
+        if (logBack_ > 0)
+            scrollLog(-1);
+    } while (!rest.empty());
     drawSoon();
 }
 
@@ -325,7 +334,7 @@ void HostScreen::drawLog() {
     for (int row = 3 + tableRows_; row < LINES - 1 && line != log_.begin() + end; ++row, ++line) {
         put(row, 0, kTimeWidth, line->time, A_DIM);
         put(row, kTimeWidth + 1, kKindWidth, line->kind, screen_.look(Colour::green));
-        put(row, kTimeWidth + kKindWidth + 2, COLS, line->text);
+        put(row, kLogIndent, COLS, line->text);
     }
 }
 

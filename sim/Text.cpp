@@ -7,6 +7,7 @@
 #include "sim/system/Terminal.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cwchar>
 
 #include <wchar.h>
@@ -20,29 +21,52 @@ bool turnsWriting(wchar_t character) {
     return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }
 
+struct Character {
+    std::size_t size = 1; // in bytes
+    int columns = -1;     // -1 for what isn't shown, or is no character
+};
+
+// The C library knows the longer forms of a code for none: they would hide a control character from us, but
+// not from every terminal.
+Character firstOf(std::string_view text) {
+    terminal::useUtf8();
+    wchar_t character = 0;
+    std::mbstate_t state{};
+    const std::size_t size = std::mbrtowc(&character, text.data(), text.size(), &state);
+    if (size == 0 || size > text.size())
+        return {};
+    return {size, turnsWriting(character) ? -1 : wcwidth(character)};
+}
+
 String twoDigits(Integer number) {
     return Format(static_cast<double>(number), "00");
 }
 
 } // namespace
 
-// The C library knows the longer forms of a code for none: they would hide a control character from us, but
-// not from every terminal.
 std::string printable(std::string_view text) {
     std::string clean;
     clean.reserve(text.size());
-    terminal::useUtf8();
     while (!text.empty()) {
-        wchar_t character = 0;
-        std::mbstate_t state{};
-        std::size_t size = std::mbrtowc(&character, text.data(), text.size(), &state);
-        const bool isCharacter = size > 0 && size <= text.size();
-        size = isCharacter ? size : 1;
-        const bool isShown = isCharacter && wcwidth(character) >= 0 && !turnsWriting(character);
-        clean += isShown ? text.substr(0, size) : "?";
-        text.remove_prefix(size);
+        const Character first = firstOf(text);
+        clean += first.columns >= 0 ? text.substr(0, first.size) : "?";
+        text.remove_prefix(first.size);
     }
     return clean;
+}
+
+std::size_t lineOf(std::string_view text, int columns) {
+    std::size_t size = 0;
+    std::size_t behindBlank = 0;
+    while (size < text.size()) {
+        const Character next = firstOf(text.substr(size));
+        columns -= std::abs(next.columns);
+        if (columns < 0)
+            return behindBlank > 0 ? behindBlank : size;
+        size += next.size;
+        behindBlank = text[size - 1] == ' ' ? size : behindBlank;
+    }
+    return size;
 }
 
 std::string padded(std::string_view text, std::size_t columns) {

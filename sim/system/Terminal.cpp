@@ -110,7 +110,7 @@ std::string Screen::shown() const {
         text.append(row).append("\n");
     }
     text.resize(text.find_last_not_of('\n') + 1);
-    return text + "\n";
+    return text.empty() ? text : text + "\n";
 }
 
 } // namespace hearthix::terminal

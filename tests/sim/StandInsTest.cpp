@@ -57,6 +57,10 @@ TEST(Files, RefuseWithThePlace) {
 TEST(Text, NeverDrivesTheTerminal) {
     EXPECT_EQ(printable("a\x1b[2J\xff\xc3\xa4\xc2\x9b\n\xe2\x82|\xe0\x80\x9b|\xed\xa0\x80|\xe2\x80\xae"),
               "a?[2J?\xc3\xa4????|???|???|?");
+    const std::string wide = "ab \xe6\xb8\xa9\xe6\xb8\xa9";
+    EXPECT_EQ(lineOf(wide, 7), 9U);
+    EXPECT_EQ(lineOf(wide, 6), 3U) << "behind the blank";
+    EXPECT_EQ(lineOf(wide.substr(3), 3), 3U) << "half a character is none";
 }
 
 TEST(HostModel, FollowsTheDriver) {
