@@ -137,40 +137,36 @@ TEST(Descriptions, TellWhatACodeMeans) {
 TEST(Descriptions, PutARecordInManyLines) {
     setenv("TZ", "UTC0", 1);
     tzset();
-    const std::string moment = "Packet Debug: 9:05:02 2021-03-07|Header: ";
     const std::string bare = "Packet Length: 0 RealLength: 0|Version: |Transaction ID: 0|InterfaceType: |"
-                             "UnitClass: |Code: |Command: ";
+                             "UnitClass: |Code: |Command: Safe Condition|Address: A1|Level: 0       ";
     const std::string none =
-        "|Address: A1|Level: 0       DoTrans:0  CMM:0  AddressOnly:0  CommandOnly:0  Wireless:0  Pass:0|"
-        "raw command:()\r";
+        bare + "DoTrans:0  CMM:0  AddressOnly:0  CommandOnly:0  Wireless:0  Pass:0|raw command:()\r";
     struct Case {
         const char* packet;
         const char* header;
         const char* flags;
+        const char* headerText;
         std::string text;
     };
     for (const Case& c :
-         {Case{"X.a@LX\xC8\x30\x44\x32\x32\x30", "X", "0",
-               moment + "Development (X)|Packet Length: 46 RealLength: 12|Version: a|Transaction ID: 64|"
-                        "InterfaceType: L|UnitClass: X|Code: 0|Command: Toggle the Debug State|Address: C3|"
-                        "Level: 48       DoTrans:1  CCM:1  AddressOnly:0  CommandOnly:0  Wireless:1 Pass:0|"
-                        "raw command:(X.a@LX\xC8\x30\x44\x32\x32\x30)\r"},
-          Case{"", "L", "52",
-               moment + "Direct log: (L)|" + bare +
-                   "Safe Condition|Address: A1|Level: 0       DoTrans:0  CMM:0  AddressOnly:1  "
-                   "CommandOnly:1  Wireless:0  Pass:1|raw command:()\r"},
-          Case{"", "y", "0", moment + "Development (Y)|" + bare + "Safe Condition" + none},
-          Case{"", "E", "0", moment + "isf error: (E)|" + bare + "Safe Condition" + none},
-          Case{"", "A", "0",
-               moment + "shell echo of packet, ignored: ( A)|" + bare + "Safe Condition" + none},
-          Case{"", "", "0", moment + "UNKNOWN ()|" + bare + "Safe Condition" + none}}) {
+         {Case{"X.a@LX\xC8\x30\x44\x32\x32\x30", "X", "0", "Development (X)",
+               "Packet Length: 46 RealLength: 12|Version: a|Transaction ID: 64|InterfaceType: L|UnitClass: X|"
+               "Code: 0|Command: Toggle the Debug State|Address: C3|Level: 48       DoTrans:1  CCM:1  "
+               "AddressOnly:0  CommandOnly:0  Wireless:1 Pass:0|"
+               "raw command:(X.a@LX\xC8\x30\x44\x32\x32\x30)\r"},
+          Case{"", "L", "52", "Direct log: (L)",
+               bare + "DoTrans:0  CMM:0  AddressOnly:1  CommandOnly:1  Wireless:0  Pass:1|raw command:()\r"},
+          Case{"", "y", "0", "Development (Y)", none}, Case{"", "E", "0", "isf error: (E)", none},
+          Case{"", "A", "0", "shell echo of packet, ignored: ( A)", none},
+          Case{"", "", "0", "UNKNOWN ()", none}}) {
         clocks::replaceWallClock([]() -> clocks::Nanoseconds { return 1'615'107'902'000'000'000; });
         cHearthixCommand command;
         clocks::replaceWallClock(nullptr);
         command.InitFromCommonMessage(c.packet);
         command.Header = c.header;
         command.SetFlag(c.flags);
-        EXPECT_EQ(ReplaceAll(command.DebugString(), "\r       ", "|").view(), c.text);
+        EXPECT_EQ(ReplaceAll(command.DebugString(), "\r       ", "|").view(),
+                  "Packet Debug: 9:05:02 2021-03-07|Header: " + std::string(c.headerText) + "|" + c.text);
     }
 }
 

@@ -151,32 +151,8 @@ TEST_F(MeshTest, KnowsTheVariableTypesOnly) {
     EXPECT_EQ(mySensors::SuffixToVarType("temp"), 0);
     for (const char* unknown : {"HVACMODE", "", "0", "UNKN046"})
         EXPECT_EQ(mySensors::SuffixToVarType(unknown), -1) << unknown;
-}
-
-TEST_F(MeshTest, TakesUnknownVariableTypesForBothAndSaysSo) {
-    for (const Integer number : {Integer{46}, Integer{-1}, INT64_MAX}) {
-        EXPECT_TRUE(mySensors::isVarTypeDimmable(number));
-        EXPECT_TRUE(mySensors::isVarTypeReadOnly(number));
-        const auto line = test::log("unknown variable type: " + std::to_string(number));
-        EXPECT_EQ(sent(), (test::Packets{line, line}));
-    }
-    EXPECT_EQ(mySensors::varTypeToSuffix(1000).view(), "UNKN1000");
     varTypeConverter = nullptr;
     EXPECT_THROW(mySensors::varTypeToSuffix(0), NilObjectException);
-}
-
-TEST_F(MeshTest, TakesALineApartInDebugMode) {
-    Globals::DebugMode = true;
-    const std::string node = "nodeID=10(0A) childID=3(03) messageType=";
-    for (const auto& [line, words] :
-         {std::pair("10;3;0;0;6;x",
-                    "0(presentation) ack=0(normal message) SubType=6(presenting: Temperature)"),
-          {"10;3;1;1;21;x", "1(SET value) ack=1(ack response) SubType=21(setting variable type: FAN)"},
-          {"10;3;4;0;2;x", "4(stream) ack=0(normal message) SubType=2(stream packet)"},
-          {"10;3;9;0;2;x", "9(unknown) ack=0(normal message) SubType=2(unknown)"}}) {
-        EXPECT_TRUE(cMSCommand(line).good);
-        EXPECT_EQ(sent().at(1), test::log(node + words + " PayLoad=x ( 78)"));
-    }
 }
 
 TEST_F(MeshTest, NamesTheCodes) {

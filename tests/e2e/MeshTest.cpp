@@ -54,6 +54,15 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
                     "1(SET value) ack=2(unknown) SubType=21(setting variable type: FAN) PayLoad= ()"),
                 created, created,
                 log("node 05 received a node level message that wasn't an internal command: ")}),
+          Case("5;3;0;1;6;x", {log(node + "3(03) messageType=0(presentation) ack=1(ack response) "
+                                          "SubType=6(presenting: Temperature) PayLoad=x ( 78)"),
+                               log("presentation packet from node: 0503 (x)")}),
+          Case("5;3;4;0;2;", {log(node + "3(03) messageType=4(stream) ack=0(normal message) "
+                                         "SubType=2(stream packet) PayLoad= ()"),
+                              log("unhandled command (5;3;4;0;2;)")}),
+          Case("5;3;9;0;2;", {log(node + "3(03) messageType=9(unknown) ack=0(normal message) "
+                                         "SubType=2(unknown) PayLoad= ()"),
+                              log("unhandled command (5;3;9;0;2;)")}),
           Case("5;3;2;0;46;", {log(node + "3(03) messageType=2(REQuest value) ack=0(normal message) "
                                           "SubType=46(getting variable type: UNKN046) PayLoad= ()"),
                                log("unhandled command (5;3;2;0;46;)")}),

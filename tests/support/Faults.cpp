@@ -29,12 +29,13 @@ __attribute__((constructor)) void prepare() {
         startToCount(0);
 }
 
-bool hasMemory() {
+[[maybe_unused]] bool hasMemory() {
     return left < 0 || (left > 0 && left-- > 0);
 }
 
 } // namespace
 
+#ifndef __SANITIZE_ADDRESS__ // which has an allocator of its own
 extern "C" void* malloc(std::size_t size) noexcept {
     return hasMemory() ? __libc_malloc(size) : nullptr;
 }
@@ -42,6 +43,7 @@ extern "C" void* malloc(std::size_t size) noexcept {
 extern "C" void* realloc(void* memory, std::size_t size) noexcept {
     return hasMemory() ? __libc_realloc(memory, size) : nullptr;
 }
+#endif
 
 extern "C" int getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** found) {
     const char* silent = std::getenv("SILENT_RESOLVER");

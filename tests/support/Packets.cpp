@@ -58,22 +58,6 @@ Packet multi(const Entries& entries) {
     return {multipacket(entries)};
 }
 
-Packet setValue(const std::string& address, const std::string& value, const std::string& battery) {
-    return multi({{"addr", address}, {"mcmd", "SetValue"}, {"Valu", value}, {"Batt", battery}});
-}
-
-Packet onOff(const std::string& word, const std::string& address, const std::string& battery) {
-    return multi({{"addr", address}, {"mcmd", word}, {"Batt", battery}});
-}
-
-Packet describe(const std::string& address, const std::string& text, const std::string& battery) {
-    return multi({{"addr", address}, {"mcmd", "SetDesc"}, {"DATA", text}, {"Batt", battery}});
-}
-
-Packet batteryOnly(const std::string& address, const std::string& battery) {
-    return multi({{"mcmd", "NoOp"}, {"addr", address}, {"Batt", battery}});
-}
-
 Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable, bool readOnly) {
     const auto word = [](bool value) { return value ? "true" : "False"; };
     return multi({{"mcmd", "NewU"},

@@ -31,10 +31,20 @@ std::string rawData(std::string_view data);
 // What the driver sends: log lines, the value commands of a unit, its battery level alone, its creation.
 Packet log(std::string_view text, char level = 2);
 Packet multi(const Entries& entries);
-Packet setValue(const std::string& address, const std::string& value, const std::string& battery = "0");
-Packet onOff(const std::string& word, const std::string& address, const std::string& battery = "0");
-Packet describe(const std::string& address, const std::string& text, const std::string& battery = "0");
-Packet batteryOnly(const std::string& address, const std::string& battery);
+inline Packet setValue(const std::string& address, const std::string& value,
+                       const std::string& battery = "0") {
+    return multi({{"addr", address}, {"mcmd", "SetValue"}, {"Valu", value}, {"Batt", battery}});
+}
+inline Packet onOff(const std::string& word, const std::string& address, const std::string& battery = "0") {
+    return multi({{"addr", address}, {"mcmd", word}, {"Batt", battery}});
+}
+inline Packet describe(const std::string& address, const std::string& text,
+                       const std::string& battery = "0") {
+    return multi({{"addr", address}, {"mcmd", "SetDesc"}, {"DATA", text}, {"Batt", battery}});
+}
+inline Packet batteryOnly(const std::string& address, const std::string& battery) {
+    return multi({{"mcmd", "NoOp"}, {"addr", address}, {"Batt", battery}});
+}
 Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable, bool readOnly);
 
 // The length of the packet at the start of a stream, or 0 while its header isn't all there.
