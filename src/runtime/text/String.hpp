@@ -1,22 +1,17 @@
 // String: a value that holds any bytes, NUL included, with an optional encoding tag.
 //
-// Clever for speed, as every byte of the bridge goes through it. Up to 23 bytes (on 64-bit machines) stand
-// inside the object itself. Longer texts share an immutable block: copying and cutting cost a count and two
-// words, whatever the length, so that "take the packet, keep the rest" is linear over a whole stream. A
-// string whose bytes end where the used part of its block ends may grow in place; all others see only bytes
-// that never change again.
-//
-// A cut keeps the whole block alive. Who stores a short cut of long data for good calls compact() first.
+// Copying and cutting cost the same whatever the length, since long texts share their bytes
+// (StringStorage.hpp says how). Hence the one thing to know: a cut keeps all of the text alive that it was
+// taken from. Call compact() on a short cut of long data before it is stored for good.
 #pragma once
 
-#include "runtime/text/Encoding.hpp"
+#include "runtime/text/StringStorage.hpp"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace hearthix {
 
@@ -24,210 +19,61 @@ using Integer = std::int64_t;
 
 class String {
 public:
-    String() noexcept { clear(); }
+    String() noexcept = default;
     // Program text: tagged as UTF-8. Of a literal that fits the object nothing is left to do at run time.
     [[gnu::always_inline]] String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
-    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none) {
-        if (bytes.size() <= kSmallCapacity)
-            setSmall(bytes, encoding);
-        else
-            copyIntoBlock(bytes, encoding);
-    }
-    String(const String& other) noexcept { shareFrom(other); }
-    String(String&& other) noexcept { takeFrom(other); }
-    ~String() { drop(); }
-    String& operator=(const String& other) noexcept {
-        if (this != &other) {
-            drop();
-            shareFrom(other);
-        }
-        return *this;
-    }
-    String& operator=(String&& other) noexcept {
-        if (this != &other) {
-            drop();
-            takeFrom(other);
-        }
-        return *this;
-    }
+    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none)
+        : storage_(bytes, encoding) {}
 
-    const char* data() const noexcept { return isInline() ? smallBytes() : begin(); }
-    std::size_t size() const noexcept { return isInline() ? smallSize() : largeSize(); }
+    const char* data() const noexcept { return view().data(); }
+    std::size_t size() const noexcept { return storage_.size(); }
     bool empty() const noexcept { return size() == 0; }
-    std::string_view view() const noexcept {
-        return isInline() ? std::string_view(smallBytes(), smallSize())
-                          : std::string_view(begin(), largeSize());
-    }
+    std::string_view view() const noexcept { return storage_.view(); }
     operator std::string_view() const noexcept { return view(); }
     unsigned char byteAt(std::size_t offset) const noexcept {
         const std::string_view bytes = view();
         return offset < bytes.size() ? static_cast<unsigned char>(bytes[offset]) : std::uint8_t{0};
     }
 
-    TextEncoding encoding() const noexcept {
-        return static_cast<TextEncoding>((meta() & kEncodingMask) >> kEncodingShift);
-    }
-    void setEncoding(TextEncoding encoding) noexcept {
-        setMeta((meta() & ~kEncodingMask) | encodingBits(encoding));
-    }
+    TextEncoding encoding() const noexcept { return storage_.encoding(); }
+    void setEncoding(TextEncoding encoding) noexcept { storage_.setEncoding(encoding); }
 
     // The bytes from offset on, at most count of them; a range past the end yields what is there.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
         const std::string_view bytes = view();
-        const std::string_view part =
-            offset < bytes.size() ? bytes.substr(offset, count) : std::string_view();
-        return part.size() <= kSmallCapacity ? String(part, encoding()) : shareCut(part);
+        return String(storage_.cut(offset < bytes.size() ? bytes.substr(offset, count) : std::string_view()));
     }
     // Takes the first bytes away, in place; at most all of them.
-    void removeFront(std::size_t count) noexcept;
+    void removeFront(std::size_t count) noexcept { storage_.removeFront(count); }
     // A new text of so many bytes, filled in by fill(char* bytes), which must set every one of them.
     template <class Fill>
     static String build(std::size_t size, const Fill& fill) {
         String text;
-        fill(text.prepare(size));
+        fill(text.storage_.prepare(size));
         return text;
     }
     // Appends bytes; amortised constant cost a byte. The tag stays as it is.
-    String& append(std::string_view bytes);
+    String& append(std::string_view bytes) {
+        storage_.append(bytes);
+        return *this;
+    }
     // Appends a string as concatenation does: equal tags stay, an empty side yields to the other, else none.
     String& operator+=(const String& other);
     // Makes room so that appends up to this many bytes in all need no further allocation.
-    void reserve(std::size_t capacity);
-    // Overwrites bytes inside the text; the range must lie in it. Others that share the block keep theirs.
-    void replaceBytes(std::size_t offset, std::string_view bytes);
-    // Lets go of a block that is much larger than the text.
-    void compact();
+    void reserve(std::size_t capacity) { storage_.reserve(capacity); }
+    // Overwrites bytes inside the text; the range must lie in it. Others that share the bytes keep theirs.
+    void replaceBytes(std::size_t offset, std::string_view bytes) { storage_.replaceBytes(offset, bytes); }
+    // Lets go of shared bytes that are many more than the text.
+    void compact() { storage_.compact(); }
 
     friend String operator+(const String& left, const String& right);
     // Equality of strings ignores the case of ASCII letters, and tags.
     friend bool operator==(const String& left, const String& right) noexcept;
 
 private:
-    struct Block;
-    // Layout of raw_. A small text: the meta byte, then up to kSmallCapacity bytes. A large one: a word that
-    // holds the size and, in its first byte, the same meta; then the block and the first byte in it.
-    static constexpr std::size_t kSmallOffset = 1;
-    static constexpr std::size_t kBlockOffset = sizeof(std::uint64_t);
-    static constexpr std::size_t kBeginOffset = kBlockOffset + sizeof(void*);
-    static constexpr std::size_t kRawSize = kBeginOffset + sizeof(void*);
-    static constexpr std::size_t kSmallCapacity = kRawSize - kSmallOffset;
-    // Meta. Bit 7: shared block; bits 5 and 6: encoding; bits 0 to 4: a small text's size.
-    static constexpr unsigned kLargeBit = 0x80;
-    static constexpr unsigned kEncodingShift = 5;
-    static constexpr unsigned kEncodingMask = 0x60;
-    static constexpr unsigned kSmallSizeMask = 0x1F;
-    static_assert(kSmallCapacity <= kSmallSizeMask);
-    // Where the size and the meta byte stand in the first word, so that the meta is its first byte in memory.
-    static constexpr bool kLittleEndian = std::endian::native == std::endian::little;
-    static constexpr unsigned kSizeShift = kLittleEndian ? 8 : 0;
-    static constexpr unsigned kMetaShift = kLittleEndian ? 0 : 56;
-    static constexpr std::uint64_t kSizeMask = ~std::uint64_t{0} >> 8U;
+    explicit String(StringStorage&& storage) noexcept : storage_(std::move(storage)) {}
 
-    static unsigned encodingBits(TextEncoding encoding) noexcept {
-        return static_cast<unsigned>(encoding) << kEncodingShift;
-    }
-    unsigned meta() const noexcept { return raw_[0]; }
-    // As part of the first word, for the reason that setWords gives.
-    void setMeta(unsigned value) noexcept {
-        const std::uint64_t rest = field<std::uint64_t>(0) & ~(std::uint64_t{0xFF} << kMetaShift);
-        setField(0, rest | (std::uint64_t{value} << kMetaShift));
-    }
-    bool isInline() const noexcept { return (meta() & kLargeBit) == 0; }
-    const char* smallBytes() const noexcept { return reinterpret_cast<const char*>(raw_ + kSmallOffset); }
-    std::size_t smallSize() const noexcept { return meta() & kSmallSizeMask; }
-    template <class Field>
-    Field field(std::size_t offset) const noexcept {
-        Field value;
-        std::memcpy(&value, raw_ + offset, sizeof value);
-        return value;
-    }
-    template <class Field>
-    void setField(std::size_t offset, Field value) noexcept {
-        std::memcpy(raw_ + offset, &value, sizeof value);
-    }
-    Block* block() const noexcept { return field<Block*>(kBlockOffset); }
-    const char* begin() const noexcept { return field<const char*>(kBeginOffset); }
-    std::size_t largeSize() const noexcept {
-        return static_cast<std::size_t>((field<std::uint64_t>(0) >> kSizeShift) & kSizeMask);
-    }
-    void setLargeSize(std::size_t size) noexcept {
-        setField(0, (std::uint64_t{size} << kSizeShift) | (std::uint64_t{meta()} << kMetaShift));
-    }
-    void clear() noexcept { std::memset(raw_, 0, sizeof raw_); }
-    void setSmall(std::string_view bytes, TextEncoding encoding) noexcept {
-        const std::uint64_t tag = encodingBits(encoding) | static_cast<unsigned>(bytes.size());
-        if constexpr (kLittleEndian) {
-            setWords(bytes.data(), bytes.size(), tag);
-        } else {
-            clear();
-            if (!bytes.empty())
-                std::memcpy(raw_ + kSmallOffset, bytes.data(), bytes.size());
-            setMeta(static_cast<unsigned>(tag));
-        }
-    }
-    template <class Word>
-    static std::uint64_t load(const char* source) noexcept {
-        Word word;
-        std::memcpy(&word, source, sizeof word);
-        return word;
-    }
-    // A small text is put together in registers and stored in whole words: whoever copies it next would have
-    // to wait for single bytes to be written. The first word holds the tag and 7 bytes, the others 8 each;
-    // the last bytes of the text are loaded as a word of their own and shifted into place.
-    void setWords(const char* text, std::size_t size, std::uint64_t tag) noexcept {
-        std::uint64_t first = tag;
-        std::uint64_t second = 0;
-        std::uint64_t third = 0;
-        if (size >= 8) {
-            const std::uint64_t last = load<std::uint64_t>(text + size - 8);
-            first |= load<std::uint64_t>(text) << 8U;
-            if (size < 16) {
-                second = last >> (8 * (15 - size));
-            } else {
-                second = load<std::uint64_t>(text + 7);
-                third = last >> (8 * (23 - size));
-            }
-        } else if (size >= 4) {
-            const std::uint64_t last = load<std::uint32_t>(text + size - 4);
-            first |= (load<std::uint32_t>(text) | last << (8 * (size - 4))) << 8U;
-        } else if (size > 0) {
-            const auto byteAt = [text](std::size_t i) { return load<unsigned char>(text + i) << (8 * i); };
-            first |= (byteAt(0) | byteAt(size / 2) | byteAt(size - 1)) << 8U;
-        }
-        setField(0, first);
-        setField(kBlockOffset, second);
-        if constexpr (kRawSize == 3 * sizeof(std::uint64_t))
-            setField(kBeginOffset, third);
-    }
-    void copyIntoBlock(std::string_view bytes, TextEncoding encoding);
-    String shareCut(std::string_view part) const;
-    void setLarge(Block* block, const char* begin, std::size_t size, TextEncoding encoding) noexcept;
-    // Word by word: a wider load would have to wait for the single words to be written.
-    void copyRaw(const String& other) noexcept {
-        setField(0, other.field<std::uint64_t>(0));
-        setField(kBlockOffset, other.block());
-        setField(kBeginOffset, other.begin());
-    }
-    void shareFrom(const String& other) noexcept {
-        copyRaw(other);
-        if (!isInline())
-            retainBlock();
-    }
-    void takeFrom(String& other) noexcept {
-        copyRaw(other);
-        other.clear();
-    }
-    void drop() noexcept {
-        if (!isInline())
-            releaseBlock();
-    }
-    void retainBlock() const noexcept;
-    void releaseBlock() noexcept;
-    void reallocate(std::size_t capacity);
-    bool ownsTail() const noexcept;
-    char* prepare(std::size_t size);
-
-    alignas(std::uint64_t) unsigned char raw_[kRawSize];
+    StringStorage storage_;
 };
 
 // One operand of a concatenation: a string or program text, borrowed.
