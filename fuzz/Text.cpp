@@ -72,11 +72,10 @@ void checkNumberText(std::string_view input) {
         require(value == expected || std::fabs(value - expected) < expected * 1e-12, "Val of hexadecimal");
     } else if (!bare.starts_with("&b") && !bare.starts_with("&B")) {
         const std::string decimal = bare.substr(0, bare.find_first_not_of("+-.0123456789eE"));
-        require(value == std::strtod(decimal.c_str(), nullptr), "Val");
         char* end = nullptr;
-        std::strtod(bare.c_str(), &end);
-        const bool numeric = !bare.empty() && decimal == bare && *end == '\0' && end != bare.c_str();
-        require(IsNumeric(text) == numeric, "IsNumeric");
+        require(value == std::strtod(decimal.c_str(), &end), "Val");
+        const bool plain = decimal == bare && bare.find_first_of("eE") == std::string::npos;
+        require(IsNumeric(text) == (plain && !bare.empty() && *end == '\0'), "IsNumeric");
     }
     require(ValInteger(text) == toInteger(value), "ValInteger");
     checkNumber(value, takeField(input));

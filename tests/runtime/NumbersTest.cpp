@@ -55,15 +55,17 @@ TEST(Numbers, ConversionsTruncateAndSaturate) {
           Case(ValInteger("9223372036854775807"), INT64_MAX), Case(Variant("12x").toInteger(), 12),
           Case(Variant(-2.5).toInteger(), -2), Case(Variant().toInteger(), 0)})
         EXPECT_EQ(got, want);
-    EXPECT_EQ(Bitwise::ShiftRight(0x80, 4) + Bitwise::ShiftRight(UINT64_MAX, 64), 8U);
+    EXPECT_EQ(Bitwise::ShiftRight(0x80, 4), 8U);
+    EXPECT_EQ(Bitwise::ShiftRight(UINT64_MAX, 64), 0U);
 }
 
 TEST(Numbers, IsNumericTakesWholeDecimalNumbersOnly) {
     for (const char* text :
-         {"0", "1", "-1.5", "+.5", "5.", " 12 ", "1e5", "1E-5", "1e999", "007", "21.5\r\n"})
+         {"0", "1", "-1.5", "+.5", "5.", "\t 12 ", "007", "21.5\r\n", "99999999999999999999999"})
         EXPECT_TRUE(IsNumeric(text)) << text;
-    for (const char* text : {"",   " ",    "-",    ".",   "+.",  "1e",  "1e+", "1 2", "1,5",   "--1",
-                             "1-", "0x10", "&h10", "&b1", "inf", "nan", "abc", "1a",  "1.2.3", "e5"})
+    for (const char* text :
+         {"",     " ",   "-",   ".",   "+.",  "1e", "1e+",   "1 2", "1,5", "--1",  "1-",     "0x10",
+          "&h10", "&b1", "inf", "nan", "abc", "1a", "1.2.3", "e5",  "1e5", "1E-5", "001e00", "12e345"})
         EXPECT_FALSE(IsNumeric(text)) << text;
     EXPECT_FALSE(IsNumeric(std::string_view("1\0", 2)));
 }

@@ -53,90 +53,30 @@ double prefixedNumber(std::string_view digits, int bits) {
     return std::ldexp(static_cast<double>(leading), exponent);
 }
 
-// The parts of a decimal number at the start of a text.
-struct DecimalShape {
-    std::size_t length = 0;      // bytes of the whole number; 0 when there is none
-    std::size_t wholeDigits = 0; // digits ahead of the point
-    bool plain = false;          // sign and digits only
-    Integer exponent = 0;        // cut to what decides on too large or too small
-};
-
-std::size_t digitsAt(std::string_view text, std::size_t at) {
-    std::size_t end = at;
-    while (end < text.size() && isDigit(text[end]))
-        ++end;
-    return end - at;
-}
-
-Integer exponentOf(std::string_view digits) {
-    constexpr Integer kFarBeyond = 1'000'000'000'000;
-    Integer value = 0;
-    for (const char digit : digits)
-        value = std::min(value * 10 + (digit - '0'), kFarBeyond);
-    return value;
-}
-
-// Whether digits that don't fit a double are too large, and not too close to zero, by where their first
-// significant digit stands.
-bool isTooLarge(std::string_view digits, std::size_t wholeDigits, Integer exponent) {
-    const std::size_t first = digits.find_first_of("123456789");
-    if (first == std::string_view::npos)
-        return false;
-    return static_cast<Integer>(wholeDigits) - static_cast<Integer>(first) + exponent > 0;
-}
-
-DecimalShape decimalShape(std::string_view text) {
-    DecimalShape shape;
-    std::size_t at = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
-    shape.wholeDigits = digitsAt(text, at);
-    at += shape.wholeDigits;
-    std::size_t fractionDigits = 0;
-    shape.plain = true;
-    if (at < text.size() && text[at] == '.') {
-        fractionDigits = digitsAt(text, at + 1);
-        if (shape.wholeDigits + fractionDigits > 0) {
-            at += 1 + fractionDigits;
-            shape.plain = false;
-        }
-    }
-    if (shape.wholeDigits + fractionDigits == 0)
-        return {};
-    if (at < text.size() && (text[at] | 0x20) == 'e') {
-        std::size_t exponentAt = at + 1;
-        const bool negative = exponentAt < text.size() && text[exponentAt] == '-';
-        if (exponentAt < text.size() && (text[exponentAt] == '-' || text[exponentAt] == '+'))
-            ++exponentAt;
-        const std::size_t exponentDigits = digitsAt(text, exponentAt);
-        if (exponentDigits > 0) {
-            at = exponentAt + exponentDigits;
-            shape.plain = false;
-            const Integer magnitude = exponentOf(text.substr(exponentAt, exponentDigits));
-            shape.exponent = negative ? -magnitude : magnitude;
-        }
-    }
-    shape.length = at;
-    return shape;
+// Whether a number that no double holds is too large, and not too close to zero: by the place of its first
+// digit that counts.
+bool isTooLarge(std::string_view number) {
+    const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
+    const std::string_view digits = number.substr(0, mark);
+    const auto point = static_cast<double>(std::min(digits.find('.'), digits.size()));
+    const auto first = static_cast<double>(digits.find_first_of("123456789"));
+    return point - first + (mark < number.size() ? Val(number.substr(mark + 1)) : 0.0) > 0;
 }
 
 double decimalNumber(std::string_view text) {
-    const DecimalShape shape = decimalShape(text);
-    if (shape.length == 0)
+    const bool isNegative = text.starts_with('-');
+    if (isNegative || text.starts_with('+'))
+        text.remove_prefix(1);
+    // The library takes a second sign, "inf" and "nan" as well.
+    if (text.empty() || (!isDigit(text[0]) && text[0] != '.'))
         return 0;
-    const bool isSigned = text[0] == '-' || text[0] == '+';
-    const std::string_view digits = text.substr(isSigned, shape.length - isSigned);
     double value = 0;
-    if (shape.plain && shape.wholeDigits <= 15) {
-        std::uint64_t whole = 0;
-        for (const char digit : digits)
-            whole = whole * 10 + static_cast<std::uint64_t>(digit - '0');
-        value = static_cast<double>(whole);
-    } else if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec ==
-               std::errc::result_out_of_range) {
-        value = isTooLarge(digits, shape.wholeDigits, shape.exponent)
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::result_out_of_range)
+        value = isTooLarge(text.substr(0, static_cast<std::size_t>(end - text.data())))
                     ? std::numeric_limits<double>::infinity()
                     : 0.0;
-    }
-    return text[0] == '-' ? -value : value;
+    return isNegative ? -value : value;
 }
 
 } // namespace
@@ -251,7 +191,11 @@ bool IsNumeric(std::string_view text) {
     text = withoutLeadingSpace(text);
     while (!text.empty() && isWhiteSpace(text.back()))
         text.remove_suffix(1);
-    return !text.empty() && decimalShape(text).length == text.size();
+    if (text.starts_with('-') || text.starts_with('+'))
+        text.remove_prefix(1);
+    const auto digits = std::count_if(text.begin(), text.end(), isDigit);
+    const auto points = std::count(text.begin(), text.end(), '.');
+    return digits > 0 && points <= 1 && static_cast<std::size_t>(digits + points) == text.size();
 }
 
 namespace Bitwise {

@@ -9,9 +9,9 @@
 
 namespace hearthix {
 
-// The number at the start of a text. Leading blanks are skipped; a sign, digits, a fraction and an exponent
-// are read as far as they go, with "&h" ahead as hexadecimal and with "&b" as binary digits. Junk and the
-// empty text yield 0; what is too large for a double yields infinity.
+// The number at the start of a text. Leading white space is skipped; a sign, digits, a fraction and an
+// exponent are read as far as they go, with "&h" ahead as hexadecimal and with "&b" as binary digits. Junk
+// and the empty text yield 0; what is too large for a double yields infinity.
 double Val(std::string_view text);
 // Truncated toward zero; values out of range yield the nearest integer that there is, NaN yields 0.
 Integer toInteger(double value);
@@ -29,8 +29,8 @@ String Hex(Integer number);
 // Text by a mask of '#' (a digit if there is one), '0' (a digit always), at most one '.', and a leading '-'.
 // A minus sign stands before a negative number whether or not the mask has one; the last digit is rounded.
 String Format(double number, std::string_view mask);
-// Whether a text is one decimal number: sign, digits, fraction and exponent, blanks around it allowed. Empty
-// text, hexadecimal, "inf" and "nan" are none.
+// Whether a text is one plain decimal number: sign, digits and a fraction, with white space around it. Empty
+// text, hexadecimal, "inf" and "nan" are none, and neither is what has an exponent: 001e00 is a colour.
 bool IsNumeric(std::string_view text);
 
 namespace Bitwise {
