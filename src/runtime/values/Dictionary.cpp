@@ -11,6 +11,7 @@ namespace hearthix {
 namespace {
 
 constexpr std::size_t kMissing = SIZE_MAX;
+constexpr std::size_t kFirstPlaces = 6; // as many as a unit of a document takes
 
 std::uint32_t hashOf(Integer number) {
     return hashOfNumber(number);
@@ -25,13 +26,8 @@ std::uint32_t hashOf(const Variant& key) {
 bool matches(const Variant& candidate, Integer key) {
     return candidate.isInteger() && candidate.asInteger() == key;
 }
-// Nearly all keys differ in their size or first letter, whatever its case.
-bool mayEqual(std::string_view left, std::string_view right) {
-    return left.size() == right.size() && (left.empty() || ((left[0] ^ right[0]) & ~0x20) == 0);
-}
 bool matches(const Variant& candidate, std::string_view key) {
-    return candidate.isString() && mayEqual(candidate.asString(), key) &&
-           RuntimeStringCompare(candidate.asString(), key);
+    return candidate.isString() && RuntimeStringCompare(candidate.asString(), key);
 }
 bool matches(const Variant& candidate, const Variant& key) {
     return candidate == key;
@@ -64,7 +60,7 @@ const Variant* Dictionary::valueOf(const Wanted& key) const {
 }
 
 const Variant* Dictionary::find(const Variant& key) const {
-    return valueOf(key);
+    return key.isString() ? valueOf(key.asString().view()) : valueOf(key);
 }
 
 const Variant* Dictionary::find(std::string_view key) const {
@@ -84,53 +80,19 @@ const Variant& Dictionary::Value(const Variant& key) const {
 
 void Dictionary::SetValue(Variant key, Variant value) {
     const std::size_t i = key.isString() ? locate(key.asString().view()) : locate(key);
-    if (i == kMissing)
-        add(std::move(key), std::move(value));
-    else
+    if (i != kMissing) {
         entries_[i].value = std::move(value);
-}
-
-void Dictionary::SetValue(const String& key, const String& value) {
-    setText(key, value);
-}
-
-void Dictionary::SetValue(String&& key, String&& value) {
-    setText(std::move(key), std::move(value));
-}
-
-template <class Text>
-void Dictionary::setText(Text&& key, Text&& value) {
-    const std::size_t i = locate(key.view());
-    if (i == kMissing)
-        add(std::forward<Text>(key), std::forward<Text>(value));
-    else
-        entries_[i].value = std::forward<Text>(value);
-}
-
-template <class AKey, class AValue>
-void Dictionary::add(AKey&& key, AValue&& value) {
-    if (entries_.size() < entries_.capacity())
-        entries_.emplace_back(std::forward<AKey>(key), std::forward<AValue>(value));
-    else
-        moveAndAdd(Entry(std::forward<AKey>(key), std::forward<AValue>(value)));
+        return;
+    }
+    if (entries_.capacity() == 0)
+        entries_.reserve(kFirstPlaces);
+    entries_.push_back({std::move(key), std::move(value)});
     if (entries_.size() <= kUnindexed)
         return;
     if (slots_.size() < entries_.size() * 2)
         rebuildIndex();
     else
         enterSlot(hashOf(entries_.back().key), entries_.size() - 1);
-}
-
-// The entry comes already made: its key or value may be one that stands here, and what stands here moves.
-// Rare, and a call of its own for that: the way of all other entries stays short.
-// Small tables start with the places that a unit of a document takes; large ones grow by a quarter, as memory
-// matters more there than the rare move.
-[[gnu::noinline]] void Dictionary::moveAndAdd(Entry&& fresh) {
-    constexpr std::size_t kFirst = 6;
-    constexpr std::size_t kLarge = 1024;
-    const std::size_t size = entries_.size();
-    entries_.reserve(std::max(kFirst, size > kLarge ? size + size / 4 : size * 2));
-    entries_.push_back(std::move(fresh));
 }
 
 void Dictionary::Remove(const Variant& key) {

@@ -29,8 +29,6 @@ public:
     const Variant& Value(const Variant& key) const;
     // Adds or replaces.
     void SetValue(Variant key, Variant value);
-    void SetValue(const String& key, const String& value);
-    void SetValue(String&& key, String&& value);
     // Drops a key, at the cost of a walk over the table; raises KeyNotFoundException when it is missing.
     void Remove(const Variant& key);
     // The key at a position from 0; raises OutOfBoundsException when there is none.
@@ -40,10 +38,6 @@ public:
     Array<Variant> Keys() const;
 
     struct Entry {
-        template <class AKey, class AValue>
-        Entry(AKey&& itsKey, AValue&& itsValue)
-            : key(std::forward<AKey>(itsKey)), value(std::forward<AValue>(itsValue)) {}
-
         Variant key;
         Variant value;
     };
@@ -66,11 +60,6 @@ private:
     std::size_t locate(const Wanted& key) const;
     template <class Wanted>
     const Variant* valueOf(const Wanted& key) const;
-    template <class Text>
-    void setText(Text&& key, Text&& value);
-    template <class AKey, class AValue>
-    void add(AKey&& key, AValue&& value);
-    void moveAndAdd(Entry&& fresh);
     void enterSlot(std::uint32_t hash, std::size_t entry);
     void rebuildIndex();
     const Entry& entryAt(Integer index) const;

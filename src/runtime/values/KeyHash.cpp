@@ -3,7 +3,7 @@
 #include "runtime/values/Clock.hpp"
 
 #include <bit>
-#include <cstring>
+#include <utility>
 
 #include <sys/random.h>
 
@@ -24,16 +24,12 @@ Secret draw() {
     return drawn;
 }
 
-const Secret& secret() noexcept {
-    static const Secret kSecret = draw();
-    return kSecret;
-}
-
 class SipHash {
 public:
-    explicit SipHash(const Secret& key) noexcept
-        : a_(key.first ^ 0x736f6d6570736575U), b_(key.second ^ 0x646f72616e646f6dU),
-          c_(key.first ^ 0x6c7967656e657261U), d_(key.second ^ 0x7465646279746573U) {}
+    SipHash() noexcept {
+        static const Secret kSecret = draw();
+        a_ ^= kSecret.first, b_ ^= kSecret.second, c_ ^= kSecret.first, d_ ^= kSecret.second;
+    }
     void take(std::uint64_t word) noexcept {
         d_ ^= word;
         mix();
@@ -54,43 +50,33 @@ private:
         c_ += b_, b_ = std::rotl(b_, 17) ^ c_, c_ = std::rotl(c_, 32);
     }
 
-    std::uint64_t a_, b_, c_, d_;
+    std::uint64_t a_ = 0x736f6d6570736575U;
+    std::uint64_t b_ = 0x646f72616e646f6dU;
+    std::uint64_t c_ = 0x6c7967656e657261U;
+    std::uint64_t d_ = 0x7465646279746573U;
 };
-
-// Makes small letters of the capitals among eight bytes.
-std::uint64_t lowered(std::uint64_t bytes) noexcept {
-    constexpr std::uint64_t kEach = 0x0101010101010101U;
-    const std::uint64_t low = bytes & (0x7FU * kEach);
-    const std::uint64_t fromA = low + (0x80U - 'A') * kEach;      // the top bit: "A" or above
-    const std::uint64_t aboveZ = low + (0x80U - 'Z' - 1) * kEach; // the top bit: above "Z"
-    const std::uint64_t capitals = fromA & ~aboveZ & ~bytes & (0x80U * kEach);
-    return bytes | capitals >> 2U;
-}
 
 } // namespace
 
 std::uint32_t hashIgnoringCase(std::string_view text) noexcept {
-    SipHash hash(secret());
+    SipHash hash;
     std::uint64_t word = 0;
-    for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
-        std::memcpy(&word, text.data(), sizeof word);
-        hash.take(lowered(word));
+    std::size_t held = 0;
+    for (const char letter : text) {
+        const auto small =
+            static_cast<unsigned char>(letter >= 'A' && letter <= 'Z' ? letter | 0x20 : letter);
+        word = word << 8U | small;
+        if (++held % sizeof word == 0)
+            hash.take(std::exchange(word, 0));
     }
-    // The bytes that are left, and how many there are, which no such byte can stand for.
-    word = text.size() << 56U;
-    for (std::size_t i = 0; i < text.size(); ++i)
-        word |= static_cast<std::uint64_t>(static_cast<unsigned char>(text[i])) << (8 * i);
-    hash.take(lowered(word));
+    hash.take(word | std::uint64_t{text.size()} << 56U);
     return hash.result();
 }
 
 std::uint32_t hashOfNumber(Integer number) noexcept {
-    std::uint64_t hash = static_cast<std::uint64_t>(number) ^ secret().first;
-    for (const std::uint64_t factor : {0xFF51AFD7ED558CCDU, 0xC4CEB9FE1A85EC53U}) {
-        hash ^= hash >> 33U;
-        hash *= factor;
-    }
-    return static_cast<std::uint32_t>(hash >> 32U);
+    SipHash hash;
+    hash.take(static_cast<std::uint64_t>(number));
+    return hash.result();
 }
 
 } // namespace hearthix
