@@ -3,6 +3,7 @@
 
 #include "document/CXML.hpp"
 #include "tests/runtime/Rows.hpp"
+#include "tests/support/Pages.hpp"
 
 #include <gtest/gtest.h>
 

@@ -5,6 +5,7 @@
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
 #include "tests/runtime/Rows.hpp"
+#include "tests/support/Pages.hpp"
 
 #include <functional>
 #include <string>

@@ -7,6 +7,7 @@
 #include "tests/runtime/Links.hpp"
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Packets.hpp"
+#include "tests/support/Pages.hpp"
 #include "vocabulary/VarTypeConverter.hpp"
 
 #include <string>
