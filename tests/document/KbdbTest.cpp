@@ -13,7 +13,8 @@ protected:
     std::string run(const std::string& line) const {
         const std::string aside = folder.string() + ".";
         writeFile(aside + "sh", "KBDB='" KBDB_PROGRAM
-                                "'\nkbdb() { timeout 60 $KBDB \"$@\"; }\nset -o pipefail\ncd " +
+                                "'\nkbdb() { timeout 60 $KBDB \"$@\"; }\nCOMPLETION='" COMPLETION
+                                "'\nset -o pipefail\ncd " +
                                     folder.string() + "\n" + line + "\n");
         const std::string command = "LC_ALL=C.UTF-8 bash " + aside + "sh >" + aside + "out 2>&1";
         const int status = WEXITSTATUS(std::system(command.c_str()));
