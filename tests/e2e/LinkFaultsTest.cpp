@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <functional>
 #include <future>
 #include <numeric>
 #include <set>
@@ -171,7 +170,7 @@ TEST(StalledLink, OfAHostThatNeverReadsEndsTheDriver) {
 }
 
 TEST(NoMoreFiles, IsAFailureToConnect) {
-#if defined(__SANITIZE_ADDRESS__) || defined(HEARTHIX_COVERAGE)
+#if defined(HEARTHIX_SANITIZED) || defined(HEARTHIX_COVERAGE)
     GTEST_SKIP() << "an instrumented program opens files of its own";
 #endif
     if (isForeignDriver())
@@ -276,7 +275,7 @@ TEST(Load, AHostThatReadsLateMissesNothing) {
         EXPECT_EQ(talk.host.next(), log("sending config to node: 12;255;3;0;6;I"));
     }
     EXPECT_EQ(talk.gatewaySays("").host, Packets{});
-#ifndef __SANITIZE_ADDRESS__
+#ifndef HEARTHIX_SANITIZED
     // What waited, some 7 MiB, is not kept.
     EXPECT_LT(talk.driver.residentBytes(), isForeignDriver() ? SIZE_MAX : before + (std::size_t{3} << 20));
 #endif
@@ -284,7 +283,7 @@ TEST(Load, AHostThatReadsLateMissesNothing) {
 
 // On the stack that a process gets by default. Never more is in flight than the sockets hold.
 TEST(Load, AMillionCommandsOneWriteEach) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef HEARTHIX_SANITIZED
     constexpr int kCommands = 20'000;
 #else
     const int kCommands = isForeignDriver() ? 20'000 : 1'000'000;
@@ -313,24 +312,6 @@ TEST(Load, AMillionCommandsOneWriteEach) {
     EXPECT_EQ(talk.hostSends(""), Effects{});
 }
 
-// A peer of the driver that doesn't wait for it: does something again and again, until it is dropped.
-class Unceasing {
-public:
-    explicit Unceasing(std::function<void()> act)
-        : thread_([this, act = std::move(act)] {
-              while (!over_)
-                  act();
-          }) {}
-    ~Unceasing() {
-        over_ = true;
-        thread_.join();
-    }
-
-private:
-    std::atomic<bool> over_ = false;
-    std::thread thread_;
-};
-
 // The peer waits in the system's buffers, and the gateway and the end of the process wait for nobody.
 TEST(Load, AnEndlessStreamOfCommandsLeavesTheLoopItsTurn) {
     const std::string command =
@@ -342,24 +323,28 @@ TEST(Load, AnEndlessStreamOfCommandsLeavesTheLoopItsTurn) {
         for (int i = 0; i < 1000; ++i)
             stream += command;
         std::atomic<bool> closes = false;
-        const Unceasing host([&] {
-            if (rest.empty())
-                rest = closes.exchange(false) ? multipacket({{"mcmd", "close"}}) + stream : stream;
-            const ssize_t sent =
-                send(talk.host.descriptor(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-            rest.erase(0, sent > 0 ? static_cast<std::size_t>(sent) : 0);
-            std::this_thread::sleep_for(std::chrono::microseconds(sent > 0 ? 0 : 100));
+        const std::jthread host([&](const std::stop_token& over) {
+            while (!over.stop_requested()) {
+                if (rest.empty())
+                    rest = closes.exchange(false) ? multipacket({{"mcmd", "close"}}) + stream : stream;
+                const ssize_t sent =
+                    send(talk.host.descriptor(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+                rest.erase(0, sent > 0 ? static_cast<std::size_t>(sent) : 0);
+                std::this_thread::sleep_for(std::chrono::microseconds(sent > 0 ? 0 : 100));
+            }
         });
-        const Unceasing slowGateway([&] {
-            char bytes[1000];
-            [[maybe_unused]] const ssize_t got = read(talk.gateway.descriptor(), bytes, sizeof bytes);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        const std::jthread slowGateway([&](const std::stop_token& over) {
+            while (!over.stop_requested()) {
+                char bytes[1000];
+                [[maybe_unused]] const ssize_t got = read(talk.gateway.descriptor(), bytes, sizeof bytes);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
         });
         for (int i = 0; i < 5'000; ++i)
             talk.host.next();
         talk.gateway.say("0;255;3;0;9;heard\n");
         talk.host.until(log("Gateway Message: heard"));
-#ifndef __SANITIZE_ADDRESS__
+#ifndef HEARTHIX_SANITIZED
         EXPECT_LT(talk.driver.residentBytes(), (isForeignDriver() ? 400U : 40U) << 20);
 #endif
         closes = true;

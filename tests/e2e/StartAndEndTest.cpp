@@ -256,7 +256,7 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
 
 class NoMemory : public testing::Test {
     void SetUp() override {
-#if defined(__SANITIZE_ADDRESS__) || defined(HEARTHIX_COVERAGE)
+#if defined(HEARTHIX_SANITIZED) || defined(HEARTHIX_COVERAGE)
         GTEST_SKIP() << "an instrumented program has an allocator of its own";
 #endif
         if (isForeignDriver())

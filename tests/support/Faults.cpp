@@ -35,7 +35,7 @@ __attribute__((constructor)) void prepare() {
 
 } // namespace
 
-#ifndef __SANITIZE_ADDRESS__ // which has an allocator of its own
+#ifndef HEARTHIX_SANITIZED // which has an allocator of its own
 extern "C" void* malloc(std::size_t size) noexcept {
     return hasMemory() ? __libc_malloc(size) : nullptr;
 }
