@@ -216,7 +216,7 @@ void HostScreen::scroll(const terminal::Key& key) {
 
 // How far that goes at most, the next frame tells.
 void HostScreen::scrollTable(int rows) {
-    firstUnit_ = std::max(firstUnit_ + rows, 0);
+    firstUnit_ = std::clamp(firstUnit_ + rows, 0, kAll);
 }
 
 void HostScreen::scrollLog(int rows) {

@@ -8,6 +8,7 @@
 #include <limits>
 #include <string>
 #include <tuple>
+#include <utility>
 
 namespace hearthix::sim {
 
@@ -19,11 +20,6 @@ constexpr double kNone = std::numeric_limits<double>::infinity();
 
 // A number, or kNone; a text; and the address, by which goes what is the same otherwise.
 using SortKey = std::tuple<double, std::string, std::string>;
-
-struct Entry {
-    SortKey key;
-    const HostUnit* unit = nullptr;
-};
 
 std::string lower(const String& text) {
     std::string small(text.view());
@@ -82,23 +78,22 @@ void HostTable::sortBy(int step) {
 }
 
 std::vector<const HostUnit*> HostTable::units(const HostModel& model) const {
-    std::vector<Entry> entries;
+    std::vector<std::pair<SortKey, const HostUnit*>> entries;
     for (const Ref<HostUnit>& unit : model.units())
         if (filter.empty() ||
             InStr(1, concat(unit->address, " ", model.nameOf(*unit), " ", unit->value), filter) > 0)
-            entries.push_back({sortKey(model, *unit, sortedBy_), &*unit});
+            entries.emplace_back(sortKey(model, *unit, sortedBy_), &*unit);
     // What has no number stays behind what has one.
-    std::sort(entries.begin(), entries.end(), [this](const Entry& left, const Entry& right) {
-        const bool leftIsNone = std::get<0>(left.key) == kNone;
-        const bool rightIsNone = std::get<0>(right.key) == kNone;
+    std::sort(entries.begin(), entries.end(), [this](const auto& left, const auto& right) {
+        const bool leftIsNone = std::get<0>(left.first) == kNone;
+        const bool rightIsNone = std::get<0>(right.first) == kNone;
         if (leftIsNone != rightIsNone)
             return rightIsNone;
-        return isReversed_ ? right.key < left.key : left.key < right.key;
+        return isReversed_ ? right.first < left.first : left.first < right.first;
     });
     std::vector<const HostUnit*> sorted;
-    sorted.reserve(entries.size());
-    for (const Entry& each : entries)
-        sorted.push_back(each.unit);
+    for (const auto& [key, unit] : entries)
+        sorted.push_back(unit);
     return sorted;
 }
 

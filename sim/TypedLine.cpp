@@ -32,35 +32,30 @@ void TypedLine::clear() {
     recalled_ = entered_.size();
 }
 
-bool TypedLine::erase(std::size_t from, std::size_t to) {
-    text_.erase(from, to - from);
-    return moveTo(from);
-}
-
-bool TypedLine::moveTo(std::size_t place) {
-    cursor_ = std::min(place, text_.size());
-    return true;
-}
-
 bool TypedLine::take(const terminal::Key& key) {
     constexpr char kDelete = 127;
+    const std::size_t end = text_.size();
     const std::size_t before = cursor_ > 0 ? cursor_ - 1 : 0;
-    if (key.is(KEY_LEFT))
-        return moveTo(before);
-    if (key.is(KEY_RIGHT))
-        return moveTo(cursor_ + 1);
-    if (key.is(KEY_HOME) || key.is(control('A')))
-        return moveTo(0);
-    if (key.is(KEY_END) || key.is(control('E')))
-        return moveTo(text_.size());
-    if (key.is(KEY_BACKSPACE) || key.is(kDelete) || key.is(control('H')))
-        return erase(before, cursor_);
-    if (key.is(KEY_DC))
-        return erase(cursor_, std::min(cursor_ + 1, text_.size()));
-    if (key.is(control('U')))
-        return erase(0, cursor_);
-    if (key.is(control('K')))
-        return erase(cursor_, text_.size());
+    const std::size_t behind = std::min(cursor_ + 1, end);
+    // What each key takes away, and where it puts the cursor.
+    const struct {
+        bool isPressed;
+        std::size_t from, to, cursor;
+    } edits[] = {{key.is(KEY_LEFT), 0, 0, before},
+                 {key.is(KEY_RIGHT), 0, 0, behind},
+                 {key.is(KEY_HOME) || key.is(control('A')), 0, 0, 0},
+                 {key.is(KEY_END) || key.is(control('E')), 0, 0, end},
+                 {key.is(KEY_BACKSPACE) || key.is(kDelete) || key.is(control('H')), before, cursor_, before},
+                 {key.is(KEY_DC), cursor_, behind, cursor_},
+                 {key.is(control('U')), 0, cursor_, 0},
+                 {key.is(control('K')), cursor_, end, cursor_}};
+    for (const auto& edit : edits) {
+        if (!edit.isPressed)
+            continue;
+        text_.erase(edit.from, edit.to - edit.from);
+        cursor_ = edit.cursor;
+        return true;
+    }
     const auto character = static_cast<wchar_t>(key.code);
     if (key.isNamed || wcwidth(character) < 0 || character == L'\0')
         return false;

@@ -29,8 +29,6 @@ public:
 
 private:
     static std::string bytesOf(const std::wstring& text);
-    bool erase(std::size_t from, std::size_t to);
-    bool moveTo(std::size_t place);
 
     std::wstring text_;
     std::size_t cursor_ = 0;

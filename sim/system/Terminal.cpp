@@ -55,12 +55,8 @@ Screen::Screen() : screen_(newterm(nullptr, stdout, stdin)) {
     typeahead(-1);
     hasColours_ = wantsColours() && start_color() == OK && has_colors() && use_default_colors() == OK;
     constexpr short kUsual = -1;
-    if (hasColours_) {
-        init_pair(static_cast<short>(Colour::red), COLOR_RED, kUsual);
-        init_pair(static_cast<short>(Colour::yellow), COLOR_YELLOW, kUsual);
-        init_pair(static_cast<short>(Colour::green), COLOR_GREEN, kUsual);
-        init_pair(static_cast<short>(Colour::cyan), COLOR_CYAN, kUsual);
-    }
+    for (short colour = COLOR_RED; hasColours_ && colour <= COLOR_CYAN; ++colour)
+        init_pair(colour, colour, kUsual);
 }
 
 Screen::~Screen() {

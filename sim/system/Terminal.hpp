@@ -18,7 +18,7 @@ bool useUtf8();
 
 // Colours of a text, beside the attributes of ncurses. Each is none where there are no colours, or where
 // NO_COLOR asks for none.
-enum class Colour : short { usual, red, yellow, green, cyan };
+enum class Colour : short { red = COLOR_RED, green = COLOR_GREEN, yellow = COLOR_YELLOW, cyan = COLOR_CYAN };
 
 struct Key {
     wint_t code = 0;      // a character, or one of ncurses' KEY_ codes
