@@ -44,8 +44,10 @@ TEST(Start, ArgumentsAreReadLeniently) {
         std::vector<std::string> arguments{c.transport, c.address, host.port() + c.portSuffix, c.id};
         arguments.insert(arguments.end(), c.extra.begin(), c.extra.end());
         arguments.insert(arguments.end(), {"127.0.0.1", " " + gateway.port() + c.portSuffix});
+        const auto start = std::chrono::steady_clock::now();
         const DriverProcess driver(arguments);
         EXPECT_EQ(host.accept(), c.id);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
         gateway.accept();
         EXPECT_EQ(host.next(), readyText());
     }
