@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <utility>
 
 namespace hearthix {
 
@@ -41,7 +40,7 @@ public:
     // The bytes from offset on, at most count of them; a range past the end yields what is there.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
         const std::string_view bytes = view();
-        return String(storage_.cut(offset < bytes.size() ? bytes.substr(offset, count) : std::string_view()));
+        return {storage_, offset < bytes.size() ? bytes.substr(offset, count) : std::string_view()};
     }
     // Takes the first bytes away, in place; at most all of them.
     void removeFront(std::size_t count) noexcept { storage_.removeFront(count); }
@@ -71,7 +70,7 @@ public:
     friend bool operator==(const String& left, const String& right) noexcept;
 
 private:
-    explicit String(StringStorage&& storage) noexcept : storage_(std::move(storage)) {}
+    String(const StringStorage& whole, std::string_view part) noexcept : storage_(whole, part) {}
 
     StringStorage storage_;
 };

@@ -59,11 +59,9 @@ void StringStorage::releaseBlock() noexcept {
         ::operator delete(shared);
 }
 
-StringStorage StringStorage::shareCut(std::string_view part) const {
-    StringStorage result;
-    retainBlock();
-    result.setLarge(block(), part.data(), part.size(), encoding());
-    return result;
+void StringStorage::sharePart(const StringStorage& whole, std::string_view part) noexcept {
+    whole.retainBlock();
+    setLarge(whole.block(), part.data(), part.size(), whole.encoding());
 }
 
 void StringStorage::removeFront(std::size_t count) noexcept {

@@ -26,6 +26,13 @@ public:
         else
             copyIntoBlock(bytes, encoding);
     }
+    // A part of another text's bytes, with the same tag.
+    StringStorage(const StringStorage& whole, std::string_view part) noexcept {
+        if (part.size() <= kSmallCapacity)
+            setSmall(part, whole.encoding());
+        else
+            sharePart(whole, part);
+    }
     StringStorage(const StringStorage& other) noexcept { shareFrom(other); }
     StringStorage(StringStorage&& other) noexcept { takeFrom(other); }
     ~StringStorage() { drop(); }
@@ -56,10 +63,6 @@ public:
         setMeta((meta() & ~kEncodingMask) | encodingBits(encoding));
     }
 
-    // A part of these bytes, with the same tag.
-    StringStorage cut(std::string_view part) const {
-        return part.size() <= kSmallCapacity ? StringStorage(part, encoding()) : shareCut(part);
-    }
     // For what the rest does, see String.
     void removeFront(std::size_t count) noexcept;
     void append(std::string_view bytes);
@@ -167,7 +170,7 @@ private:
             setField(kBeginOffset, third);
     }
     void copyIntoBlock(std::string_view bytes, TextEncoding encoding);
-    StringStorage shareCut(std::string_view part) const;
+    void sharePart(const StringStorage& whole, std::string_view part) noexcept;
     void setLarge(Block* block, const char* begin, std::size_t size, TextEncoding encoding) noexcept;
     // Word by word: a wider load would have to wait for the single words to be written.
     void copyRaw(const StringStorage& other) noexcept {

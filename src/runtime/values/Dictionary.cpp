@@ -86,7 +86,7 @@ void Dictionary::SetValue(Variant key, Variant value) {
     }
     if (entries_.capacity() == 0)
         entries_.reserve(kFirstPlaces);
-    entries_.push_back({std::move(key), std::move(value)});
+    entries_.emplace_back(std::move(key), std::move(value));
     if (entries_.size() <= kUnindexed)
         return;
     if (slots_.size() < entries_.size() * 2)

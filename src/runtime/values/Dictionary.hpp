@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace hearthix {
@@ -38,6 +39,9 @@ public:
     Array<Variant> Keys() const;
 
     struct Entry {
+        Entry(Variant&& itsKey, Variant&& itsValue) noexcept
+            : key(std::move(itsKey)), value(std::move(itsValue)) {}
+
         Variant key;
         Variant value;
     };
