@@ -1,5 +1,7 @@
 #include "runtime/files/FolderItem.hpp"
 
+#include "runtime/core/SystemError.hpp"
+
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -22,7 +24,7 @@ std::string pathOf(const FolderItem& item) {
 std::error_code refusalOf(const FolderItem& item) {
     struct stat status {};
     if (lstat(pathOf(item).c_str(), &status) != 0)
-        return {errno, std::generic_category()};
+        return systemError();
     if (S_ISREG(status.st_mode))
         return {};
     return make_error_code(S_ISDIR(status.st_mode) ? std::errc::is_a_directory : std::errc::invalid_argument);

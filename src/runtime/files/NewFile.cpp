@@ -1,5 +1,6 @@
 #include "runtime/files/NewFile.hpp"
 
+#include "runtime/core/SystemError.hpp"
 #include "runtime/files/OpenFile.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/values/Clock.hpp"
@@ -22,7 +23,7 @@ std::string pathOf(const Ref<FolderItem>& item) {
 }
 
 std::error_code errorUnless(bool done) {
-    return done ? std::error_code() : lastSystemError();
+    return done ? std::error_code() : systemError();
 }
 
 void takeRights(int descriptor, const struct stat& model) {
@@ -40,7 +41,7 @@ NewFile::NewFile(const Ref<FolderItem>& place) : place_(place) {
     struct stat old {};
     replaces_ = stat(pathOf(place).c_str(), &old) == 0;
     if (!replaces_ && errno != ENOENT && errno != ENOTDIR) {
-        error_ = lastSystemError();
+        error_ = systemError();
         return;
     }
     const mode_t mode = replaces_ ? 0600 : 0666;
@@ -108,7 +109,7 @@ std::error_code NewFile::replace() {
         written->Delete();
     else
         leftAt_ = written;
-    return {static_cast<int>(status), std::generic_category()};
+    return {static_cast<int>(status), std::system_category()};
 }
 
 } // namespace hearthix

@@ -1,5 +1,7 @@
 #include "runtime/files/OpenFile.hpp"
 
+#include "runtime/core/SystemError.hpp"
+
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -13,7 +15,7 @@ namespace hearthix {
 std::unique_ptr<OpenFile> OpenFile::create(const String& path, bool overwrite, std::error_code& error) {
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY | (overwrite ? O_TRUNC : O_EXCL);
     const int descriptor = ::open(std::string(path.view()).c_str(), flags, 0666);
-    error = descriptor < 0 ? lastSystemError() : std::error_code();
+    error = descriptor < 0 ? systemError() : std::error_code();
     return descriptor < 0 ? nullptr : std::make_unique<OpenFile>(descriptor);
 }
 
@@ -25,7 +27,7 @@ std::unique_ptr<OpenFile> OpenFile::open(const String& path, bool writable, std:
     struct stat status {};
     error.clear();
     if (descriptor < 0 || fstat(descriptor, &status) != 0)
-        error = lastSystemError();
+        error = systemError();
     else if (!S_ISREG(status.st_mode))
         error = make_error_code(std::errc::invalid_argument);
     else if (!std::in_range<std::ptrdiff_t>(status.st_size)) // as on a machine of 32 bits
@@ -76,7 +78,7 @@ void OpenFile::write(std::size_t offset, std::string_view bytes) {
         if (put < 0 && errno == EINTR)
             continue;
         if (put <= 0)
-            return fail(put < 0 ? lastSystemError() : make_error_code(std::errc::io_error));
+            return fail(put < 0 ? systemError() : make_error_code(std::errc::io_error));
         offset += static_cast<std::size_t>(put);
         bytes.remove_prefix(static_cast<std::size_t>(put));
     }
@@ -84,9 +86,9 @@ void OpenFile::write(std::size_t offset, std::string_view bytes) {
 
 std::error_code OpenFile::close() {
     if (changed_ && fsync(descriptor_) != 0)
-        fail(lastSystemError());
+        fail(systemError());
     if (::close(descriptor_) != 0)
-        fail(lastSystemError());
+        fail(systemError());
     descriptor_ = -1;
     return error_;
 }

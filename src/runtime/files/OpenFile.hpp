@@ -3,7 +3,6 @@
 
 #include "runtime/text/String.hpp"
 
-#include <cerrno>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -38,10 +37,5 @@ private:
     bool changed_ = false;
     std::error_code error_;
 };
-
-// What errno holds.
-inline std::error_code lastSystemError() {
-    return {errno, std::generic_category()};
-}
 
 } // namespace hearthix
