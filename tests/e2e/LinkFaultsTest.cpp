@@ -153,8 +153,9 @@ TEST(StalledLink, OfASerialGatewayIsWaitedFor) {
     talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
     const Packet told = sendLargeCommand(talk, 'a');
     EXPECT_EQ(talk.host.next(), told); // ahead of the line, for which there is no room
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // by now it waits for the line to leave
     sendLargeCommand(talk, 'a');
-    std::this_thread::sleep_for(std::chrono::seconds(2));
+    EXPECT_FALSE(talk.host.hasNews(std::chrono::seconds(2)));
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(talk.gateway.hearUntil("\n"), largeLine('a'));
     EXPECT_EQ(talk.hostSends(""), effects({told}));
