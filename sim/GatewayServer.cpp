@@ -148,7 +148,7 @@ void GatewayServer::connected(StreamDevice& connection) {
         silenceDue_.setSeconds(settings_.silentAfter);
     if (settings_.dropAfter > 0)
         dropDue_.setSeconds(settings_.dropAfter);
-    if (settings_.greet.value_or(settings_.usePseudoTerminal))
+    if (settings_.greet.value_or(settings_.usePseudoTerminal && settings_.replay.empty()))
         write(kReady, false);
     beginSoon_.setIn(settings_.usePseudoTerminal ? 0 : kSettleMilliseconds);
 }

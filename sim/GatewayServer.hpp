@@ -22,7 +22,7 @@ namespace hearthix::sim {
 struct GatewaySettings {
     bool usePseudoTerminal = false;
     SocketAddress listen{"127.0.0.1", 5003};
-    std::optional<bool> greet; // when a driver connects; by default on a pseudo-terminal
+    std::optional<bool> greet; // when a driver connects; by default on a pseudo-terminal, but for a replay
     double silentAfter = 0;    // seconds; 0 for never
     double dropAfter = 0;      // likewise
     bool fragment = false;

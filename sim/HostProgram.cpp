@@ -2,6 +2,7 @@
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "sim/Failure.hpp"
+#include "sim/GatewayTap.hpp"
 #include "sim/HostCommands.hpp"
 #include "sim/Session.hpp"
 #include "sim/Subcommands.hpp"
@@ -40,6 +41,7 @@ public:
     String run();
 
 private:
+    void startDriver();
     bool isAwaited(const String& address) const;
     void driverEnded(int status);
     void end(const String& failure);
@@ -48,6 +50,7 @@ private:
     Session session_;
     Host host_;
     HostCommands commands_;
+    GatewayTap tap_;
     Alarm timeOver_;
     Alarm farewell_;
     Integer values_ = 0;
@@ -56,7 +59,8 @@ private:
 
 HostRun::HostRun(const Settings& settings)
     : settings_(settings), session_(settings.json ? Session::Shows::json : Session::Shows::screen),
-      host_(settings.host, session_.view()), commands_(host_, [this] { end({}); }) {
+      host_(settings.host, session_.view()), commands_(host_, [this] { end({}); }),
+      tap_(settings.host.transport) {
     session_.status = [this] { return host_.status(); };
     session_.entered = [this](const String& line) { commands_.run(line); };
     session_.watch(host_.model());
@@ -86,14 +90,22 @@ bool HostRun::isAwaited(const String& address) const {
 }
 
 void HostRun::driverEnded(int status) {
-    if (settings_.host.restart || session_.hasEnded())
+    if (session_.hasEnded())
         return;
-    const String& words = host_.lastWords();
+    String reason = host_.lastWords().empty() ? String() : concat("; it said: ", host_.lastWords());
+    if (host_.lastWords().view().starts_with("no serial port is named "))
+        reason += presentPorts();
+    if (!settings_.recordFile.empty())
+        host_.setTransport(tap_.transport());
+    if (!tap_.trouble().empty())
+        reason = concat("; ", tap_.trouble());
+    if (settings_.host.restart) {
+        if (!reason.empty())
+            session_.view().note("host", concat("the driver's end", reason));
+        return;
+    }
     if (!host_.hasClosedDriver())
-        failure_ = concat("the driver has ended by itself, with status ", Str(status),
-                          words.empty() ? "" : "; it said: ", words);
-    if (words.view().starts_with("no serial port is named "))
-        failure_ += presentPorts();
+        failure_ = concat("the driver has ended by itself, with status ", Str(status), reason);
     farewell_.setIn(kFarewellMilliseconds);
 }
 
@@ -103,9 +115,20 @@ void HostRun::end(const String& failure) {
     session_.end();
 }
 
+void HostRun::startDriver() {
+    const std::vector<String>& gateway = settings_.host.transport;
+    if (!settings_.recordFile.empty()) {
+        if (gateway.size() == 1 && System::SerialPort(gateway[0]).isNil())
+            throw Failure{concat("no serial port is named ", gateway[0], presentPorts())};
+        tap_.open(settings_.recordFile);
+        host_.setTransport(tap_.transport());
+    }
+    host_.startDriver();
+}
+
 String HostRun::run() {
     host_.open();
-    host_.startDriver();
+    startDriver();
     if (settings_.seconds > 0)
         timeOver_.setSeconds(settings_.seconds);
     session_.run();

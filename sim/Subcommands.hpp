@@ -16,6 +16,7 @@ struct Settings {
     double seconds = 0; // how long it runs; 0 for as long as nobody ends it
     String meshFile;    // empty for the standard mesh
     String replayFile;
+    String recordFile; // of what a host's driver and its gateway say; empty for none
     bool json = false;
     Integer count = 0;   // values after which the host ends; 0 for none
     String untilAddress; // the unit whose value ends it; empty for none

@@ -138,6 +138,8 @@ void describeHost(CLI::App& app, Settings& settings) {
     text(app, "--id", "ID", host.connectionId, "the connection ID for the driver, SIM by default");
     app.add_flag("--restart", host.restart, "start the driver again when it ends");
     text(app, "--units", "FILE", host.unitsFile, "keep the units in this file");
+    text(app, "--record", "FILE", settings.recordFile,
+         "write down every line between driver and gateway, for\nhearthix-sim gateway --replay");
     addTrace(app, settings);
     app.add_flag("--json", settings.json, "print one JSON object a line, for scripts");
     addFor(app, settings);
@@ -153,7 +155,7 @@ void describeHost(CLI::App& app, Settings& settings) {
     app.add_option_function<std::string>("--until", until, "end when this unit gets a value, or this value")
         ->type_name("ADDRESS[=VALUE]");
     app.parse_complete_callback([&host, &app] {
-        for (const char* option : {"--driver", "--restart"})
+        for (const char* option : {"--driver", "--restart", "--record"})
             if (host.transport.empty() && app.count(option) > 0)
                 throw CLI::RequiredError(std::string("with ") + option +
                                          ", --serial NAME or --gateway HOST:PORT");

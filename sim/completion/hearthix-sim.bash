@@ -20,7 +20,7 @@ _hearthix_sim() {
     case ${COMP_WORDS[1]} in
         demo) words="--for --driver --pty --mesh --rate --fragment --junk --trace --help --version" ;;
         soak) words="--for --driver --pty --rate --help --version" ;;
-        host) words="--listen --driver --serial --gateway --id --restart --units --trace --json --for --count --until --help --version" ;;
+        host) words="--listen --driver --serial --gateway --id --restart --record --units --trace --json --for --count --until --help --version" ;;
         types) words="--help --version" ;;
         gateway) words="--tcp --pty --mesh --greet --no-greet --rate --fragment --junk --silent-after
             --drop-after --record --replay --help --version" ;;

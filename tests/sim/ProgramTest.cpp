@@ -172,6 +172,30 @@ TEST_F(SimProgram, HostTellsTheDriversLastWordsAtTheEnd) {
     EXPECT_EQ(serial.status(), 0) << serial.output;
 }
 
+TEST_F(SimProgram, RecordedSessionsLeadToTheSame) {
+    const std::string told =
+        "cd " + folder +
+        "; for i in 1 2; do { jq -c 'select(.kind == \"value\") | [.address, .value]' $i.json; jq -c "
+        "'select(.kind == \"unit\") | [.address, .name]' $i.json | sort; sed -n 's/.* < //p' $i | sed "
+        "'s/;3;0;1;.*/;time/' | sort -u; } >$i.all; done; diff 1.all 2.all && [ $(wc -l <1.all) -gt 30 ]";
+    const std::pair<std::string, std::string> kinds[] = {{"--pty", "--serial "},
+                                                         {"--tcp 127.0.0.1:0", "--serial socket://"},
+                                                         {"--tcp 127.0.0.1:0", "--gateway "}};
+    for (const auto& [kind, option] : kinds) {
+        std::string replay;
+        for (const std::string& file : {folder + "/1", folder + "/2"}) {
+            Program gateway(folder, "gateway " + kind + replay);
+            Program host(folder, "host --json --listen 127.0.0.1:0 --until 0E01.STATUS --record " + file +
+                                     " " + option + gateway.restBehind("the gateway is ") + " >" + file +
+                                     ".json");
+            host.type("on 0C01.STATUS\nset 0C02.PERCENT 40");
+            EXPECT_EQ(host.status(), 0) << host.output;
+            replay = " --replay " + file;
+        }
+        EXPECT_EQ(std::system(told.c_str()), 0) << option;
+    }
+}
+
 TEST_F(SimProgram, RefusesBadUseInOneSentence) {
     for (const char* words :
          {"", "nonsense", "demo --nonsense", "demo --for", "host --listen 20300", "host --restart",
