@@ -15,12 +15,20 @@ namespace {
 // A longer one is no line of a gateway's; it is cut, lest it grow for ever.
 constexpr std::size_t kLongestLine = 65'536;
 
+// An IPv6 address stands in brackets.
+String nameOf(const std::vector<String>& words) {
+    if (words.size() == 1)
+        return words[0];
+    const bool isPlain = InStrB(1, words[0], ":") == 0;
+    return concat("socket://", isPlain ? "" : "[", words[0], isPlain ? ":" : "]:", words[1]);
+}
+
 } // namespace
 
 class GatewayTap::Line : public Serial {
 public:
     explicit Line(GatewayTap& tap) : tap_(tap) { DataTerminalReady = true; }
-    void Event_DataAvailable() override { tap_.carry(*this, true); }
+    void Event_DataAvailable() override { tap_.carry(*this, *tap_.driver_); }
     void Event_Error() override { tap_.gatewayGone(lastError()); }
 
 private:
@@ -29,20 +37,16 @@ private:
 
 class GatewayTap::Link : public TCPSocket {
 public:
-    Link(GatewayTap& tap, bool isGateway) : tap_(tap), isGateway_(isGateway) {}
-    void Event_Connected() override { tap_.gatewayReady(); }
-    void Event_DataAvailable() override { tap_.carry(*this, isGateway_); }
-    void Event_Error(const RuntimeException&) override {
-        isGateway_ ? tap_.gatewayGone(lastError()) : tap_.driverGone();
-    }
+    explicit Link(GatewayTap& tap) : tap_(tap) {}
+    void Event_DataAvailable() override { tap_.carry(*this, *tap_.gateway_); }
+    void Event_Error(const RuntimeException&) override { tap_.driverGone(); }
 
 private:
     GatewayTap& tap_;
-    bool isGateway_;
 };
 
 GatewayTap::GatewayTap(const std::vector<String>& gateway)
-    : words_(gateway), line_(Ref<Line>::make(*this)), link_(Ref<Link>::make(*this, true)) {
+    : words_(gateway), gateway_(Ref<Line>::make(*this)) {
 }
 
 GatewayTap::~GatewayTap() {
@@ -66,8 +70,11 @@ void GatewayTap::open(const String& recordFile) {
 
 void GatewayTap::openTerminal() {
     terminal_ = Ref<PseudoTerminal>::make();
-    terminal_->opened = [this] { openLine(); };
-    terminal_->arrived = [this] { carry(*terminal_, false); };
+    terminal_->opened = [this] {
+        driver_ = &*terminal_;
+        openGateway();
+    };
+    terminal_->arrived = [this] { carry(*terminal_, *gateway_); };
     terminal_->closed = [this] { driverGone(); };
     newTerminal();
 }
@@ -85,53 +92,34 @@ std::vector<String> GatewayTap::transport() const {
     return {"127.0.0.1", Str(listener_->Port())};
 }
 
-// A second session goes on in the time of the first, as its lines stand behind.
-void GatewayTap::begin() {
-    begunAt_ = begunAt_ > 0 ? begunAt_ : clocks::monotonic();
-}
-
-void GatewayTap::openLine() {
-    begin();
-    line_->SerialPort = System::SerialPort(words_[0]);
-    line_->Open() ? gatewayReady() : gatewayGone(line_->lastError());
-}
-
 void GatewayTap::accept(int descriptor) {
-    const auto driver = Ref<Link>::make(*this, false);
-    driver->adopt(descriptor);
-    if (driver_)
-        return driver->Close(); // one at a time
-    driver_ = driver;
-    begin();
-    link_ = Ref<Link>::make(*this, true);
-    link_->Address = words_[0];
-    link_->Port = ValInteger(words_[1]);
-    link_->Connect();
+    const auto link = Ref<Link>::make(*this);
+    link->adopt(descriptor);
+    if (driver_ != nullptr)
+        return link->Close(); // one at a time
+    accepted_ = link;
+    driver_ = &*link;
+    openGateway();
 }
 
-void GatewayTap::gatewayReady() {
-    isReady_ = true;
-    trouble_ = String();
-    (terminal_ ? static_cast<StreamDevice&>(*line_) : *link_).Write(std::exchange(held_, String()));
+// A second session goes on in the time of the first, as its lines stand behind.
+void GatewayTap::openGateway() {
+    trouble_ = unended_[0] = unended_[1] = String();
+    begunAt_ = begunAt_ > 0 ? begunAt_ : clocks::monotonic();
+    gateway_->SerialPort = System::SerialPort(nameOf(words_));
+    if (!gateway_->Open())
+        gatewayGone(gateway_->lastError());
 }
 
-void GatewayTap::carry(StreamDevice& from, bool toDriver) {
-    const String bytes = from.ReadAll();
-    record(bytes, toDriver);
-    if (toDriver)
-        (terminal_ ? static_cast<StreamDevice&>(*terminal_) : *driver_).Write(bytes);
-    else if (isReady_)
-        (terminal_ ? static_cast<StreamDevice&>(*line_) : *link_).Write(bytes);
-    else
-        held_ += bytes;
-}
-
-void GatewayTap::record(const String& bytes, bool toDriver) {
+void GatewayTap::carry(StreamDevice& from, StreamDevice& to) {
+    const bool toDriver = &to == driver_;
     const Integer now = (clocks::monotonic() - begunAt_) / clocks::kMillisecond;
+    const String bytes = from.ReadAll();
+    to.Write(bytes);
     String& unended = unended_[toDriver ? 1 : 0];
-    Integer from = LenB(unended) + 1; // what was held has no line feed
+    Integer start = LenB(unended) + 1; // what was held has no line feed
     unended += bytes;
-    while (const Integer end = InStrB(std::exchange(from, 1), unended, "\n")) {
+    while (const Integer end = InStrB(std::exchange(start, 1), unended, "\n")) {
         recorder_.note({now, toDriver, LeftB(unended, end - 1)});
         unended = MidB(unended, end + 1);
     }
@@ -142,20 +130,17 @@ void GatewayTap::record(const String& bytes, bool toDriver) {
 void GatewayTap::gatewayGone(const std::error_code& error) {
     const String reason =
         error == std::errc::not_connected ? "it closed the connection" : error.message().c_str();
-    trouble_ = concat("the gateway at ", words_[0], words_.size() > 1 ? ":" : "",
-                      words_.size() > 1 ? words_[1] : String(), " can't be had: ", reason);
+    trouble_ = concat("the gateway at ", nameOf(words_), " can't be had: ", reason);
     driverGone();
     if (terminal_)
         newTerminal();
 }
 
 void GatewayTap::driverGone() {
-    isReady_ = false;
-    held_ = unended_[0] = unended_[1] = String();
-    line_->Close();
-    link_->Close();
-    if (driver_)
-        std::exchange(driver_, nullptr)->Close();
+    driver_ = nullptr;
+    gateway_->Close();
+    if (accepted_)
+        accepted_->Close();
 }
 
 } // namespace hearthix::sim

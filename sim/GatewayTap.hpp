@@ -36,24 +36,19 @@ private:
 
     void openTerminal();
     void newTerminal() const;
-    void begin();
-    void openLine();
     void accept(int descriptor);
-    void carry(StreamDevice& from, bool toDriver);
-    void record(const String& bytes, bool toDriver);
-    void gatewayReady();
+    void openGateway();
+    void carry(StreamDevice& from, StreamDevice& to);
     void gatewayGone(const std::error_code& error);
     void driverGone();
 
     std::vector<String> words_;
     Recorder recorder_;
-    Ref<PseudoTerminal> terminal_; // the driver's end and the gateway's, of a serial port
-    Ref<Line> line_;
-    Ref<ListeningSocket> listener_; // the same for TCP
-    Ref<Link> driver_;
-    Ref<Link> link_;
-    bool isReady_ = false;            // the gateway, to be written to
-    String held_;                     // for the gateway until then
+    Ref<Line> gateway_; // an address is a line on the network, too
+    Ref<PseudoTerminal> terminal_;
+    Ref<ListeningSocket> listener_;
+    Ref<Link> accepted_;
+    StreamDevice* driver_ = nullptr;  // one of the two, while it is there
     std::array<String, 2> unended_{}; // the beginning of a line, from the driver and to it
     clocks::Nanoseconds begunAt_ = 0; // when a driver came first
     String trouble_;

@@ -31,27 +31,13 @@ String internalLine(Integer node, Integer subType, const String& payload) {
     return lineOf(node, mySensors::kNodeLevelChild, mySensors::kInternal, subType, payload);
 }
 
-// What a child presents itself as, by the variable that it reports.
+// What a child presents itself as, by the variable that it reports, from 0 to 23; a custom sensor beyond.
 Integer presentationOf(const MeshChild& child) {
     constexpr Integer kCustom = 23;
-    static constexpr std::array<std::pair<Integer, Integer>, 14> kByVariable{{{0, 6},
-                                                                              {1, 7},
-                                                                              {2, 3},
-                                                                              {3, 4},
-                                                                              {4, 8},
-                                                                              {6, 10},
-                                                                              {8, 9},
-                                                                              {11, 11},
-                                                                              {12, 12},
-                                                                              {13, 15},
-                                                                              {16, 1},
-                                                                              {17, 13},
-                                                                              {18, 13},
-                                                                              {23, 16}}};
-    for (const auto& [variable, presented] : kByVariable)
-        if (variable == child.variableType)
-            return presented;
-    return kCustom;
+    static constexpr std::array<Integer, 24> kPresented{6,  7,  3,  4,  8, 23, 10, 23, 9,  23, 23, 11,
+                                                        12, 15, 23, 23, 1, 13, 13, 23, 23, 23, 23, 16};
+    const auto variable = static_cast<std::size_t>(child.variableType);
+    return variable < kPresented.size() ? kPresented[variable] : kCustom;
 }
 
 String hexByte(Integer value) {

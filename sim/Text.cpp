@@ -77,11 +77,11 @@ std::string paddedLeft(std::string_view text, std::size_t columns) {
     return std::string(std::max(columns, text.size()) - text.size(), ' ') + std::string(text);
 }
 
-std::vector<String> wordsOf(std::string_view line, std::string_view comment) {
+std::vector<String> wordsOf(std::string_view line) {
     std::vector<String> words;
     while (true) {
         line.remove_prefix(std::min(line.find_first_not_of(" \t\r\n"), line.size()));
-        if (line.empty() || (!comment.empty() && line.starts_with(comment)))
+        if (line.empty())
             return words;
         const bool quoted = line[0] == '"';
         line.remove_prefix(quoted ? 1 : 0);

@@ -20,9 +20,8 @@ std::size_t lineOf(std::string_view text, int columns);
 std::string padded(std::string_view text, std::size_t columns);
 std::string paddedLeft(std::string_view text, std::size_t columns);
 
-// The words of a line; one in double quotes may hold blanks. A word that begins with the comment mark, if
-// there is one, and all behind it is left out.
-std::vector<String> wordsOf(std::string_view line, std::string_view comment = {});
+// The words of a line; one in double quotes may hold blanks.
+std::vector<String> wordsOf(std::string_view line);
 
 // The local time of day, "09:05:02", or with milliseconds, "09:05:02.117".
 String clockText(bool withMilliseconds);

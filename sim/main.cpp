@@ -46,23 +46,20 @@ CLI::Option* number(CLI::App& app, const char* name, const char* type, double lo
     return app.add_option(name, target, help)->type_name(type)->check(isOutside);
 }
 
-// "HOST:PORT", and only a whole number for the port.
-bool readAddress(const std::string& given, SocketAddress& target) {
-    const std::size_t colon = given.rfind(':');
-    if (colon == 0 || colon == std::string::npos)
-        return false;
+// Only a whole number is a port.
+SocketAddress addressOf(const char* option, const std::string& given) {
+    const std::size_t colon = std::min(given.rfind(':'), given.size());
     std::uint16_t port = 0;
-    const auto [end, error] = std::from_chars(&given[colon + 1], given.data() + given.size(), port);
-    target = {textOf(given.substr(0, colon)), port};
-    return error == std::errc() && end == given.data() + given.size();
+    const auto [end, error] =
+        std::from_chars(given.data() + std::min(colon + 1, given.size()), given.data() + given.size(), port);
+    if (colon == 0 || error != std::errc() || end != given.data() + given.size())
+        throw CLI::ValidationError(option, "write it as 192.168.1.20:5003, not '" + given + "'");
+    return {textOf(given.substr(0, colon)), port};
 }
 
 CLI::Option* address(CLI::App& app, const char* name, const char* type, SocketAddress& target,
                      const char* help) {
-    const auto read = [name, &target](const std::string& given) {
-        if (!readAddress(given, target))
-            throw CLI::ValidationError(name, "write it as 127.0.0.1:20300, not '" + given + "'");
-    };
+    const auto read = [name, &target](const std::string& given) { target = addressOf(name, given); };
     return app.add_option_function<std::string>(name, read, help)->type_name(type);
 }
 
@@ -127,9 +124,7 @@ void describeHost(CLI::App& app, Settings& settings) {
         "--serial", serial,
         "the driver's gateway is on this serial line: a path,\na name below /dev, or socket://HOST:PORT");
     const auto gateway = [&host](const std::string& given) {
-        SocketAddress place;
-        if (!readAddress(given, place))
-            throw CLI::ValidationError("--gateway", "write it as 192.168.1.20:5003, not '" + given + "'");
+        const SocketAddress place = addressOf("--gateway", given);
         host.transport = {place.host, Str(place.port)};
     };
     app.add_option_function<std::string>("--gateway", gateway, "the driver's gateway is at this TCP address")
@@ -212,8 +207,14 @@ constexpr std::array<Subcommand, 5> kSubcommands{
       runSoak},
      {"types", "Lists the types of variables as the driver knows them.", describeTypes, runTypes}}};
 
-// The subcommand to be run, or null when the answer has been given already.
-const Subcommand* parse(int count, const char* const* words, Settings& settings) {
+// It may quote a file that somebody else wrote.
+int complain(const String& sentence, int status) {
+    PrintError(String(printable(sentence), TextEncoding::utf8));
+    return status;
+}
+
+int run(int count, const char* const* words) {
+    Settings settings;
     CLI::App app("Stand-ins for what the Hearthix MySensors driver stands between.", "hearthix-sim");
     app.option_defaults()->take_last();
     app.require_subcommand(0, 1);
@@ -228,42 +229,27 @@ const Subcommand* parse(int count, const char* const* words, Settings& settings)
         app.parse(count, words);
         for (const Subcommand& each : kSubcommands)
             if (app.got_subcommand(each.name))
-                return &each;
+                return each.run(settings);
         throw CLI::RequiredError::Subcommand(1);
     } catch (const CLI::CallForVersion&) {
         Print(kVersion);
     } catch (const CLI::CallForHelp&) {
         Print(textOf(app.help()));
     } catch (const CLI::ParseError& error) {
-        const bool isKnown = !app.get_subcommands().empty();
-        const String name = concat("hearthix-sim", isKnown ? " " : "",
-                                   isKnown ? textOf(app.get_subcommands()[0]->get_name()) : String());
-        throw UsageError{concat(name, ": ", textOf(error.what()), "; see ", name, " --help")};
+        const std::vector<CLI::App*> asked = app.get_subcommands();
+        const String name = asked.empty() ? "hearthix-sim" : "hearthix-sim " + textOf(asked[0]->get_name());
+        return complain(concat(name, ": ", textOf(error.what()), "; see ", name, " --help"), 2);
+    } catch (const Failure& error) {
+        return complain(error.sentence, 1);
     }
-    return nullptr;
-}
-
-// It may quote a file that somebody else wrote.
-int complain(const String& sentence, int status) {
-    PrintError(String(printable(sentence), TextEncoding::utf8));
-    return status;
+    return 0;
 }
 
 class SimApplication : public ConsoleApplication {
 public:
     SimApplication(int count, const char* const* words) : count_(count), words_(words) {}
 
-    Integer Event_Run(const Array<String>&) override {
-        try {
-            Settings settings;
-            const Subcommand* command = parse(count_, words_, settings);
-            return command != nullptr ? command->run(settings) : 0;
-        } catch (const UsageError& error) {
-            return complain(error.sentence, 2);
-        } catch (const Failure& error) {
-            return complain(error.sentence, 1);
-        }
-    }
+    Integer Event_Run(const Array<String>&) override { return run(count_, words_); }
     bool Event_UnhandledException(const RuntimeException&) override { return false; }
 
 private:
