@@ -253,9 +253,11 @@ void Soak::settle(const char* name) {
     commandDue_.cancel();
     const bool settled = rig_.settle(kSettleMilliseconds);
     const DeliveryCheck& check = rig_.check;
-    Print(concat(clockText(false), "  ", String(padded(name, 18)), Str(check.delivered()), " values of ",
-                 Str(check.expected()), ", ", Str(check.inFlight()), " in flight; driver ",
-                 Holding(Str(rig_.host.driverProcess())).text(), ", this ", Holding("self").text()));
+    Print(concat(clockText(false), "  ", Str(static_cast<Integer>(elapsed())), " of ",
+                 Str(static_cast<Integer>(seconds_)), " s  ", String(padded(name, 18)),
+                 Str(check.delivered()), " values of ", Str(check.expected()), ", ", Str(check.inFlight()),
+                 " in flight; driver ", Holding(Str(rig_.host.driverProcess())).text(), ", this ",
+                 Holding("self").text()));
     if (!settled)
         fail(concat(Str(check.missing()), " values and ", Str(check.commandsMissing()), " commands lost, ",
                     Str(check.disagreements(rig_.host.model())), " units wrong"));
