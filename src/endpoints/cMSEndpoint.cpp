@@ -172,7 +172,10 @@ void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
         first.compact();
         subUnits->SetValue(command.SubType, first);
     }
-    cHearthixCommand message;
+    // The same for all values: nothing that could send another one runs until it is sent.
+    static cHearthixCommand message;
+    if (message.MultiDict)
+        message.MultiDict->Clear();
     message.SetMulti("addr", command.HearthixAddressWithSubtype);
     setValue(message, command);
     if (getBatteryLevelFromNode())

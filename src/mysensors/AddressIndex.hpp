@@ -29,6 +29,7 @@ public:
 
 private:
     // The table would know nothing of these.
+    using Dictionary::Clear;
     using Dictionary::Remove;
     using Dictionary::SetValue;
 

@@ -106,6 +106,11 @@ void Dictionary::Remove(const Variant& key) {
         slots_.clear();
 }
 
+void Dictionary::Clear() noexcept {
+    entries_.clear();
+    slots_.clear();
+}
+
 void Dictionary::enterSlot(std::uint32_t hash, std::size_t entry) {
     const std::size_t mask = slots_.size() - 1;
     std::size_t at = hash & mask;

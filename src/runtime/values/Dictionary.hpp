@@ -32,6 +32,8 @@ public:
     void SetValue(Variant key, Variant value);
     // Drops a key, at the cost of a walk over the table; raises KeyNotFoundException when it is missing.
     void Remove(const Variant& key);
+    // Drops all, and keeps the room.
+    void Clear() noexcept;
     // The key at a position from 0; raises OutOfBoundsException when there is none.
     const Variant& Key(Integer index) const;
     // The value that belongs to Key(index).
