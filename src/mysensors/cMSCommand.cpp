@@ -14,28 +14,21 @@ namespace hearthix {
 
 namespace {
 
-constexpr std::size_t kFields = 6;
+constexpr std::size_t kNumbers = 5;
 
-// The place of the next separator. Fields are a few bytes long, for which a call of memchr costs more than
-// the search.
-std::size_t separatorIn(std::string_view line) {
-    constexpr std::size_t kShort = 4;
-    for (std::size_t at = 0; at < std::min(line.size(), kShort); ++at)
-        if (line[at] == ';')
-            return at;
-    return line.find(';', kShort);
-}
-
-// The first six fields of a line, as parts of it. False when it has fewer.
-bool splitLine(std::string_view line, std::array<std::string_view, kFields>& fields) {
-    for (std::size_t i = 0; i < kFields; ++i) {
-        const std::size_t end = separatorIn(line);
-        fields[i] = line.substr(0, end);
-        if (end == std::string_view::npos)
-            return i == kFields - 1;
-        line.remove_prefix(end + 1);
+// Takes the number and the ";" behind it off the front of a line. Its digits are taken as they come; what
+// else stands there is read as any number is. False when there is no ";".
+bool takeNumber(std::string_view& line, Integer& number) {
+    const std::size_t mostDigits = std::min<std::size_t>(line.size(), 15);
+    std::size_t at = 0;
+    for (number = 0; at < mostDigits && line[at] >= '0' && line[at] <= '9'; ++at)
+        number = number * 10 + (line[at] - '0');
+    if (at == line.size() || line[at] != ';') {
+        at = line.find(';');
+        number = ValInteger(line.substr(0, at));
     }
-    return true;
+    line.remove_prefix(std::min(line.size(), at + 1)); // at is npos without one
+    return at != std::string_view::npos;
 }
 
 } // namespace
@@ -48,17 +41,20 @@ cMSCommand::cMSCommand(const String& line) {
 bool cMSCommand::parseCommand(const String& line) {
     if (Globals::DebugMode)
         HearthixSupport::WriteLog(concat("mySensors packet received (", line, ")"));
-    std::array<std::string_view, kFields> fields;
-    if (!splitLine(line.view(), fields)) {
+    std::string_view rest = line;
+    std::array<Integer, kNumbers> numbers{};
+    for (Integer& number : numbers) {
+        if (takeNumber(rest, number))
+            continue;
         HearthixSupport::WriteLog(concat("malformed mySensors packet: (", line, ")"));
         return false;
     }
-    nodeID = ValInteger(fields[0]);
-    childID = ValInteger(fields[1]);
-    messageType = ValInteger(fields[2]);
-    ack = ValInteger(fields[3]);
-    SubType = ValInteger(fields[4]);
-    PayLoad = line.cut(static_cast<std::size_t>(fields[5].data() - line.data()), fields[5].size());
+    nodeID = numbers[0];
+    childID = numbers[1];
+    messageType = numbers[2];
+    ack = numbers[3];
+    SubType = numbers[4];
+    PayLoad = line.cut(line.size() - rest.size(), rest.find(';'));
     if (Globals::DebugMode)
         logFields();
     rootAddress = mySensors::rootAddressOf(nodeID, childID);
