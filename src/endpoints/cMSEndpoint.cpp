@@ -172,15 +172,16 @@ void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
         first.compact();
         subUnits->SetValue(command.SubType, first);
     }
-    // The same for all values: nothing that could send another one runs until it is sent.
+    // One record for all values, which keeps its table's memory: nothing that sends another value runs until
+    // this one is sent.
     static cHearthixCommand message;
-    if (message.MultiDict)
-        message.MultiDict->Clear();
     message.SetMulti("addr", command.HearthixAddressWithSubtype);
     setValue(message, command);
     if (getBatteryLevelFromNode())
         message.SetMulti("Batt", Str(batteryLevel));
     HearthixSocket->SendCommand(message);
+    // The payload may be a part of a large chunk.
+    message.MultiDict->Clear();
 }
 
 // From the host to the mesh: no queue, no retry, no acknowledgement.
