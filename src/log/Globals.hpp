@@ -1,7 +1,7 @@
 // The state of the process, and the two formatters of bytes.
 //
-// The module's other members stand where what they hold is known: gAbstractedPort in ports/iAbstractPort.hpp,
-// gMySensors in gateway/cMySensors.hpp, writelog in shell/Logging.hpp.
+// The namespace's other members are declared next to their types: gAbstractedPort in ports/iAbstractPort.hpp,
+// gMySensors in gateway/cMySensors.hpp; writelog is in log/Log.hpp.
 #pragma once
 
 #include "runtime/text/String.hpp"
