@@ -79,14 +79,23 @@ const Variant& Dictionary::Value(const Variant& key) const {
 }
 
 void Dictionary::SetValue(Variant key, Variant value) {
-    const std::size_t i = key.isString() ? locate(key.asString().view()) : locate(key);
-    if (i != kMissing) {
-        entries_[i].value = std::move(value);
+    const std::size_t place = key.isString() ? locate(key.asString().view()) : locate(key);
+    enter(place, std::move(key), std::move(value));
+}
+
+void Dictionary::SetValue(const String& key, const String& value) {
+    enter(locate(key.view()), key, value);
+}
+
+template <class KeyLike, class ValueLike>
+void Dictionary::enter(std::size_t place, KeyLike&& key, ValueLike&& value) {
+    if (place != kMissing) {
+        entries_[place].value = std::forward<ValueLike>(value);
         return;
     }
     if (entries_.capacity() == 0)
         entries_.reserve(kFirstPlaces);
-    entries_.emplace_back(std::move(key), std::move(value));
+    entries_.emplace_back(std::forward<KeyLike>(key), std::forward<ValueLike>(value));
     if (entries_.size() <= kUnindexed)
         return;
     if (slots_.size() < entries_.size() * 2)

@@ -30,6 +30,7 @@ public:
     const Variant& Value(const Variant& key) const;
     // Adds or replaces.
     void SetValue(Variant key, Variant value);
+    void SetValue(const String& key, const String& value);
     // Drops a key, at the cost of a walk over the table; raises KeyNotFoundException when it is missing.
     void Remove(const Variant& key);
     // Drops all, and keeps the room.
@@ -41,8 +42,9 @@ public:
     Array<Variant> Keys() const;
 
     struct Entry {
-        Entry(Variant&& itsKey, Variant&& itsValue) noexcept
-            : key(std::move(itsKey)), value(std::move(itsValue)) {}
+        template <class KeyLike, class ValueLike>
+        Entry(KeyLike&& itsKey, ValueLike&& itsValue) noexcept
+            : key(std::forward<KeyLike>(itsKey)), value(std::forward<ValueLike>(itsValue)) {}
 
         Variant key;
         Variant value;
@@ -66,6 +68,8 @@ private:
     std::size_t locate(const Wanted& key) const;
     template <class Wanted>
     const Variant* valueOf(const Wanted& key) const;
+    template <class KeyLike, class ValueLike>
+    void enter(std::size_t place, KeyLike&& key, ValueLike&& value);
     void enterSlot(std::uint32_t hash, std::size_t entry);
     void rebuildIndex();
     const Entry& entryAt(Integer index) const;
