@@ -5,7 +5,7 @@
 // units there is no order. A value that is missing counts as lost when a later one of its unit has come, or
 // when none has come by the end.
 //
-// When a driver ends, what was on its way is lost with it: values behind the last one that has arrived, of
+// When a driver ends, what was on its way is lost with it: values after the last one that has arrived, of
 // whatever unit, and commands that haven't reached the gateway. A value ahead of that one was lost before,
 // and stays missing.
 #pragma once

@@ -24,7 +24,7 @@ struct GatewaySettings {
     SocketAddress listen{"127.0.0.1", 5003};
     std::optional<bool> greet; // when a driver connects; by default on a pseudo-terminal, but for a replay
     double silentAfter = 0;    // seconds; 0 for never
-    double dropAfter = 0;      // likewise
+    double dropAfter = 0;      // seconds; 0 for never
     bool fragment = false;
     double junk = 0; // per cent of the lines that are followed by a line of junk
     double rate = 0; // reports a second; 0 leaves them to the mesh's own schedule
@@ -104,7 +104,7 @@ private:
     bool silent_ = false;
     bool hushed_ = false;
     Integer connectedAt_ = 0; // milliseconds of the monotonic clock
-    Integer ratedAt_ = 0;     // likewise, up to which the rate has been met
+    Integer ratedAt_ = 0;     // the same clock: up to when the rate has been met
     double owed_ = 0;         // reports that the rate asks for and that were not made yet
     std::size_t replayed_ = 0;
     String unread_;

@@ -12,7 +12,7 @@ namespace hearthix::sim {
 
 namespace {
 
-// A longer one is no line of a gateway's; it is cut, lest it grow for ever.
+// A longer one is no line of a gateway; it is cut, so that it can't grow for ever.
 constexpr std::size_t kLongestLine = 65'536;
 
 // An IPv6 address stands in brackets.

@@ -216,7 +216,7 @@ void Host::trace(const char* direction, const cHearthixCommand& packet) {
         view_.note("trace", concat(direction, " ", line));
 }
 
-// What is no list of units is refused, lest it be overwritten with one.
+// A file that is no list of units is refused, since it would be overwritten with one.
 void Host::loadUnits() {
     if (settings_.unitsFile.empty())
         return;

@@ -15,7 +15,7 @@ public:
     HostCommands(Host& host, std::function<void()> quit);
 
     // Carries out a line; what is wrong with it is told in one line of the log. A command that needs a driver
-    // waits for it, and what comes behind it waits as well; but a person who types is obeyed at once wherever
+    // waits for it, and what comes after it waits as well; but a person who types is obeyed at once wherever
     // no driver is needed.
     void run(const String& line);
 

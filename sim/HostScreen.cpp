@@ -92,7 +92,7 @@ void HostScreen::watch(const HostModel& model) {
     model_ = &model;
 }
 
-// Whoever reads old lines keeps them before the eyes.
+// Old lines that somebody has scrolled back to stay in view.
 void HostScreen::note(const String& kind, const String& text) {
     LogLine line{std::string(clockText(false).view()), std::string(kind.view()), {}};
     const std::string whole = printable(text);

@@ -8,7 +8,7 @@
 
 namespace hearthix::sim {
 
-// Nothing has come for so long that the value may be none any more.
+// Nothing has come for so long that the value may no longer be true.
 bool isStale(const HostUnit& unit);
 bool isBatteryLow(const HostUnit& unit);
 // The unit's last values as a row of blocks, the newest at the right: from its lowest to its highest.

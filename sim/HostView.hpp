@@ -15,7 +15,7 @@ public:
     HostView& operator=(const HostView&) = delete;
     virtual ~HostView() = default;
 
-    // A line for the log. The kind is a short word that tells who speaks.
+    // A line for the log. The kind is a short word that names the speaker.
     virtual void note(const String& kind, const String& text) = 0;
     virtual void unitChanged(const HostUnit& unit, HostModel::Change change) = 0;
     // The list of units, on request.

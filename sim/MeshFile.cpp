@@ -120,7 +120,7 @@ public:
     Integer milliseconds(const char* key, Integer fallback) const {
         return has(key) ? toInteger(number(key, 0.01, kLongestEvery) * 1000) : fallback;
     }
-    // What would end a field or a line of the gateway's is replaced.
+    // What would end a field or a line of the gateway is replaced.
     String text(const char* key) const {
         const std::optional<std::string> value = table()[key].value<std::string>();
         if (!value)

@@ -14,7 +14,7 @@ namespace hearthix::sim {
 
 extern const char* const kMeshExample;
 
-// Raises Failure, with line and column, for what is no description. The name is for the message.
+// Raises Failure, with line and column, for a text that is no description. The name is for the message.
 std::vector<MeshNode> parseMesh(const String& text, const String& name);
 // The standard mesh when the path is empty. Raises Failure when the file can't be read, too.
 std::vector<MeshNode> loadMesh(const String& path);

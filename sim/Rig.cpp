@@ -15,7 +15,7 @@ Rig::Rig(const GatewaySettings& gatewaySettings, std::vector<MeshNode> nodes,
     gateway.sent = [this](const String& line) { check.sent(line); };
     gateway.received = [this](const String& line) { check.obeyed(line); };
     host.observed = [this](const cHearthixCommand& packet) { check.arrived(packet); };
-    // The driver of before is certainly gone by now.
+    // The previous driver is certainly gone by now.
     host.driverConnected = [this] { check.beginAnew(); };
 }
 

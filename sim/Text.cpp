@@ -16,7 +16,7 @@ namespace hearthix::sim {
 
 namespace {
 
-// What turns the direction of writing for all that stands behind it in the row.
+// What turns the direction of writing for all that follows it in the row.
 bool turnsWriting(wchar_t character) {
     return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }

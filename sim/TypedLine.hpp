@@ -33,7 +33,7 @@ private:
     std::wstring text_;
     std::size_t cursor_ = 0;
     std::vector<std::wstring> entered_;
-    std::size_t recalled_ = 0; // the place among those; behind the last when none is
+    std::size_t recalled_ = 0; // the place among those; after the last when none is
 };
 
 } // namespace hearthix::sim

@@ -1,7 +1,7 @@
 // Whether bytes are a sound document, and where they break if they are not.
 //
 // The reader of documents is forgiving on purpose: it passes over junk and ends quietly where the bytes end.
-// Who is about to replace a file needs the strict view instead: sound is what that reader takes in without
+// To replace a file safely takes the strict view instead: sound is what that reader takes in without
 // passing over or guessing a single byte. So capitals in the magic, older versions and a key that stands
 // twice (the later value counts) are sound, and bytes between the entries are not.
 #pragma once

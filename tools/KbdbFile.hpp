@@ -44,8 +44,8 @@ struct KbdbFile {
 KbdbFile readKbdbFile(const std::string& path);
 // The document of a sound file; fails on any other.
 Ref<CXML> readSoundDocument(const std::string& path);
-// Replaces the file behind the path, also behind a symbolic link, by the document. The file keeps its rights;
-// it stays as it was when this fails. The old one can be kept under another name.
+// Replaces the file at the path, or the one that a symbolic link leads to, by the document. It keeps its
+// rights; it stays as it was when this fails. The old one can be kept under another name.
 void replaceKbdbFile(const std::string& path, const CXML& document, const std::string& keep = "");
 // Makes a file that is not there yet.
 void makeKbdbFile(const std::string& path, const CXML& document);

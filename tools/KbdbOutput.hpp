@@ -1,6 +1,6 @@
 // Standard output as kbdb uses it, and how text from a document gets there.
 //
-// What can't be written is lost without a signal or an exception; who prints asks for it at the end.
+// What can't be written is lost without a signal or an exception; the caller asks for that at the end.
 #pragma once
 
 #include <string>

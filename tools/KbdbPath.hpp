@@ -7,7 +7,7 @@
 //   unit[3]/Name       that of the third child named "unit"
 //   0A03.TEMP/Name     that of the unit with this address
 //
-// A backslash takes the meaning from the character behind it. Case is ignored.
+// A backslash takes the special meaning from the character after it. Case is ignored.
 #pragma once
 
 #include "document/CXML.hpp"

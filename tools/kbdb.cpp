@@ -93,7 +93,7 @@ void showUnits(const Request& request) {
     });
 }
 
-// Another program gets the very bytes; a terminal might take some of them for commands.
+// Another program gets the bytes as they are; a terminal might take some of them for commands.
 void showValue(const Request& request) {
     const KbdbPath path(request.path);
     readFile(request.file, [&](const Ref<CXML>& document) {
@@ -207,7 +207,7 @@ public:
             repairDocument);
     }
 
-    // Parses the words behind the program's name and does what they say.
+    // Parses the words after the program's name and does what they say.
     void run(std::vector<std::string> words) {
         std::reverse(words.begin(), words.end()); // as the library takes them
         try {
@@ -269,7 +269,7 @@ private:
     static void complain(const std::string& sentence) {
         PrintError(String("kbdb: " + printable(sentence), TextEncoding::utf8));
     }
-    // What is said about a text stands behind it. A reader that has seen enough is no news to anybody; any
+    // What is said about a text comes after it. A reader that has seen enough isn't worth a message; any
     // other loss is.
     static int finish(const std::string& complaint, int status) {
         const int loss = KbdbOutput::finish();

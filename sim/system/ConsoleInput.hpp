@@ -20,8 +20,8 @@ public:
     void Open();
     void Close();
 
-    // One of them has to be set by the time that events run. Where ready is, nothing is read here: who draws
-    // on a terminal takes the keys from it, too.
+    // One of them has to be set by the time that events run. Where ready is, nothing is read here: a program
+    // that draws on a terminal takes the keys from there, too.
     std::function<void(std::string_view bytes)> received;
     std::function<void()> ready;
     // At the end of the input, which is closed by then. May stay unset.

@@ -12,7 +12,7 @@ public:
     // The one object of this class, from the start of the process to its end.
     static App& instance() { return static_cast<App&>(ConsoleApplication::instance()); }
 
-    Integer SleepTime = 0; // kept; nothing here uses it
+    Integer SleepTime = 0; // kept for callers that know it; nothing here uses it
 
     // Arguments: transport ("IP" or a serial port's name), host address, host port, connection ID, and for a
     // TCP gateway its address and port as the last two. One argument alone prints the banner. 0 on every

@@ -38,7 +38,7 @@ void answerPing() {
     HearthixSocket->SendCommand(answer);
 }
 
-// The stray apostrophe is what hosts know.
+// The stray apostrophe stays: hosts know the line with it.
 void setDebugMode(bool on) {
     Globals::DebugMode = on;
     HearthixSupport::WriteLog(on ? "MySensors plugin debug mode is now on"

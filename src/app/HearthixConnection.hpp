@@ -6,7 +6,7 @@
 namespace hearthix {
 
 namespace CommandSupportModule {
-// A carriage return, from the moment the connection is opened. Kept; nothing here uses it.
+// A carriage return, from the moment the connection is opened. Kept for callers; nothing here uses it.
 extern String cr;
 } // namespace CommandSupportModule
 

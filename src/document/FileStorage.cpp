@@ -1,5 +1,5 @@
 // Documents in files. The old content of a file is touched only when the new one is complete on the disk.
-// Whoever names a symbolic link means the file behind it: that one is made or replaced, and the link stays. A
+// A symbolic link stands for the file that it leads to: that one is made or replaced, and the link stays. A
 // replaced file keeps its owner and permissions.
 #include "document/CXML.hpp"
 #include "log/Log.hpp"

@@ -2,7 +2,7 @@
 // and the host's units meet.
 //
 // Endpoints enter themselves into mySensors.AddressIndex, which keeps them for the life of the process; a
-// second one for the same address takes the first one's place. Who runs an operation that logs holds a
+// second one for the same address takes the first one's place. A caller of an operation that logs holds a
 // reference of its own, since a host command that runs meanwhile may do just that.
 #pragma once
 

@@ -28,7 +28,7 @@ void cMySensors::PortDataAvailable(const String& data) {
     mySensors::gatewayIsAlive();
     dropStaleBytes();
 
-    // What was held has no line feed, so the search begins behind it.
+    // What was held has no line feed, so the search begins after it.
     const Integer held = LenB(buffer);
     buffer += data;
     Integer lineEnd = InStrB(held + 1, buffer, kLineFeed);

@@ -48,7 +48,7 @@ private:
     void handleBattery(const cMSCommand& command);
     void handleVersion(const cMSCommand& command);
 
-    String buffer; // the bytes behind the last line feed
+    String buffer; // the bytes after the last line feed
     std::optional<Date> LastDataRead;
     Ref<CXML> unitXMLFromHearthix; // the latest unit list
     Ref<cMSCommand> waitingForID;  // the latest request that has no answer yet

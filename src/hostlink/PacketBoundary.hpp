@@ -22,7 +22,7 @@ private:
 
     unsigned char head_[3] = {}; // type and length of the packet that has begun
     std::size_t known_ = 0;      // bytes of the head that have come
-    std::size_t rest_ = 0;       // bytes behind the head that have not
+    std::size_t rest_ = 0;       // bytes after the head that have not
 };
 
 } // namespace hearthix

@@ -1,6 +1,6 @@
 // The log. It keeps no file of its own: every line goes to a sink, which in the driver is the host's socket.
 //
-// A line of writelog and WriteLog polls the sink behind it, so a command from the host may be handled before
+// A line of writelog and WriteLog polls the sink after it, so a command from the host may be handled before
 // the call returns. Code that logs keeps nothing across the call that such a command could change. A line
 // without a sink raises NilObjectException.
 #pragma once
@@ -13,18 +13,18 @@ namespace hearthix {
 
 namespace Log {
 
-// The most bytes of a level and its text that a host is told. Who dumps data of any length into a line need
-// not dump more.
+// The most bytes of a level and its text that a host is told. Code that dumps data of any length into a
+// line need not dump more.
 constexpr Integer kLongestBody = 250;
 
-// The wiring sets where lines go, and what is to run behind each of them.
+// The program's start-up sets where lines go, and what is to run after each of them.
 void setSink(std::function<void(const String& message, Integer level)> write,
              std::function<void()> poll = {});
 
 // The sink of programs that people start: standard error, with a prefix ahead of each line.
 void toStandardError(const String& prefix);
 
-// A line at a moment when no command may run: nothing is polled behind it.
+// A line at a moment when no command may run: nothing is polled after it.
 void send(const String& message, Integer level);
 
 } // namespace Log

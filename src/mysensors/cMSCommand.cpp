@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kNumbers = 5;
 
-// Takes the number and the ";" behind it off the front of a line. Its digits are taken as they come; what
+// Takes the number and the ";" after it off the front of a line. Its digits are taken as they come; what
 // else stands there is read as any number is. False when there is no ";".
 bool takeNumber(std::string_view& line, Integer& number) {
     const std::size_t mostDigits = std::min<std::size_t>(line.size(), 15);

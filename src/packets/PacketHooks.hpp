@@ -9,7 +9,7 @@ class cHearthixCommand;
 
 namespace HearthixSupport {
 
-// The latest signal strength that the host has sent. Kept; nothing here uses it.
+// The latest signal strength that the host has sent. Kept for callers that know it; nothing here uses it.
 extern Integer gSignalStrength;
 
 // Called for each error and log packet from the host. Neither has any further effect.

@@ -1,7 +1,7 @@
 // cHearthixCommand: the one record for everything exchanged with the host, in either direction.
 //
 // A received packet fills only the properties of its kind. To send, make a record, fill it with SetMulti (a
-// multipacket) or with the setters (a common message) and hand it to the host socket. A position behind the
+// multipacket) or with the setters (a common message) and hand it to the host socket. A position beyond the
 // end of a packet reads as empty or 0, and no range is checked; what looks at entries raises
 // NilObjectException on a record that has none.
 //
@@ -77,7 +77,7 @@ public:
     String RawCommonCommand; // the whole packet as received
     Date TimeStamp;          // the moment of construction
 
-    // Kept for the format; nothing here uses them.
+    // Part of the record as its users know it; nothing here uses them.
     String Name;
     bool WaitForAck = false;
     bool fSecurity = false;

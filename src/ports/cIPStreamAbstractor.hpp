@@ -17,7 +17,7 @@ public:
     cIPStreamAbstractor(const String& address, Integer port, ConnectedHandler onConnected);
 
     Ref<iAbstractPortReceiver> Parent;
-    bool InitialFlush = false; // set on connection. Kept; nothing here uses it
+    bool InitialFlush = false; // set on connection. Kept for callers; nothing here uses it
 
     void Event_DataAvailable() override;
     void Event_Error(const RuntimeException& error) override;

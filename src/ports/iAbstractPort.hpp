@@ -24,7 +24,7 @@ public:
     virtual void PortSendData(const String& data) = 0;
     // True when the port is open.
     virtual bool PortOpen() = 0;
-    // Closing a closed port is no fault.
+    // Closing a closed port is allowed.
     virtual void PortClose() = 0;
     // Closes, and forgets the receiver.
     virtual void PortClear() = 0;

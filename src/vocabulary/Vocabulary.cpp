@@ -88,7 +88,7 @@ String nameOrUnknown(std::span<const char* const> names, Integer number) {
     return name != nullptr ? name : "unknown";
 }
 
-// At least three digits, behind the sign of a negative number.
+// At least three digits, after the sign of a negative number.
 String threeDigits(Integer number) {
     const auto value = static_cast<std::uint64_t>(number);
     const String digits = Str(number < 0 ? ~value + 1 : value);

@@ -59,7 +59,7 @@ void Serial::XmitWait() {
     }
 }
 
-// What the system has taken and the line hasn't. tcdrain would wait for a stuck device without end.
+// What the system has taken and the line hasn't. tcdrain would wait for a stuck device for ever.
 std::size_t Serial::queuedBytes() const {
     int count = 0;
     return !isNetwork_ && ioctl(descriptor(), TIOCOUTQ, &count) == 0 && count > 0

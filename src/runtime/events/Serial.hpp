@@ -2,7 +2,7 @@
 //
 // A terminal device is opened exclusively, raw, with one stop bit and no flow control; modem control lines
 // are ignored. A line on the network is a TCP stream, for which the settings say nothing; one whose other end
-// has gone without a word is found out within half a minute. A device that takes no byte for ten seconds
+// has vanished silently is found out within half a minute. A device that takes no byte for ten seconds
 // while it is waited for counts as failed.
 #pragma once
 

@@ -36,7 +36,7 @@ Ref<SerialDevice> SerialPort(const String& name);
 
 } // namespace System
 
-// Why a device can't be opened and what helps, in one sentence without an end; for people.
+// Why a device can't be opened and what helps, as one sentence without its full stop; for people.
 String explainOpenFailure(const SerialDevice& device, const std::error_code& error);
 
 } // namespace hearthix

@@ -33,7 +33,7 @@ std::error_code configure(int descriptor, bool raiseDtr) {
     cfsetospeed(&settings, B115200);
     if (tcsetattr(descriptor, TCSANOW, &settings) != 0)
         return systemError();
-    // A pseudo-terminal has no modem lines; that is no fault.
+    // A pseudo-terminal has no modem lines; that is no error.
     const int line = TIOCM_DTR;
     if (raiseDtr)
         ioctl(descriptor, TIOCMBIS, &line);
@@ -46,8 +46,8 @@ bool isPseudoTerminal(int descriptor) {
     return fstat(descriptor, &status) == 0 && major(status.st_rdev) >= 136 && major(status.st_rdev) <= 143;
 }
 
-// The terminal's own exclusive mode doesn't bind root, the file lock binds only who asks for it: both. But a
-// pseudo-terminal that its other end keeps alive keeps the mode, too, and would lock out the next driver.
+// Both: the terminal's own exclusive mode doesn't bind root, and the file lock binds only those who ask. But
+// a pseudo-terminal that its other end keeps alive keeps the mode, too, and would lock out the next driver.
 std::error_code claim(int descriptor) {
     if (isatty(descriptor) == 0)
         return std::make_error_code(std::errc::inappropriate_io_control_operation);

@@ -123,7 +123,7 @@ std::size_t StreamDevice::arrivedBytes() const {
 void StreamDevice::readInput() {
     // One buffer for the whole process, as only the bytes that came are kept.
     static std::array<char, kPortion> buffer;
-    // What came ahead of a failure belongs into the event ahead of it.
+    // What came ahead of a failure belongs to the event ahead of it.
     if (failure_)
         share_ = std::max({share_, kPortion, arrivedBytes()});
     while (isOpen()) {

@@ -7,12 +7,12 @@
 // An event brings a portion of what has arrived, and what polls inside it read counts as well: a peer that
 // writes without a pause neither piles up memory here nor holds up the loop, as the rest waits in the system.
 // Where the stream is made of packets, a portion ends with one (missingBytes), or where the peer itself has
-// paused. Behind an event that took long the next portion is small, so that whatever slows the events down,
-// such as a serial line, lets the others have their turn often enough. Data that came ahead of a failure are
-// delivered, and their event has returned, ahead of it. After a failure the device is closed, and its error
-// event has run once.
+// paused. After an event that took long the next portion is small, so that whatever slows the events down,
+// such as a serial line, lets the others have their turn often enough. Data that came before a failure are
+// delivered, and their event has returned, before it is told. After a failure the device is closed, and its
+// error event has run once.
 //
-// A Poll right behind a read that has found the end of what arrived does not read again: code that logs polls
+// A Poll right after a read that has found the end of what arrived does not read again: code that logs polls
 // three times in a row, and nothing arrives in between. The event loop always reads.
 //
 // Poll inside an event of the same device may run that event again. Past kMostNested such levels it only

@@ -20,7 +20,7 @@ void Timer::setMode(int mode) {
 
 void Timer::fire() {
     setMode(kModeOff);
-    // Last, and nothing behind it: the event may drop the timer.
+    // Last, with nothing after it: the event may drop the timer.
     Event_Action();
 }
 

@@ -1,7 +1,7 @@
 // A timer that fires once, Period milliseconds after it was armed.
 //
-// The event runs on the one thread, inside DoEvents. Arming an armed timer starts its countdown anew. Who may
-// let go of the timer inside its own event, and goes on there, holds a reference meanwhile.
+// The event runs on the one thread, inside DoEvents. Arming an armed timer starts its countdown anew. Code
+// that may let go of the timer inside its own event, and goes on after that, holds a reference meanwhile.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"

@@ -1,4 +1,4 @@
-// Standard output and standard error. A reader that has gone away is no fault: what is printed is lost then.
+// Standard output and standard error. A reader that has gone away is no error: what is printed is lost then.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -15,7 +15,7 @@ inline const String EndOfLine = "\n";
 // socket of the program takes such a place.
 void openStandardStreams();
 
-// The parts of a text, one behind the other, and a line end, to standard output. Takes no memory.
+// The parts of a text, one after the other, and a line end, to standard output. Takes no memory.
 void Print(std::initializer_list<std::string_view> parts);
 inline void Print(std::string_view text) {
     Print({text});

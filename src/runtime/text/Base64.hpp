@@ -5,7 +5,7 @@
 
 namespace hearthix {
 
-// A CR LF goes between lines of lineLength characters, and none behind the last; 0 makes one line.
+// A CR LF goes between lines of lineLength characters, and none after the last; 0 makes one line.
 String EncodeBase64(const String& bytes, Integer lineLength);
 // Characters outside of the alphabet, line ends among them, are passed over; padding ends the text.
 String DecodeBase64(const String& text, TextEncoding encoding = TextEncoding::none);

@@ -20,7 +20,7 @@ bool isContinuation(unsigned char byte) {
     return (byte & 0xC0U) == 0x80U;
 }
 
-// Overlong forms, surrogates, and what lies behind the last code point: the second byte tells.
+// Overlong forms, surrogates, and what lies beyond the last code point: the second byte tells.
 bool isForbiddenStart(unsigned lead, unsigned second) {
     return (lead == 0xE0U && second < 0xA0U) || (lead == 0xEDU && second > 0x9FU) ||
            (lead == 0xF0U && second < 0x90U) || (lead == 0xF4U && second > 0x8FU);

@@ -1,5 +1,5 @@
 // Hashes of a table's keys: SipHash-1-3 under a secret that each process draws for itself. Keys come from
-// peers, and who doesn't know the secret can't choose many that collide.
+// peers, and a peer without the secret can't choose many that collide.
 #pragma once
 
 #include "runtime/text/String.hpp"
