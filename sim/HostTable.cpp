@@ -92,6 +92,7 @@ std::vector<const HostUnit*> HostTable::units(const HostModel& model) const {
         return isReversed_ ? right.first < left.first : left.first < right.first;
     });
     std::vector<const HostUnit*> sorted;
+    sorted.reserve(entries.size());
     for (const auto& [key, unit] : entries)
         sorted.push_back(unit);
     return sorted;
