@@ -31,41 +31,9 @@ bool hasNoEntries(std::string_view packet) {
     return !isOneOf(packet[0], "Jj") && (isOneOf(packet[0], "Ll") || (byteAt(packet, 6) & 0x40U) == 0);
 }
 
-class Framing {
-public:
-    enum class Next { packet, wait, endless };
-
-    void arrive(std::string_view bytes) { held_ += bytes; }
-    // What the driver meets next, behind all that it drops as malformed.
-    Next look() {
-        while (!held_.empty()) {
-            const bool multipacket = held_.size() > 4 && isOneOf(held_[0], "Jj");
-            length_ = byteAt(held_, 1) | (multipacket ? byteAt(held_, 2) << 8U : 0U);
-            if (length_ == 0 || length_ > held_.size())
-                return length_ > 0 && multipacket ? Next::wait : Next::endless;
-            if (multipacket || isOneOf(held_[0], "XYLMNxylmn"))
-                return Next::packet;
-            take();
-            ++malformed;
-        }
-        return Next::wait;
-    }
-    std::string take() {
-        std::string packet = held_.substr(0, length_);
-        held_.erase(0, length_);
-        return packet;
-    }
-
-    std::size_t malformed = 0;
-
-private:
-    std::string held_;
-    std::size_t length_ = 0;
-};
-
 struct EndlessTurn {};
 
-// One run: the pieces still to come, and what the driver's socket is about to meet.
+// One run: the pieces still to come, the one under way, what the driver has, and the packet it handles.
 struct Run {
     bool done() const { return rest.empty() && sent.empty(); }
     void send() {
@@ -76,31 +44,39 @@ struct Run {
         rest.remove_prefix(sent.size());
         rig.hostWrites(sent);
     }
-    // Called where the driver's loop is about to go on.
-    void leaveEndlessTurn() {
-        if (framing.look() == Framing::Next::endless)
-            throw EndlessTurn();
-    }
 
     std::string_view sizes;
     std::string_view rest;
     Rig& rig;
     std::string_view sent = {};
     std::size_t turn = 0;
-    Framing framing = {};
+    std::string held = {}; // by the driver's socket
     std::string handling = {};
 };
 
 Run* run = nullptr;
 
+// Called where the driver's loop is about to go on; what is malformed it drops ahead of the next packet.
+void leaveEndlessTurn(std::string& held) {
+    while (!held.empty()) {
+        const bool multipacket = held.size() > 4 && isOneOf(held[0], "Jj");
+        const std::size_t length = byteAt(held, 1) | (multipacket ? byteAt(held, 2) << 8U : 0U);
+        if (length == 0 || (length > held.size() && !multipacket))
+            throw EndlessTurn();
+        if (multipacket || isOneOf(held[0], "XYLMNxylmn"))
+            return;
+        held.erase(0, length);
+    }
+}
+
 void handleChecked(const Ref<cHearthixCommand>& command) {
-    require(run->framing.look() == Framing::Next::packet, "the stream holds a packet");
-    const std::string packet = run->framing.take();
-    require(packet == command->RawCommonCommand.view(), "a packet is what the framing cuts out");
+    const std::string packet(command->RawCommonCommand.view());
+    require(run->held.starts_with(packet), "a packet is what the framing cuts out");
+    run->held.erase(0, packet.size());
     run->handling = packet;
     CommandSupportModule::HandleIncomingCommand(command);
     require(!hasNoEntries(packet), "a packet without entries isn't handled");
-    run->leaveEndlessTurn();
+    leaveEndlessTurn(run->held);
 }
 
 class CheckedSocket : public cHearthixDeviceSocket {
@@ -108,10 +84,9 @@ public:
     using cHearthixDeviceSocket::cHearthixDeviceSocket;
 
     void Event_DataAvailable() override {
-        run->framing.arrive(std::exchange(run->sent, {}));
-        run->leaveEndlessTurn();
+        run->held += std::exchange(run->sent, {});
+        leaveEndlessTurn(run->held);
         cHearthixDeviceSocket::Event_DataAvailable();
-        require(run->framing.look() == Framing::Next::wait, "no whole packet is left behind");
     }
 };
 
@@ -124,23 +99,16 @@ void runInput(const Input& input) {
     run = &present;
     rig.port->onSend = [](std::string_view) { run->send(); };
     driver->PortDataAvailable(kPrelude);
-    bool ended = false;
     try {
         while (!present.done()) {
             present.send();
             rig.serve();
         }
     } catch (const EndlessTurn&) {
-        ended = true;
     } catch (const NilObjectException&) {
-        ended = true;
         require(hasNoEntries(present.handling), "only a packet without entries ends the driver");
     }
-    const auto packets = rig.packetsToHost();
-    const auto told = std::count(packets.begin(), packets.end(),
-                                 test::log("mySensors: Received malformed packet from host", 4));
-    require(ended || static_cast<std::size_t>(told) == present.framing.malformed,
-            "each malformed packet is told once");
+    rig.packetsToHost();
 }
 
 } // namespace

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 namespace hearthix::fuzz {
@@ -64,13 +63,6 @@ void checkNumberText(std::string_view input) {
     checkNumber(value, takeField(input));
 }
 
-void checkDouble(std::string_view input) {
-    double number = 0;
-    const std::string_view bytes = takeBytes(input, sizeof number);
-    std::memcpy(&number, bytes.data(), bytes.size());
-    checkNumber(number, takeField(input));
-}
-
 void checkCuts(const String& text, Integer start, Integer count) {
     const Integer kept = std::clamp<Integer>(count, 0, Len(text));
     const String left = Left(text, count);
@@ -117,7 +109,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string_view input(reinterpret_cast<const char*>(data), size);
     switch (fuzz::takeByte(input)) {
     case 'n': fuzz::checkNumberText(input); break;
-    case 'd': fuzz::checkDouble(input); break;
     case 'c': fuzz::checkCharacters(input); break;
     default: break;
     }

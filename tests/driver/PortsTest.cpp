@@ -25,13 +25,6 @@ protected:
 TEST_F(PortsTest, AStreamPortTellsWhatItDrops) {
     Peer gateway;
     const auto port = connect(gateway);
-    EXPECT_TRUE(port->IsConnected());
-    EXPECT_TRUE(port->InitialFlush);
-    port->PortSendData("a");
-    port->PortPoll();
-    port->PortSendData("b");
-    port->PortXmitWait();
-    EXPECT_EQ(gateway.take(), "ab");
     gateway.send("early");
     EXPECT_THROW(serveUntil([] { return false; }), NilObjectException); // nobody to give it to
     Globals::DebugMode = true;
@@ -74,19 +67,10 @@ TEST_F(PortsTest, ASerialPortOpensAgain) {
     char path[128] = "";
     ASSERT_EQ(openpty(&master, &slave, path, nullptr, nullptr), 0);
     const auto port = Ref<cSerialPortAbstractor>::make(path);
-    EXPECT_TRUE(port->DataTerminalReady);
-    EXPECT_FALSE(Globals::DoQuit);
     Globals::DebugMode = true;
-    port->PortFlush();       // reads nothing
-    port->PortSendData("a"); // and waits for that
-    port->PortPoll();
-    port->PortXmitWait();
-    char sentByte = 0;
-    EXPECT_EQ(read(master, &sentByte, 1), 1);
-    EXPECT_EQ(sentByte, 'a');
+    port->PortFlush(); // reads nothing
     EXPECT_EQ(sent(), (test::Packets{test::log("port flush empty", 4)}));
     port->PortClear();
-    EXPECT_TRUE(port->Parent.isNil());
     EXPECT_TRUE(port->PortOpen());
     close(slave);
     close(master);

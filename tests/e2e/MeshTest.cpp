@@ -1,40 +1,90 @@
 // The mesh as the host sees it: what a gateway and its nodes tell and ask, the units that grow from values,
-// commands, and the IDs of new nodes. What docs/mesh.md has in its tables is held by MeshPageTest.cpp.
+// commands, and the IDs of new nodes. The tables of docs/mesh.md are held row by row: what stands there is
+// sent, and what comes of it is compared.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
 
 namespace hearthix::test {
 
 namespace {
 
+using Texts = std::vector<std::string>;
+
+// All that a pattern finds, each with its groups.
+std::vector<Texts> findAll(const std::string& text, const char* pattern) {
+    std::vector<Texts> all;
+    const std::regex compiled(pattern, std::regex::multiline);
+    for (std::sregex_iterator found(text.begin(), text.end(), compiled), end; found != end; ++found)
+        all.emplace_back(found->begin(), found->end());
+    return all;
+}
+
+// A packet in words: a command, its unit, the value and "@" with the battery level, where it isn't 0; what is
+// created, in short; or else a line of the log.
+Packet packetOf(const std::string& words) {
+    if (words == "getUnits")
+        return multi({{"mcmd", words}});
+    static const std::map<std::string, std::string> kShort{
+        {"node ", "creating unit at node level for node: "},
+        {"child ", "creating child object at Address: "},
+        {"unit ", "creating Hearthix Unit for "},
+        {"unknown ", "unknown variable type: "}};
+    for (const auto& part : findAll(words, "^(\\w+ )([\\w.-]+)$"))
+        if (const auto known = kShort.find(part[1]); known != kShort.end())
+            return log(known->second + part[2]);
+    const auto known =
+        findAll(words, "^(SetValue|SetDesc|NoOp|NewU|ON|OFF) (\\w+)\\.([\\w-]+) ?([^@]*?)(?: ?@(-?\\d+))?$");
+    if (known.empty())
+        return log(words, words.starts_with("failed to parse ") ? 4 : 2);
+    const std::string &word = known[0][1], &root = known[0][2], &suffix = known[0][3], &rest = known[0][4],
+                      unit = root + "." + suffix, battery = known[0][5].empty() ? "0" : known[0][5];
+    const bool isSensor = rest.empty();
+    return word == "SetValue"  ? setValue(unit, rest, battery)
+           : word == "SetDesc" ? describe(unit, rest, battery)
+           : word == "NoOp"    ? batteryOnly(unit, rest)
+           : word == "NewU"
+               ? newUnit(root, suffix, isSensor || rest == "dimmer", isSensor || rest == "contact")
+               : onOff(word, unit, battery);
+}
+
+// Packets with a comma and a blank between them.
+Packets told(const std::string& all) {
+    Packets packets;
+    for (const auto& each : findAll(all, "(.+?)(?:, |$)"))
+        packets.push_back(packetOf(each[1]));
+    return packets;
+}
+
 TEST(GatewayLines, AreToldToTheHost) {
     struct Case {
-        const char* line;
-        Packets host;
-        const char* reply = "";
+        const char *line, *host, *reply = "";
     };
     const Case cases[] = {
-        {"-1;300;0;x;99;", {log("presentation packet from node: FF2C ()")}},
-        {"12;3;3;0;6;0", {log("sending config to node: 12;3;3;0;6;I")}, "12;3;3;0;6;I\n"},
-        {"300;255;3;0;12;1.0", {log("node (2C) sketch version: 1.0")}},
-        {"5;255;3;0;14;x", {log("Node: (05) x")}},
-        {"12;0;9;0;2;1", {}},
-        {"5;255;3;0;-1;1", {}},
-        {"5;255;3;0;1000;1", {}},
-        {"", {log("failed to parse Command: ()", 4)}},
-        {"1;2;3;4;5",
-         {log("malformed mySensors packet: (1;2;3;4;5)"), log("failed to parse Command: (1;2;3;4;5)", 4)}},
+        {"-1;300;0;x;99;", "presentation packet from node: FF2C ()"},
+        {"12;3;3;0;6;0", "sending config to node: 12;3;3;0;6;I", "12;3;3;0;6;I\n"},
+        {"300;255;3;0;12;1.0", "node (2C) sketch version: 1.0"},
+        {"5;255;3;0;14;x", "Node: (05) x"},
+        {"12;0;9;0;2;1", ""},
+        {"5;255;3;0;-1;1", ""},
+        {"5;255;3;0;1000;1", ""},
+        {"", "failed to parse Command: ()"},
+        {"1;2;3;4;5", "malformed mySensors packet: (1;2;3;4;5), failed to parse Command: (1;2;3;4;5)"},
     };
     Conversation talk;
     std::string all;
     Effects together;
     for (const Case& c : cases) {
-        EXPECT_EQ(talk.gatewaySays(std::string(c.line) + "\n"), effects(c.host, c.reply)) << c.line;
+        const Packets host = told(c.host);
+        EXPECT_EQ(talk.gatewaySays(std::string(c.line) + "\n"), effects(host, c.reply)) << c.line;
         all += std::string(c.line) + "\n";
-        together.host.insert(together.host.end(), c.host.begin(), c.host.end());
+        together.host.insert(together.host.end(), host.begin(), host.end());
         together.gateway += c.reply;
     }
     EXPECT_EQ(talk.gatewaySays(all), together) << "all at once";
@@ -45,36 +95,38 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
     talk.debug = true;
     EXPECT_EQ(talk.hostSends(commonMessage('D')), effects({log("mySensors debug mode is now: ON")}));
     const std::string marker = Conversation::markerLine();
-    const std::string node = "nodeID=5(05) childID=", whole = "255(FF) messageType=";
-    const Packet created = log("creating unit at node level for node: 05");
-    using Case = std::pair<std::string, Packets>;
-    for (const auto& [line, further] :
-         {Case("5;255;1;2;21;",
-               {log(node + whole +
-                    "1(SET value) ack=2(unknown) SubType=21(setting variable type: FAN) PayLoad= ()"),
-                created, created,
-                log("node 05 received a node level message that wasn't an internal command: ")}),
-          Case("5;3;0;1;6;x", {log(node + "3(03) messageType=0(presentation) ack=1(ack response) "
-                                          "SubType=6(presenting: Temperature) PayLoad=x ( 78)"),
-                               log("presentation packet from node: 0503 (x)")}),
-          Case("5;3;4;0;2;", {log(node + "3(03) messageType=4(stream) ack=0(normal message) "
-                                         "SubType=2(stream packet) PayLoad= ()"),
-                              log("unhandled command (5;3;4;0;2;)")}),
-          Case("5;3;9;0;2;", {log(node + "3(03) messageType=9(unknown) ack=0(normal message) "
-                                         "SubType=2(unknown) PayLoad= ()"),
-                              log("unhandled command (5;3;9;0;2;)")}),
-          Case("5;3;2;0;46;", {log(node + "3(03) messageType=2(REQuest value) ack=0(normal message) "
-                                          "SubType=46(getting variable type: UNKN046) PayLoad= ()"),
-                               log("unhandled command (5;3;2;0;46;)")}),
-          Case("5;255;3;0;7;0", {log(node + whole +
-                                     "3(internal) ack=0(normal message) SubType=7(find parent) "
-                                     "PayLoad=0 ( 30)"),
-                                 log("unhandled command: 5;255;3;0;7;0")}),
-          Case("1;2",
-               {log("malformed mySensors packet: (1;2)"), log("failed to parse Command: (1;2)", 4)})}) {
+    struct Case {
+        std::string line, parts, further;
+    };
+    for (const auto& [line, parts, further] :
+         {Case{"5;255;1;2;21;",
+               "255(FF) messageType=1(SET value) ack=2(unknown) SubType=21(setting variable type: FAN) "
+               "PayLoad= ()",
+               "node 05, node 05, node 05 received a node level message that wasn't an internal command: "},
+          Case{"5;3;0;1;6;x",
+               "3(03) messageType=0(presentation) ack=1(ack response) SubType=6(presenting: Temperature) "
+               "PayLoad=x ( 78)",
+               "presentation packet from node: 0503 (x)"},
+          Case{"5;3;4;0;2;",
+               "3(03) messageType=4(stream) ack=0(normal message) SubType=2(stream packet) PayLoad= ()",
+               "unhandled command (5;3;4;0;2;)"},
+          Case{"5;3;9;0;2;",
+               "3(03) messageType=9(unknown) ack=0(normal message) SubType=2(unknown) PayLoad= ()",
+               "unhandled command (5;3;9;0;2;)"},
+          Case{"5;3;2;0;46;",
+               "3(03) messageType=2(REQuest value) ack=0(normal message) SubType=46(getting variable type: "
+               "UNKN046) PayLoad= ()",
+               "unhandled command (5;3;2;0;46;)"},
+          Case{"5;255;3;0;7;0",
+               "255(FF) messageType=3(internal) ack=0(normal message) SubType=7(find parent) PayLoad=0 ( 30)",
+               "unhandled command: 5;255;3;0;7;0"},
+          Case{"1;2", "", "malformed mySensors packet: (1;2), failed to parse Command: (1;2)"}}) {
         Packets all{log("read from port: (" + line + "\r\n" + marker.substr(0, marker.size() - 1) + ")"),
                     log("mySensors packet received (" + line + ")")};
-        all.insert(all.end(), further.begin(), further.end());
+        if (!parts.empty())
+            all.push_back(log("nodeID=5(05) childID=" + parts));
+        for (const Packet& packet : told(further))
+            all.push_back(packet);
         EXPECT_EQ(talk.gatewaySays(line + "\r\n"), effects(all)) << line;
     }
     talk.debug = false;
@@ -89,122 +141,85 @@ TEST(GatewayLines, ATimeRequestIsAnsweredWithTheLocalClock) {
     EXPECT_LE(told, std::to_string(std::time(nullptr) + 19800));
 }
 
-Packet node(const std::string& digits) {
-    return log("creating unit at node level for node: " + digits);
-}
-
-Packet child(const std::string& root) {
-    return log("creating child object at Address: " + root);
-}
-
-Packet unit(const std::string& address) {
-    return log("creating Hearthix Unit for " + address);
-}
-
 TEST(Units, GrowFromValues) {
     struct Step {
-        const char* name;
-        const char* lines;
-        Packets host;
-    };
-    const auto unknown = [](const std::string& type, const std::string& suffix, const std::string& value) {
-        const Packet warning = log("unknown variable type: " + type);
-        const std::string address = "0A03." + suffix;
-        return Packets{unit(address), warning,
-                       warning,       newUnit("0A03", suffix, true, true),
-                       warning,       setValue(address, value, "0")};
+        const char *name, *lines, *host;
     };
     const Step steps[] = {
-        {"first value of a new sensor",
-         "10;3;1;0;0;21.5\n",
-         {node("0A"), child("0A03"), unit("0A03.TEMP"), newUnit("0A03", "TEMP", true, true),
-          setValue("0A03.TEMP", "21.5")}},
-        {"further values, whatever the ack field and the line end",
-         "10;3;1;1;0;-3\r\n 10;3;1;0;0;4;5 \n",
-         {setValue("0A03.TEMP", "-3"), setValue("0A03.TEMP", "4")}},
-        {"further type",
-         "10;3;1;0;3;40\n10;3;1;0;3;41\n",
-         {unit("0A03.PERCENT"), newUnit("0A03", "PERCENT", true, false), setValue("0A03.PERCENT", "40"),
-          setValue("0A03.PERCENT", "41")}},
-        {"a switch is ON at 0",
-         "10;4;1;0;2;0\n10;4;1;0;2;1\n10;4;1;0;2;0.5\n10;4;1;0;2;0.0\n10;4;1;0;2;-1\n",
-         {child("0A04"), unit("0A04.STATUS"), newUnit("0A04", "STATUS", false, false),
-          onOff("ON", "0A04.STATUS"), onOff("OFF", "0A04.STATUS"), onOff("OFF", "0A04.STATUS"),
-          onOff("ON", "0A04.STATUS"), onOff("OFF", "0A04.STATUS")}},
-        {"no number describes",
-         "10;3;1;0;0;abc\n10;4;1;0;2;\n",
-         {describe("0A03.TEMP", "abc"), describe("0A04.STATUS", "")}},
-        {"a battery level spreads to all units",
-         "10;255;3;0;0;80\n",
-         {batteryOnly("0A03.TEMP", "80"), batteryOnly("0A03.PERCENT", "80"),
-          batteryOnly("0A04.STATUS", "80")}},
-        {"the same level, or a child's, is no news",
-         "10;255;3;0;0;80\n10;255;3;0;0;80.9\n10;3;3;0;0;50\n",
-         {}},
-        {"values carry the level",
-         "10;4;1;0;2;1\n10;3;1;0;0;x\n",
-         {onOff("OFF", "0A04.STATUS", "80"), describe("0A03.TEMP", "x", "80")}},
-        {"a level that is no number is 0",
-         "10;255;3;0;0;empty\n",
-         {batteryOnly("0A03.TEMP", "0"), batteryOnly("0A03.PERCENT", "0"), batteryOnly("0A04.STATUS", "0")}},
-        {"a sensor after its node's level",
-         "11;255;3;0;0;0\n11;255;3;0;0;-5\n11;0;1;0;16;1\n",
-         {node("0B"), child("0B00"), unit("0B00.TRIP"), newUnit("0B00", "TRIP", false, true),
-          onOff("OFF", "0B00.TRIP", "-5")}},
-        {"junk counts as 0",
-         "x;1.9;1;;y;3\n",
-         {node("00"), child("0001"), unit("0001.TEMP"), newUnit("0001", "TEMP", true, true),
-          setValue("0001.TEMP", "3")}},
-        {"a type beyond those that the protocol has", "10;3;1;0;64;5\n", unknown("64", "UNKN064", "5")},
-        {"another", "10;3;1;0;63;6\n", unknown("63", "UNKN063", "6")},
-        {"the same once more",
-         "10;3;1;0;63;7\n",
-         {log("unknown variable type: 63"), setValue("0A03.UNKN063", "7")}},
-        {"one below all", "10;3;1;0;-1;8\n", unknown("-1", "UNKN-001", "8")},
-    };
+        {"first value of a new sensor", "10;3;1;0;0;21.5\n",
+         "node 0A, child 0A03, unit 0A03.TEMP, NewU 0A03.TEMP, SetValue 0A03.TEMP 21.5"},
+        {"further values, whatever the ack field and the line end", "10;3;1;1;0;-3\r\n 10;3;1;0;0;4;5 \n",
+         "SetValue 0A03.TEMP -3, SetValue 0A03.TEMP 4"},
+        {"further type", "10;3;1;0;3;40\n10;3;1;0;3;41\n",
+         "unit 0A03.PERCENT, NewU 0A03.PERCENT dimmer, SetValue 0A03.PERCENT 40, SetValue 0A03.PERCENT 41"},
+        {"a switch is ON at 0", "10;4;1;0;2;0\n10;4;1;0;2;1\n10;4;1;0;2;0.5\n10;4;1;0;2;0.0\n10;4;1;0;2;-1\n",
+         "child 0A04, unit 0A04.STATUS, NewU 0A04.STATUS switch, ON 0A04.STATUS, OFF 0A04.STATUS, OFF "
+         "0A04.STATUS, ON 0A04.STATUS, OFF 0A04.STATUS"},
+        {"no number describes", "10;3;1;0;0;abc\n10;4;1;0;2;\n",
+         "SetDesc 0A03.TEMP abc, SetDesc 0A04.STATUS"},
+        {"a battery level spreads to all units", "10;255;3;0;0;80\n",
+         "NoOp 0A03.TEMP 80, NoOp 0A03.PERCENT 80, NoOp 0A04.STATUS 80"},
+        {"the same level, or a child's, is no news", "10;255;3;0;0;80\n10;255;3;0;0;80.9\n10;3;3;0;0;50\n",
+         ""},
+        {"values carry the level", "10;4;1;0;2;1\n10;3;1;0;0;x\n",
+         "OFF 0A04.STATUS @80, SetDesc 0A03.TEMP x @80"},
+        {"a level that is no number is 0", "10;255;3;0;0;empty\n",
+         "NoOp 0A03.TEMP 0, NoOp 0A03.PERCENT 0, NoOp 0A04.STATUS 0"},
+        {"a sensor after its node's level", "11;255;3;0;0;0\n11;255;3;0;0;-5\n11;0;1;0;16;1\n",
+         "node 0B, child 0B00, unit 0B00.TRIP, NewU 0B00.TRIP contact, OFF 0B00.TRIP @-5"},
+        {"junk counts as 0", "x;1.9;1;;y;3\n",
+         "node 00, child 0001, unit 0001.TEMP, NewU 0001.TEMP, SetValue 0001.TEMP 3"},
+        {"a type beyond all", "10;3;1;0;64;5\n",
+         "unit 0A03.UNKN064, unknown 64, unknown 64, NewU 0A03.UNKN064, unknown 64, SetValue 0A03.UNKN064 5"},
+        {"another", "10;3;1;0;63;6\n",
+         "unit 0A03.UNKN063, unknown 63, unknown 63, NewU 0A03.UNKN063, unknown 63, SetValue 0A03.UNKN063 6"},
+        {"the same once more", "10;3;1;0;63;7\n", "unknown 63, SetValue 0A03.UNKN063 7"},
+        {"one below all", "10;3;1;0;-1;8\n",
+         "unit 0A03.UNKN-001, unknown -1, unknown -1, NewU 0A03.UNKN-001, unknown -1, SetValue 0A03.UNKN-001 "
+         "8"}};
     for (const Transport transport : kTransports) {
         Conversation talk(transport);
         for (const Step& step : steps) {
             std::string_view rest = step.lines;
             for (; transport == Transport::serial && !rest.empty(); rest.remove_prefix(1))
                 talk.gateway.say(rest.substr(0, 1)); // a byte at a time
-            EXPECT_EQ(talk.gatewaySays(rest), effects(step.host)) << step.name;
+            EXPECT_EQ(talk.gatewaySays(rest), effects(told(step.host))) << step.name;
         }
     }
 }
 
 TEST(Commands, BecomeLines) {
-    const Packet badAddress = log("invalid address format. mySensors addresses must be 4 bytes of NodeID "
-                                  "ChildID in hex followed by a period "
-                                  "and the name of the variable type. Command not sent.");
-    const Packet unsupported = log("unsupported command from Hearthix");
+    constexpr const char* kBadAddress =
+        "invalid address format. mySensors addresses must be 4 bytes of NodeID "
+        "ChildID in hex followed by a period and the name of the variable "
+        "type. Command not sent.";
     struct Step {
         Entries entries;
-        Packets before; // ahead of the line, or alone
-        const char* line;
+        const char* before; // ahead of the line, or alone
+        const char* line = nullptr;
     };
     const Step steps[] = {
-        {{{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}, {node("0A"), child("0A03")}, "10;3;1;0;2;1"},
-        {{{"addr", "0A03.STATUS"}, {"mcmd", "OFF"}}, {}, "10;3;1;0;2;0"},
-        {{{"mcmd", "SetValue"}, {"addr", "0A03.RGB"}, {"Valu", " a;b\xFF"}}, {}, "10;3;1;0;40; a;b\xFF"},
-        {{{"mcmd", "SetValue"}, {"addr", "0A03.TEMP"}}, {}, "10;3;1;0;0;"},
-        {{{"mcmd", "Qery"}, {"addr", "0A03.PERCENT"}, {"Valu", "9"}}, {}, "10;3;2;0;3;"},
-        {{{"MCMD", "on"}, {"Addr", "0a03.sTATUS"}}, {}, "10;3;1;0;2;1"},
-        {{{"mcmd", "ON"}, {"addr", "0A03.HVACMODE"}}, {}, "10;3;1;0;-1;1"},
-        {{{"mcmd", "ON"}, {"addr", "0AFF.WINDOW"}}, {}, "10;255;1;0;29;1"},
-        {{{"mcmd", "ON"}, {"addr", "0DFF.FAN"}}, {node("0D"), node("0D")}, "13;255;1;0;21;1"},
-        {{{"mcmd", "ON"}, {"addr", "123.TEMP"}}, {node("12"), child("1223")}, "18;35;1;0;0;1"},
-        {{{"mcmd", "ON"}, {"addr", "123.TEMP"}}, {child("1223")}, "18;35;1;0;0;1"},
-        {{{"mcmd", "ON"}, {"addr", "ZZyx.TEMP"}}, {node("00"), child("0000")}, "0;0;1;0;0;1"},
-        {{{"mcmd", "NoOp"}, {"addr", "0A03.TEMP"}}, {unsupported}, nullptr},
-        {{{"addr", "0E03.TEMP"}}, {node("0E"), child("0E03"), unsupported}, nullptr},
-        {{{"mcmd", "ON"}, {"addr", "0A03"}}, {badAddress}, nullptr},
-        {{{"mcmd", "ON"}, {"addr", "0A03.TEMP.X"}}, {badAddress}, nullptr},
-        {{{"mcmd", "ON"}}, {badAddress}, nullptr},
+        {{{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}, "node 0A, child 0A03", "10;3;1;0;2;1"},
+        {{{"addr", "0A03.STATUS"}, {"mcmd", "OFF"}}, "", "10;3;1;0;2;0"},
+        {{{"mcmd", "SetValue"}, {"addr", "0A03.RGB"}, {"Valu", " a;b\xFF"}}, "", "10;3;1;0;40; a;b\xFF"},
+        {{{"mcmd", "SetValue"}, {"addr", "0A03.TEMP"}}, "", "10;3;1;0;0;"},
+        {{{"mcmd", "Qery"}, {"addr", "0A03.PERCENT"}, {"Valu", "9"}}, "", "10;3;2;0;3;"},
+        {{{"MCMD", "on"}, {"Addr", "0a03.sTATUS"}}, "", "10;3;1;0;2;1"},
+        {{{"mcmd", "ON"}, {"addr", "0A03.HVACMODE"}}, "", "10;3;1;0;-1;1"},
+        {{{"mcmd", "ON"}, {"addr", "0AFF.WINDOW"}}, "", "10;255;1;0;29;1"},
+        {{{"mcmd", "ON"}, {"addr", "0DFF.FAN"}}, "node 0D, node 0D", "13;255;1;0;21;1"},
+        {{{"mcmd", "ON"}, {"addr", "123.TEMP"}}, "node 12, child 1223", "18;35;1;0;0;1"},
+        {{{"mcmd", "ON"}, {"addr", "123.TEMP"}}, "child 1223", "18;35;1;0;0;1"},
+        {{{"mcmd", "ON"}, {"addr", "ZZyx.TEMP"}}, "node 00, child 0000", "0;0;1;0;0;1"},
+        {{{"mcmd", "NoOp"}, {"addr", "0A03.TEMP"}}, "unsupported command from Hearthix"},
+        {{{"addr", "0E03.TEMP"}}, "node 0E, child 0E03, unsupported command from Hearthix"},
+        {{{"mcmd", "ON"}, {"addr", "0A03"}}, kBadAddress},
+        {{{"mcmd", "ON"}, {"addr", "0A03.TEMP.X"}}, kBadAddress},
+        {{{"mcmd", "ON"}}, kBadAddress},
     };
     Conversation talk;
     for (const Step& step : steps) {
-        Effects expected = effects(step.before);
+        Effects expected = effects(told(step.before));
         if (step.line != nullptr) {
             expected.host.push_back(log("outgoing command (" + std::string(step.line) + ")"));
             expected.gateway = std::string(step.line) + "\n";
@@ -212,26 +227,22 @@ TEST(Commands, BecomeLines) {
         EXPECT_EQ(talk.hostSends(multipacket(step.entries)), expected) << readable(multipacket(step.entries));
     }
     // A sensor that was commanded first is new all the same.
-    EXPECT_EQ(
-        talk.gatewaySays("10;3;1;0;2;0\n"),
-        effects({unit("0A03.STATUS"), newUnit("0A03", "STATUS", false, false), onOff("ON", "0A03.STATUS")}));
+    EXPECT_EQ(talk.gatewaySays("10;3;1;0;2;0\n"),
+              effects(told("unit 0A03.STATUS, NewU 0A03.STATUS switch, ON 0A03.STATUS")));
 }
 
-using Addresses = std::vector<std::string>;
-
-const Packet kGetUnits = multi({{"mcmd", "getUnits"}});
-
-Addresses unitsOf(int first, int last, Addresses more = {}) {
+Texts unitsOf(int first, int last) {
+    Texts units;
     constexpr char kDigits[] = "0123456789abcdef";
     for (int node = first; node <= last; ++node)
-        more.push_back(std::string{kDigits[node >> 4], kDigits[node & 15]} + "03.TEMP");
-    return more;
+        units.push_back(std::string{kDigits[node >> 4], kDigits[node & 15]} + "03.TEMP");
+    return units;
 }
 
 TEST(NodeIds, FollowTheHostsUnits) {
     struct Case {
         const char* name;
-        Addresses addresses;
+        Texts addresses;
         int id; // 0 when all slots count as full
     };
     const Case cases[] = {
@@ -250,14 +261,14 @@ TEST(NodeIds, FollowTheHostsUnits) {
     };
     Conversation talk;
     for (const Case& c : cases) {
-        EXPECT_EQ(talk.gatewaySays("255;254;3;0;3;\n"), effects({kGetUnits})) << c.name;
+        EXPECT_EQ(talk.gatewaySays("255;254;3;0;3;\n"), effects({packetOf("getUnits")})) << c.name;
         const std::string id = std::to_string(c.id);
         const Effects expected = c.id == 0 ? effects({log("node requests new ID but all slots are full.")})
                                            : effects({log("responding to node ID request with ID: " + id)},
                                                      "255;254;3;0;4;" + id + "\n");
         EXPECT_EQ(talk.hostSends(unitsPacket(c.addresses)), expected) << c.name;
     }
-    EXPECT_EQ(talk.hostSends(unitsPacket(Addresses{"0100.TEMP"})), Effects{}) << "nobody asked";
+    EXPECT_EQ(talk.hostSends(unitsPacket(Texts{"0100.TEMP"})), Effects{}) << "nobody asked";
 }
 
 TEST(NodeIds, AreGivenWhateverTheHostSends) {
@@ -276,14 +287,65 @@ TEST(NodeIds, AreGivenWhateverTheHostSends) {
 }
 
 TEST(NodeIds, TheLatestRequestIsServedAndServedOnce) {
-    const std::string units = unitsPacket(Addresses{"0100.TEMP"});
+    const std::string units = unitsPacket(Texts{"0100.TEMP"});
     Conversation talk;
-    EXPECT_EQ(talk.gatewaySays("255;255;3;0;3;\n9;8;3;0;3;\n"), effects({kGetUnits, kGetUnits}));
+    EXPECT_EQ(talk.gatewaySays("255;255;3;0;3;\n9;8;3;0;3;\n"),
+              effects({packetOf("getUnits"), packetOf("getUnits")}));
     talk.debug = true;
     talk.hostSends(commonMessage('D'));
     EXPECT_EQ(talk.hostSends(units + units),
               effects({log("set ID packet: 9;8;3;0;4;2"), log("responding to node ID request with ID: 2")},
                       "9;8;3;0;4;2\n"));
+}
+
+std::vector<Texts> rowsOfPage(const char* pattern) {
+    std::ifstream page(MESH_PAGE);
+    return findAll({std::istreambuf_iterator<char>(page), {}}, pattern);
+}
+
+TEST(MeshPage, TellsWhatBecomesOfAMessage) {
+    Conversation talk;
+    std::set<std::string> internalTypes;
+    for (const auto& row :
+         rowsOfPage("^\\| (?:(\\d+) \\| )?[^|]+ \\| `([^`]*)` \\| ([^|]*) \\| ([^|]*) \\|$")) {
+        Effects expected, found = talk.gatewaySays(row[2] + "\n");
+        if (found.host == Packets{packetOf("getUnits")}) {
+            const Effects answer = talk.hostSends(unitsPacket(Texts{"0A03.TEMP"}));
+            found = effects({found.host[0], answer.host.at(0)}, answer.gateway);
+        }
+        for (const auto& code : findAll(row[3].starts_with("nothing") ? "" : row[3], "`([^`]*)`"))
+            expected.host.push_back(packetOf(code[1]));
+        for (const auto& code : findAll(row[4], "`([^`]*)`"))
+            expected.gateway += code[1] + "\n";
+        found.gateway = std::regex_replace(found.gateway, std::regex(";3;0;1;\\d+"), ";3;0;1;");
+        EXPECT_EQ(found, expected) << row[2];
+        EXPECT_TRUE(row[1].empty() || row[2].find(";3;0;" + row[1] + ";") != std::string::npos) << row[2];
+        internalTypes.insert(row[1]);
+    }
+    EXPECT_EQ(internalTypes.size(), 35U); // and none for the table without
+}
+
+TEST(MeshPage, TellsWhatBecomesOfAValue) {
+    Conversation talk;
+    talk.gatewaySays("10;3;1;0;99;1\n"); // the node and the child are known from now on
+    int type = 0;
+    for (const auto& row :
+         rowsOfPage("^\\| (\\d+) \\| V_\\w+ \\| (\\w+) \\| (yes|no) \\| (yes|no) \\| (-?\\d+) \\|$")) {
+        EXPECT_EQ(row[1], std::to_string(type++));
+        const bool hasLevel = row[3] == "yes", isKnown = row[5] != "-1";
+        const std::string unit = "0A03." + row[2];
+        const Packets warning(isKnown ? 0 : 1, log("unknown variable type: " + row[1]));
+        Packets told{log("creating Hearthix Unit for " + unit),
+                     newUnit("0A03", row[2], hasLevel, row[4] == "no"),
+                     hasLevel ? setValue(unit, "1") : onOff("OFF", unit)};
+        for (const int place : {2, 1, 1}) // ahead of the value, and twice ahead of the unit
+            told.insert(told.begin() + place, warning.begin(), warning.end());
+        EXPECT_EQ(talk.gatewaySays("10;3;1;0;" + row[1] + ";1\n"), effects(told)) << unit;
+        EXPECT_EQ(
+            talk.hostSends(multipacket({{"mcmd", "SetValue"}, {"addr", unit}, {"Valu", "a b"}})).gateway,
+            "10;3;1;0;" + row[5] + ";a b\n");
+    }
+    EXPECT_EQ(type, 57);
 }
 
 } // namespace

@@ -334,20 +334,6 @@ TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
     }
 }
 
-// With the same arguments otherwise; it greets ahead of the driver's own greeting of the host, and obeys.
-TEST(GreetingGateway, WorksAsASerialLineOnTheNetwork) {
-    FakeHost host;
-    FakeGateway gateway(Transport::tcp);
-    const DriverProcess driver({"socket://127.0.0.1:" + gateway.port(), "127.0.0.1", host.port(), "7"});
-    host.accept();
-    gateway.accept();
-    gateway.say("0;255;3;0;14;Gateway startup complete.\n");
-    EXPECT_EQ(host.next(), readyText());
-    EXPECT_EQ(host.next(), log("Gateway Ready: Gateway startup complete."));
-    host.say(multipacket({{"mcmd", "ON"}, {"addr", "0A03.STATUS"}}));
-    EXPECT_EQ(gateway.hearUntil("\n"), "10;3;1;0;2;1");
-}
-
 } // namespace
 
 } // namespace hearthix::test
