@@ -6,8 +6,8 @@
 // when none has come by the end.
 //
 // When a driver ends, what was on its way is lost with it: values after the last one that has arrived, of
-// whatever unit, and commands that haven't reached the gateway. A value ahead of that one was lost before,
-// and stays missing.
+// whatever unit, and commands that haven't reached the gateway. A value sent before that one was lost
+// earlier, and stays missing.
 #pragma once
 
 #include "packets/cHearthixCommand.hpp"

@@ -252,7 +252,7 @@ void GatewayServer::handle(const String& line) {
     recorder_.note({now() - connectedAt_, false, line});
     if (received)
         received(line);
-    // What a recorded mesh has answered stands in the recording; the gateway itself still tells its version.
+    // What a recorded mesh has answered is in the recording; the gateway itself still tells its version.
     if (settings_.replay.empty() || line == kVersionRequest)
         send(mesh_.answer(line, now()));
 }

@@ -85,7 +85,7 @@ void HostCommands::unitCommand(const Words& words, const String&) {
     host_.command(word, words[1]);
 }
 
-// The value is the rest of the line, or what stands in quotes.
+// The value is the rest of the line, or what is in quotes.
 void HostCommands::set(const Words& words, const String& line) {
     const Integer start = InStrB(1, line, words[1]) + LenB(words[1]) + 1;
     host_.command("SetValue", words[1], words.size() == 3 ? words[2] : Trim(MidB(line, start)));

@@ -9,7 +9,7 @@
 
 namespace hearthix::sim {
 
-// Each subcommand looks at what its help tells of.
+// Each subcommand uses the settings that its help names.
 struct Settings {
     GatewaySettings gateway;
     HostSettings host;

@@ -12,7 +12,7 @@ namespace hearthix::sim {
 // The text with a question mark for every character that isn't shown, such as one that moves the cursor, and
 // for every byte that belongs to no UTF-8 character.
 std::string printable(std::string_view text);
-// How many bytes of the text stand in a line of so many columns, which are at least two: cut behind a blank
+// How many bytes of the text fit into a line of so many columns, which are at least two: cut after a blank
 // where there is one.
 std::size_t lineOf(std::string_view text, int columns);
 

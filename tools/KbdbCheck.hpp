@@ -28,7 +28,7 @@ struct KbdbCensus {
 };
 
 // Walks through all bytes, at any depth of nesting, without memory of its own. The census counts what was met
-// ahead of the fault.
+// before the fault.
 std::optional<KbdbFault> findKbdbFault(std::string_view bytes, KbdbCensus& census);
 
 // Two digits.

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The path comes resolved by the system: a file reference takes ".." out by the letters alone.
+// The path comes resolved by the system: a file reference only removes ".." from the text.
 Ref<FolderItem> fileAt(const fs::path& path) {
     return Ref<FolderItem>::make(String(path.string(), TextEncoding::utf8));
 }
@@ -97,7 +97,7 @@ Ref<CXML> KbdbFile::readable() const {
     try {
         document->loadFromString(bytes);
     } catch (const RuntimeException&) {
-        // A child's header that can't be read ends the reading; what stands ahead of it is kept.
+        // A child's header that can't be read ends the reading; what comes before it is kept.
         accepted = document->Containers.Ubound() > 0;
     }
     return accepted ? document : nullptr;

@@ -27,7 +27,7 @@ Integer nodeOf(const CXML& unit);
 // Which node IDs the addresses of the units at the root begin with.
 std::bitset<kLastNodeId + 1> takenIds(const CXML& root);
 
-// Walks over a tree of any depth, each node ahead of its children: enter(node, level, first), where the
+// Walks over a tree of any depth, each node before its children: enter(node, level, first), where the
 // root's level is 0 and first tells that no sibling stands ahead, and leave(). Ends early when the output is
 // lost.
 template <class Enter, class Leave>

@@ -1,7 +1,7 @@
 // A program that this one starts and ends.
 //
 // What the program prints, on standard output and standard error alike, comes back line by line; its standard
-// input is empty. It stands in a process group of its own: Ctrl-C at the terminal reaches only the program
+// input is empty. It is in a process group of its own: Ctrl-C at the terminal reaches only the program
 // that started it, which then ends it in good order. A child still running when its object goes is ended.
 #pragma once
 

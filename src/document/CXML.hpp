@@ -3,7 +3,7 @@
 //
 // Every value is kept as a string, and the typed accessors convert to and from it. Keys and names ignore
 // case. An absent key is no error: each getter has its default. Nodes are shared objects; a child knows no
-// parent and may stand in several lists. No operation recurses: a tree may be as deep as memory allows.
+// parent and may be in several lists. No operation recurses: a tree may be as deep as memory allows.
 //
 // The byte form of a document is the Kbdb format (docs/kbdb.md):
 //

@@ -1,4 +1,4 @@
-// How keys and values come to UTF-8.
+// How keys and values become UTF-8.
 #pragma once
 
 #include "runtime/text/Encoding.hpp"

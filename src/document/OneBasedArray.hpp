@@ -1,5 +1,5 @@
 // An array whose element 0 is always there and means nothing, so that its content counts from 1. The
-// placeholder stands in the object itself: an array without content allocates nothing.
+// placeholder is part of the object itself: an array without content allocates nothing.
 #pragma once
 
 #include "runtime/core/Array.hpp"

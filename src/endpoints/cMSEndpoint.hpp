@@ -28,7 +28,7 @@ public:
 
     Integer nodeID = 0;          // whole, while the addresses hold its low byte
     Integer batteryLevel = 0;    // percent, as the node sent it
-    std::uint64_t seenTypes = 0; // a bit for each variable type from 0 to 63 known to stand in subUnits
+    std::uint64_t seenTypes = 0; // a bit for each variable type from 0 to 63 known to be in subUnits
     String RootIndexString;      // the root address, such as 0A03
     // Of a node: root address to child. Of a child: each variable type seen so far, to its first payload, of
     // which only the key counts.

@@ -4,7 +4,7 @@
 // battery levels to the endpoints, and routes the host's commands to them. Lines are handled one at a time in
 // the order of their arrival. Any log line may run a host command before it returns.
 //
-// Its operations stand in four files: reception and node IDs in cMySensors.cpp, what becomes of a line in
+// Its operations are in four files: reception and node IDs in cMySensors.cpp, what becomes of a line in
 // MessageDispatch.cpp, time, configuration and version in NodeServices.cpp, and the way of a host's command
 // in CommandRouting.cpp.
 #pragma once

@@ -21,7 +21,7 @@ constexpr Integer kLongestBody = 250;
 void setSink(std::function<void(const String& message, Integer level)> write,
              std::function<void()> poll = {});
 
-// The sink of programs that people start: standard error, with a prefix ahead of each line.
+// The sink of programs that people start: standard error, with a prefix before each line.
 void toStandardError(const String& prefix);
 
 // A line at a moment when no command may run: nothing is polled after it.

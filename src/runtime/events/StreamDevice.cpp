@@ -123,7 +123,7 @@ std::size_t StreamDevice::arrivedBytes() const {
 void StreamDevice::readInput() {
     // One buffer for the whole process, as only the bytes that came are kept.
     static std::array<char, kPortion> buffer;
-    // What came ahead of a failure belongs to the event ahead of it.
+    // What came before a failure belongs to the event before it.
     if (failure_)
         share_ = std::max({share_, kPortion, arrivedBytes()});
     while (isOpen()) {
@@ -157,7 +157,7 @@ void StreamDevice::tellNews() {
     const Nesting level(nested_);
     if (!received_.empty())
         dataArrived();
-    // Further out, an event may still be at work on what came ahead of the failure.
+    // Further out, an event may still be at work on what came before the failure.
     if (!failure_ || !isOpen() || nested_ > 1)
         return;
     lastError_ = std::exchange(failure_, {});

@@ -48,7 +48,7 @@ public:
     void Write(std::string_view bytes);
     // Everything received so far and not yet taken.
     String ReadAll(TextEncoding encoding = TextEncoding::none);
-    // Sends what stands in the write buffer, as far as the system takes it now. Runs no events.
+    // Sends what is in the write buffer, as far as the system takes it now. Runs no events.
     void Flush() { flushOutput(); }
     // Serves this device now; its events run inside.
     void Poll();
@@ -64,11 +64,11 @@ public:
 
 protected:
     bool isOpen() const noexcept { return open_; }
-    // Takes over an open, non-blocking descriptor; -1 stands for one that could not be had, ahead of fail.
+    // Takes over an open, non-blocking descriptor; -1 stands for one that could not be had, and fail follows.
     void attach(int descriptor);
     // Notes a failure, to be told by the next serve or Poll.
     void fail(const std::error_code& error);
-    // For what fails ahead of any event.
+    // For what fails before any event.
     void setLastError(const std::error_code& error) noexcept { lastError_ = error; }
     bool hasFailed() const noexcept { return static_cast<bool>(failure_); }
     // Runs the events for what has been read and for a failure, in this order.

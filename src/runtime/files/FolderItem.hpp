@@ -16,7 +16,7 @@ public:
     bool Exists() const;
     // The last component of the path.
     String Name() const;
-    // The folder it stands in; nil for the root.
+    // The folder it is in; nil for the root.
     Ref<FolderItem> Parent() const;
     // A file of that name in this folder.
     Ref<FolderItem> Child(const String& name) const;
@@ -30,7 +30,7 @@ public:
 
     // The place that a symbolic link stands for, which need not exist; the same place for anything else.
     Ref<FolderItem> withoutLink() const;
-    // Makes the names in the folder that the file stands in last on the disk.
+    // Asks the system to put the names in the file's folder on the disk.
     void syncFolder() const;
 
 private:

@@ -22,7 +22,7 @@ public:
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile();
 
-    // Whether something stands in the place, so that the new file replaces it.
+    // Whether something is in the place, so that the new file replaces it.
     bool replaces() const noexcept { return replaces_; }
     // To write the content; nil when the file can't be made, and error tells why.
     Ref<BinaryStream> stream(std::error_code& error);

@@ -6,7 +6,7 @@ namespace hearthix {
 
 namespace {
 
-// Decodes the character of a UTF-8 text that stands in a string of its own; U+FFFD for a broken one.
+// Decodes the character of a UTF-8 text that is a string of its own; U+FFFD for a broken one.
 std::uint32_t codePoint(const String& character) {
     const std::string_view bytes = character.view();
     const auto lead = static_cast<unsigned char>(bytes[0]);

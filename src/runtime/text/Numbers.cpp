@@ -169,7 +169,7 @@ String Format(double number, std::string_view mask) {
         static_cast<std::size_t>(std::count(fractionMask.begin(), fractionMask.end(), '0'));
     const auto mostFraction = static_cast<int>(std::min<std::size_t>(fractionMask.size(), 20));
 
-    // A double has at most 309 digits ahead of the point.
+    // A double has at most 309 digits before the point.
     const double magnitude = std::min(std::fabs(number), std::numeric_limits<double>::max());
     char digits[340];
     const auto end =

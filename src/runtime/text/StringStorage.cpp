@@ -71,7 +71,7 @@ void StringStorage::removeFront(std::size_t count) noexcept {
         setLargeSize(rest.size());
         return;
     }
-    // The rest may stand in the very bytes that are about to be written.
+    // The rest may lie in the bytes that are about to be overwritten.
     const StringStorage small(rest, encoding());
     *this = small;
 }
@@ -110,7 +110,7 @@ void StringStorage::append(std::string_view bytes) {
         setLargeSize(newSize);
         return;
     }
-    // Both parts are copied before the old block goes: the appended bytes may stand in it.
+    // Both parts are copied before the old block goes: the appended bytes may lie in it.
     Block* fresh = Block::create(std::max(newSize, oldSize * 2));
     std::memcpy(fresh->bytes(), view().data(), oldSize);
     std::memcpy(fresh->bytes() + oldSize, bytes.data(), bytes.size());

@@ -4,7 +4,7 @@
 // carries over into the next higher one (month 13 is January of the next year), and a day that the month
 // lacks likewise. They carry when the date is read: month, day and year may be set in any order. A month or
 // day of 0 is one that nobody knows: it stays 0, and as long as it does neither month nor day carries. Only
-// TotalSeconds has to place such a date: month 0 ahead of January, day 0 ahead of the first. A value type;
+// TotalSeconds has to place such a date: month 0 before January, day 0 before the first. A value type;
 // "no date" is an empty std::optional.
 #pragma once
 

@@ -14,7 +14,7 @@ std::size_t captureStack(std::span<void*> frames);
 // that has run out, names then stay mangled.
 std::string_view describeFrame(void* address, std::span<char> room);
 
-// What operator new is to call when there is no memory: notes the calls under way, for whoever tells of the
+// What operator new is to call when there is no memory: notes the calls under way, for the report at the
 // end of the process, and raises std::bad_alloc.
 void noteOutOfMemory();
 std::span<void* const> callsOutOfMemory();
