@@ -16,7 +16,7 @@ public:
     // Parses the line; good tells whether it was one.
     explicit cMSCommand(const String& line);
 
-    String RawCommand; // nothing fills it: hosts know the log lines that quote it without it
+    String RawCommand; // stays empty: hosts know the log lines that quote it without a text
     Integer nodeID = 0;
     Integer childID = 0;
     Integer messageType = 0;

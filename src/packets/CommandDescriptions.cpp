@@ -104,7 +104,8 @@ String unknownCode(const String& what, const String& code) {
     return concat("UNKNOWN ", what, " CODE: (", code, ") 0x", Hex(AscB(code)));
 }
 
-// The state of each flag comes before the next one's label. The spelling is uneven, and hosts show it so.
+// The state of each flag comes before the next one's label. The spelling is uneven, and hosts show it that
+// way.
 String describeFlags(const cHearthixCommand& command) {
     return concat("DoTrans:", command.fDoTransmit ? "1  CCM:" : "0  CMM:",
                   command.fCCM ? "1  AddressOnly:" : "0  AddressOnly:",

@@ -55,7 +55,7 @@ public:
     bool fPassThrough = false;
     bool fStacked = false;
     bool LowBattery = false; // the command code as received said so
-    // What commands with a form of their own carry.
+    // What commands that have a form of their own carry.
     String analog0;
     String analog1;
     String analog2;
