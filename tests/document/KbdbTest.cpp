@@ -2,7 +2,6 @@
 #include "tests/document/DocumentTest.hpp"
 
 #include <cstdlib>
-#include <sstream>
 
 namespace hearthix::testing {
 namespace {

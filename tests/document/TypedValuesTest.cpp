@@ -5,6 +5,8 @@
 namespace hearthix::testing {
 namespace {
 
+using namespace std::string_view_literals;
+
 class TypedValues : public DocumentTest {
 protected:
     std::string stored() const { return plain(document.Values->Value("k").asString()); }
@@ -70,10 +72,9 @@ TEST_F(TypedValues, HaveDefaultsForAbsentKeys) {
 }
 
 TEST_F(TypedValues, UnwrapTextInTwoWays) {
-    using Case = std::tuple<std::string, std::string, bool>;
-    const std::string nul(1, '\0');
-    const Case cases[] = {Case("en" + nul + "SGk=", "Hi", true),
-                          Case("EN" + nul + "S\r\nGk=", "Hi", true),
+    using Case = std::tuple<std::string_view, const char*, bool>;
+    const Case cases[] = {Case("en\0SGk="sv, "Hi", true),
+                          Case("EN\0S\r\nGk="sv, "Hi", true),
                           Case("EN111SGkeN000", "Hi", true),
                           Case("en111en000", "", true),
                           Case("en111", "en111", false),

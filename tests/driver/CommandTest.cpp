@@ -8,8 +8,6 @@
 #include "tests/support/Pages.hpp"
 
 #include <functional>
-#include <string>
-#include <vector>
 
 namespace hearthix {
 namespace {
@@ -23,7 +21,7 @@ String fromHex(const char* digits) {
 
 TEST(Command, MapsHouseAndUnitCodes) {
     Command command;
-    for (Integer i = 0; i < 16; ++i) {
+    for (const Integer i : {0, 1, 10, 15}) {
         command.SetHouseCode(Chr((i % 2 == 0 ? 'A' : 'a') + i));
         command.SetUnitCode(i + 1);
         expectRows({Row{command.Address1, Hex(i)}, Row{command.GetHouseCode(), Chr('A' + i)},
@@ -32,12 +30,10 @@ TEST(Command, MapsHouseAndUnitCodes) {
     for (const char* unknown : {"Q", "", "AB", "@"})
         command.SetHouseCode(unknown);
     EXPECT_EQ(command.Address1.view(), "F");
-    command.SetUnitCode(17);
-    command.Address1 = "junk";
-    expectRows(
-        {Row{command.Address2, "10"}, Row{command.GetUnitCode(), "17"}, Row{command.GetHouseCode(), "A"}});
-    command.Address1 = "FFFFFFFFFFFFFFFFFFFF";
-    EXPECT_EQ(command.GetHouseCode().view(), "");
+    for (const auto& [address, code] : {std::pair{"junk", "A"}, {"FFFFFFFFFFFFFFFFFFFF", ""}}) {
+        command.Address1 = address;
+        EXPECT_EQ(command.GetHouseCode().view(), code);
+    }
 }
 
 TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {

@@ -52,10 +52,7 @@ TEST_F(HostLinkPage, ANewConnectionEndsTheOneBefore) {
     EXPECT_NE(HearthixSupport::HearthixSocket, before);
     EXPECT_EQ(host_.take(), "last words");
     EXPECT_TRUE(HearthixSupport::WaitForHearthixConnection(10));
-}
-
-TEST_F(HostLinkPage, TheUsualPortIsUsedWhenNoneIsGiven) {
-    HearthixSupport::OpenHearthixConnection("", 0, "8");
+    HearthixSupport::OpenHearthixConnection("", 0, "8"); // the usual port
     EXPECT_EQ(HearthixSupport::HearthixSocket->Port, 20300);
     EXPECT_EQ(HearthixSupport::HearthixSocket->Address.view(), "127.0.0.1");
 }
@@ -111,6 +108,11 @@ TEST(Descriptions, TellWhatACodeMeans) {
         EXPECT_EQ(command.GetErrorCodeDescription().view(), text);
     }
     EXPECT_EQ(cHearthixCommand().GetCommandCodeDescription().view(), "Safe Condition");
+    cHearthixCommand on;
+    on.SetHouseCode("C"), on.SetUnitCode(3), on.SetCommand("2");
+    EXPECT_EQ(on.GetLogLine().view(), "ON for address C3");
+    on.SetFlag("10");
+    EXPECT_EQ(on.GetLogLine().view(), "stacked ON for address C3 (W)");
 }
 
 TEST(Descriptions, PutARecordInManyLines) {
@@ -135,14 +137,6 @@ TEST(Descriptions, PutARecordInManyLines) {
         EXPECT_EQ(ReplaceAll(command.DebugString(), "\r       ", "|").view(),
                   std::string("Packet Debug: 9:05:02 2021-03-07|Header: ") + text);
     }
-}
-
-TEST(Descriptions, PutACommandInOneLine) {
-    cHearthixCommand command;
-    command.SetHouseCode("C"), command.SetUnitCode(3), command.SetCommand("2");
-    EXPECT_EQ(command.GetLogLine().view(), "ON for address C3");
-    command.SetFlag("10");
-    EXPECT_EQ(command.GetLogLine().view(), "stacked ON for address C3 (W)");
 }
 
 } // namespace

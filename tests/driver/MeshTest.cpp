@@ -8,7 +8,6 @@
 #include "vocabulary/Vocabulary.hpp"
 
 #include <optional>
-#include <string>
 
 #include <malloc.h>
 #include <stdlib.h>
@@ -55,22 +54,15 @@ TEST_F(EndpointTest, AsksForAUnitOfItsNodeAndTellsWhatItDrops) {
     EXPECT_EQ(sent(), test::Packets());
     node->CreateHearthixUnitForNode();
     const std::string name = "mySensors node: 0A battery level";
-    EXPECT_EQ(sent(), test::Packets{test::multi({{"mcmd", "NewU"},
-                                                 {"Sfix", "%"},
-                                                 {"Name", name},
-                                                 {"Type", "Register"},
-                                                 {"addr", "0AFF"},
-                                                 {"Dimm", "true"},
-                                                 {"RdNL", "true"},
-                                                 {"List", "My Sensors"}})});
+    const auto expectUnit = [&](test::Entries asked) {
+        for (const auto& [key, value] : {std::pair{"Dimm", "true"}, {"RdNL", "true"}, {"List", "My Sensors"}})
+            asked.emplace_back(key, value);
+        EXPECT_EQ(sent(), test::Packets{test::multi(asked)});
+    };
+    expectUnit({{"mcmd", "NewU"}, {"Sfix", "%"}, {"Name", name}, {"Type", "Register"}, {"addr", "0AFF"}});
     EXPECT_EQ(node->DeviceName.view(), name);
     node->CreateHearthixUnitForVariableType(0);
-    EXPECT_EQ(sent(), test::Packets{test::multi({{"mcmd", "NewU"},
-                                                 {"addr", "0AFF.TEMP"},
-                                                 {"Name", name + " TEMP"},
-                                                 {"Dimm", "true"},
-                                                 {"RdNL", "true"},
-                                                 {"List", "My Sensors"}})});
+    expectUnit({{"mcmd", "NewU"}, {"addr", "0AFF.TEMP"}, {"Name", name + " TEMP"}});
     cMSCommand message("10;255;3;0;6;x");
     message.RawCommand = "raw";
     node->HandleReceivedMSCommand(message);
@@ -143,10 +135,8 @@ TEST_F(EndpointTest, WatchesTheGatewayForTenSecondsFromItsFirstByteOn) {
     mySensors::gPingTimer = nullptr;
 }
 
-class MeshTest : public DriverTest {};
-
 // The suffixes of the page on the mesh and their way back, and no others.
-TEST_F(MeshTest, KnowsTheVariableTypesOnly) {
+TEST_F(EndpointTest, KnowsTheVariableTypesOnly) {
     EXPECT_EQ(varTypeConverter->Count(), 88);
     EXPECT_EQ(mySensors::SuffixToVarType("temp"), 0);
     for (const char* unknown : {"HVACMODE", "", "0", "UNKN046"})
@@ -155,7 +145,7 @@ TEST_F(MeshTest, KnowsTheVariableTypesOnly) {
     EXPECT_THROW(mySensors::varTypeToSuffix(0), NilObjectException);
 }
 
-TEST_F(MeshTest, NamesTheCodes) {
+TEST(MeshCodes, HaveNames) {
     using mySensors::DescribeInteralMessageType, mySensors::DescribePresentationSubType;
     expectRows(
         {Row{mySensors::describeMessageType(-1), "unknown"}, Row{mySensors::describeAck(-1), "unknown"},

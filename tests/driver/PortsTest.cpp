@@ -22,19 +22,29 @@ protected:
     }
 };
 
-TEST_F(PortsTest, AStreamPortTellsWhatItDrops) {
+TEST_F(PortsTest, TellWhatTheyDropInDebugMode) {
     Peer gateway;
-    const auto port = connect(gateway);
+    const auto stream = connect(gateway);
     gateway.send("early");
     EXPECT_THROW(serveUntil([] { return false; }), NilObjectException); // nobody to give it to
+    int master = -1, slave = -1;
+    char path[128] = "";
+    ASSERT_EQ(openpty(&master, &slave, path, nullptr, nullptr), 0);
+    const auto serial = Ref<cSerialPortAbstractor>::make(path);
     Globals::DebugMode = true;
-    port->PortFlush();
-    port->PortFlush();
-    EXPECT_EQ(sent(), (test::Packets{test::log("port flush reads 5 bytes.", 4),
-                                     test::log("port flush reads 0 bytes.", 4)}));
-    port->PortClear();
-    port->PortSendData("dropped");
+    stream->PortFlush();
+    stream->PortFlush();
+    serial->PortFlush();
+    EXPECT_EQ(sent(),
+              (test::Packets{test::log("port flush reads 5 bytes.", 4),
+                             test::log("port flush reads 0 bytes.", 4), test::log("port flush empty", 4)}));
+    stream->PortClear();
+    stream->PortSendData("dropped");
     EXPECT_FALSE(Globals::DoQuit);
+    serial->PortClear();
+    EXPECT_TRUE(serial->PortOpen());
+    close(slave);
+    close(master);
 }
 
 TEST_F(PortsTest, ABacklogComesInPortionsAndWholeAheadOfTheFailure) {
@@ -60,20 +70,6 @@ TEST_F(PortsTest, ABacklogComesInPortionsAndWholeAheadOfTheFailure) {
         receiver->sizes.pop_back();
         EXPECT_EQ(receiver->sizes, all);
     }
-}
-
-TEST_F(PortsTest, ASerialPortOpensAgain) {
-    int master = -1, slave = -1;
-    char path[128] = "";
-    ASSERT_EQ(openpty(&master, &slave, path, nullptr, nullptr), 0);
-    const auto port = Ref<cSerialPortAbstractor>::make(path);
-    Globals::DebugMode = true;
-    port->PortFlush(); // reads nothing
-    EXPECT_EQ(sent(), (test::Packets{test::log("port flush empty", 4)}));
-    port->PortClear();
-    EXPECT_TRUE(port->PortOpen());
-    close(slave);
-    close(master);
 }
 
 } // namespace

@@ -15,6 +15,14 @@ namespace {
 // Too long for a name, so that no server is asked.
 const std::string kNoSuchName(70, 'x');
 
+void expectStackDump(DriverProcess& driver, const std::string& name, const std::string& remedy = "") {
+    const Ending ending = driver.end();
+    EXPECT_GT(ending.status, 0) << name;
+    EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << name << ": " << ending.output;
+    EXPECT_TRUE(ending.output.ends_with("\n\ndone logging the stack\n\n")) << name << ": " << ending.output;
+    EXPECT_NE(ending.errors.find(remedy), std::string::npos) << name << ": " << ending.errors;
+}
+
 TEST(Start, OneArgumentPrintsTheBannerOnly) {
     const Ending ending = DriverProcess({"IP"}).end();
     EXPECT_EQ(ending.status, 0);
@@ -26,9 +34,8 @@ TEST(Start, MissingArgumentsEndInTheStackDump) {
     FakeHost host;
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{}, {"IP", "127.0.0.1"}, {"IP", "127.0.0.1", host.port()}}) {
-        const Ending ending = DriverProcess(arguments).end();
-        EXPECT_GT(ending.status, 0) << arguments.size();
-        EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
+        DriverProcess driver(arguments);
+        expectStackDump(driver, std::to_string(arguments.size()));
     }
 }
 
@@ -193,9 +200,7 @@ TEST_F(SilentGateway, MayAnswerLate) {
 
 TEST_F(SilentGateway, HasNoUseForCommandsYet) {
     host.say(rawData("x"));
-    const Ending ending = driver.end();
-    EXPECT_GT(ending.status, 0);
-    EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << ending.output;
+    expectStackDump(driver, "raw data");
 }
 
 TEST(SilentNameServer, KeepsNobodyWaiting) {
@@ -207,14 +212,6 @@ TEST(SilentNameServer, KeepsNobodyWaiting) {
     EXPECT_EQ(host.next(), multi({{"mcmd", "PSrp"}}));
     EXPECT_EQ(host.untilEnd(), Packets{log("IP Open  to gateway.test:5003 failed.")});
     EXPECT_EQ(driver.end().status, 0);
-}
-
-void expectStackDump(DriverProcess& driver, const std::string& name, const std::string& remedy = "") {
-    const Ending ending = driver.end();
-    EXPECT_GT(ending.status, 0) << name;
-    EXPECT_TRUE(ending.output.starts_with("stack trace begin\n\n")) << name << ": " << ending.output;
-    EXPECT_TRUE(ending.output.ends_with("\n\ndone logging the stack\n\n")) << name << ": " << ending.output;
-    EXPECT_NE(ending.errors.find(remedy), std::string::npos) << name << ": " << ending.errors;
 }
 
 TEST(StackDump, AnswersWhatTheHostMustNotSend) {

@@ -8,14 +8,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
-#include <string>
-#include <utility>
 
 #include <fcntl.h>
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace hearthix {
 namespace {
