@@ -12,7 +12,7 @@
 namespace hearthix {
 
 // Not in the unnamed namespace and not cloned: only exported symbols have names in a stack.
-[[gnu::noipa]] Integer functionThatFails(const Ref<MemoryBlock>& block) {
+[[gnu::noinline]] Integer functionThatFails(const Ref<MemoryBlock>& block) {
     return block->Size() + 1;
 }
 
