@@ -122,7 +122,7 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
         case kValueTag: {
             String key = readText(in, Encodings::UTF8);
             String value = readText(in, Encodings::UTF8);
-            node.Values->SetValue(std::move(key), std::move(value));
+            node.Values->SetValue(key, value);
             break;
         }
         case kChildTag: {
