@@ -120,8 +120,8 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
         switch (in.ReadUInt8()) {
         case kEndTag: open.pop_back(); break;
         case kValueTag: {
-            String key = readText(in, Encodings::UTF8);
-            String value = readText(in, Encodings::UTF8);
+            const String key = readText(in, Encodings::UTF8);
+            const String value = readText(in, Encodings::UTF8);
             node.Values->SetValue(key, value);
             break;
         }

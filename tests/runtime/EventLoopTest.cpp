@@ -164,6 +164,16 @@ TEST(TCPSocket, BoundsTheDepthOfPollsInsideEventsAndLosesNothing) {
     }
 }
 
+TEST(TCPSocket, ReadsLittleBehindALongEvent) {
+    Link link;
+    link.near->onData = [] { clocks::sleep(30 * kMillisecond); };
+    link.far.send(std::string(StreamDevice::kPortion + 2 * StreamDevice::kSmallPortion, 'x'));
+    ConsoleApplication::DoEvents(0);
+    EXPECT_EQ(link.near->received.size(), StreamDevice::kPortion);
+    ConsoleApplication::DoEvents(0);
+    EXPECT_EQ(link.near->received.size(), StreamDevice::kPortion + StreamDevice::kSmallPortion);
+}
+
 TEST(TCPSocket, FailsWhenThePeerNeverReads) {
     Link link;
     std::size_t most = 0;
