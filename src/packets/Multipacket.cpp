@@ -81,7 +81,7 @@ String cHearthixCommand::GetRawMultipacket() {
     for (const auto& entry : MultiDict->entries())
         size += static_cast<std::size_t>(kKeySize) + kNumberSize + entry.value.asString().size();
 
-    return String::build(size, [&](char* target) {
+    return String::build(size, TextEncoding::none, [&](char* target) {
         PacketWriter packet(target);
         packet.put("J");
         packet.putNumber(size);

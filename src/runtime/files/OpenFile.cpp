@@ -52,7 +52,7 @@ void OpenFile::fail(std::error_code error) {
 String OpenFile::read(std::size_t offset, std::size_t count) {
     count = std::min(count, size_ - std::min(offset, size_));
     std::size_t done = 0;
-    const String bytes = String::build(count, [&](char* target) {
+    const String bytes = String::build(count, TextEncoding::none, [&](char* target) {
         while (done < count) {
             const ssize_t got =
                 pread(descriptor_, target + done, count - done, static_cast<off_t>(offset + done));

@@ -33,15 +33,13 @@ String joinParts(std::span<const TextPart> parts) {
             encoding = TextEncoding::none;
         size += part.bytes.size();
     }
-    String joined = String::build(size, [&](char* target) {
+    return String::build(size, encoding, [&](char* target) {
         for (const TextPart& part : parts) {
             if (!part.bytes.empty())
                 std::memcpy(target, part.bytes.data(), part.bytes.size());
             target += part.bytes.size();
         }
     });
-    joined.setEncoding(encoding);
-    return joined;
 }
 
 bool operator==(const String& left, const String& right) noexcept {

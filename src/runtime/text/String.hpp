@@ -40,15 +40,17 @@ public:
     // The bytes from offset on, at most count of them; a range past the end yields what is there.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
         const std::string_view bytes = view();
-        return {storage_, offset < bytes.size() ? bytes.substr(offset, count) : std::string_view()};
+        return part(offset < bytes.size() ? bytes.substr(offset, count) : std::string_view());
     }
+    // The bytes that a view of this text shows.
+    String part(std::string_view shown) const { return {storage_, shown}; }
     // Takes the first bytes away, in place; at most all of them.
     void removeFront(std::size_t count) noexcept { storage_.removeFront(count); }
     // A new text of so many bytes, filled in by fill(char* bytes), which must set every one of them.
     template <class Fill>
-    static String build(std::size_t size, const Fill& fill) {
+    static String build(std::size_t size, TextEncoding encoding, const Fill& fill) {
         String text;
-        fill(text.storage_.prepare(size));
+        fill(text.storage_.prepare(size, encoding));
         return text;
     }
     // Appends bytes; amortised constant cost a byte. The tag stays as it is.

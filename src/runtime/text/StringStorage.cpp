@@ -38,14 +38,14 @@ void StringStorage::setLarge(Block* block, const char* begin, std::size_t size,
     setField(kBeginOffset, begin);
 }
 
-char* StringStorage::prepare(std::size_t size) {
+char* StringStorage::prepare(std::size_t size, TextEncoding encoding) {
     if (size <= kSmallCapacity) {
-        setMeta(static_cast<unsigned>(size));
+        setMeta(encodingBits(encoding) | static_cast<unsigned>(size));
         return reinterpret_cast<char*>(raw_ + kSmallOffset);
     }
     Block* block = Block::create(size);
     block->used = size;
-    setLarge(block, block->bytes(), size, TextEncoding::none);
+    setLarge(block, block->bytes(), size, encoding);
     return block->bytes();
 }
 

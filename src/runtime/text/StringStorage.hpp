@@ -70,7 +70,7 @@ public:
     void replaceBytes(std::size_t offset, std::string_view bytes);
     void compact();
     // An empty text's room for so many bytes, which the caller fills in.
-    char* prepare(std::size_t size);
+    char* prepare(std::size_t size, TextEncoding encoding);
 
 private:
     struct Block;
