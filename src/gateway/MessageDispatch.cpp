@@ -16,17 +16,16 @@ constexpr Integer kGatewayNode = 0;
 } // namespace
 
 void cMySensors::HandleMSCommand(const String& line) {
-    const auto command = Ref<cMSCommand>::make(line);
-    if (!command->good) {
+    const cMSCommand command(line);
+    if (!command.good) {
         Globals::writelog(concat("failed to parse Command: (", line, ")"), 4);
         return;
     }
-    switch (command->messageType) {
+    switch (command.messageType) {
     case mySensors::kPresentation:
-        WriteLog(
-            concat("presentation packet from node: ", command->rootAddress, " (", command->PayLoad, ")"));
+        WriteLog(concat("presentation packet from node: ", command.rootAddress, " (", command.PayLoad, ")"));
         break;
-    case mySensors::kSet: handleSet(*command); break;
+    case mySensors::kSet: handleSet(command); break;
     case mySensors::kInternal: handleInternal(command, line); break;
     default:
         if (Globals::DebugMode)
@@ -34,28 +33,27 @@ void cMySensors::HandleMSCommand(const String& line) {
     }
 }
 
-void cMySensors::handleInternal(const Ref<cMSCommand>& command, const String& line) {
-    const String node = Globals::formatHexOfLowByte(command->nodeID);
-    const String& payload = command->PayLoad;
-    switch (command->SubType) {
-    case mySensors::kBatteryLevel: handleBattery(*command); break;
-    case mySensors::kTime: sendTimeToNode(command->nodeID); break;
-    case mySensors::kVersion: handleVersion(*command); break;
+void cMySensors::handleInternal(const cMSCommand& command, const String& line) {
+    const String node = Globals::formatHexOfLowByte(command.nodeID);
+    const String& payload = command.PayLoad;
+    switch (command.SubType) {
+    case mySensors::kBatteryLevel: handleBattery(command); break;
+    case mySensors::kTime: sendTimeToNode(command.nodeID); break;
+    case mySensors::kVersion: handleVersion(command); break;
     case mySensors::kIdRequest:
-        waitingForID = command;
-        waitingForID->PayLoad.compact();
+        waitingForID = IdRequest{command.nodeID, command.childID};
         CommandSupportModule::GetUnitsFromHearthix();
         break;
-    case mySensors::kConfig: sendConfigToNode(command->nodeID, command->childID, "I"); break;
+    case mySensors::kConfig: sendConfigToNode(command.nodeID, command.childID, "I"); break;
     case mySensors::kLogMessage:
-        WriteLog(command->nodeID == kGatewayNode ? concat("Gateway Message: ", payload)
-                                                 : concat("Node Message: (", node, ") ", payload));
+        WriteLog(command.nodeID == kGatewayNode ? concat("Gateway Message: ", payload)
+                                                : concat("Node Message: (", node, ") ", payload));
         break;
     case mySensors::kSketchName: WriteLog(concat("node (", node, ") sketch name: ", payload)); break;
     case mySensors::kSketchVersion: WriteLog(concat("node (", node, ") sketch version: ", payload)); break;
     case mySensors::kGatewayReady:
-        WriteLog(command->nodeID == kGatewayNode ? concat("Gateway Ready: ", payload)
-                                                 : concat("Node: (", node, ") ", payload));
+        WriteLog(command.nodeID == kGatewayNode ? concat("Gateway Ready: ", payload)
+                                                : concat("Node: (", node, ") ", payload));
         break;
     default:
         if (Globals::DebugMode)

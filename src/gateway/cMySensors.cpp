@@ -16,7 +16,7 @@ namespace hearthix {
 namespace {
 
 constexpr double kStaleSeconds = 5.0;
-const String kLineFeed = "\n";
+constexpr char kLineFeed = '\n';
 
 } // namespace
 
@@ -29,15 +29,15 @@ void cMySensors::PortDataAvailable(const String& data) {
     dropStaleBytes();
 
     // What was held has no line feed, so the search begins after it.
-    const Integer held = LenB(buffer);
+    std::size_t lineEnd = buffer.size();
     buffer += data;
-    Integer lineEnd = InStrB(held + 1, buffer, kLineFeed);
-    while (lineEnd > 0) {
-        const String line = LeftB(buffer, lineEnd);
-        buffer.removeFront(line.size());
-        lineEnd = InStrB(1, buffer, kLineFeed);
-        mySensors::AddressIndex->expect(buffer.view().substr(0, static_cast<std::size_t>(lineEnd)));
-        HandleMSCommand(Trim(line));
+    lineEnd = buffer.view().find(kLineFeed, lineEnd);
+    while (lineEnd != std::string_view::npos) {
+        const String line = buffer.part(trimmed(buffer.view().substr(0, lineEnd)));
+        buffer.removeFront(lineEnd + 1);
+        lineEnd = buffer.view().find(kLineFeed);
+        mySensors::AddressIndex->expect(buffer.view().substr(0, lineEnd));
+        HandleMSCommand(line);
         RuntimeBackgroundTask();
     }
     // A fragment may lie here for hours, and must not keep the memory of a whole chunk.
@@ -71,7 +71,7 @@ void cMySensors::gotUnitsFromHearthix(const Ref<cHearthixCommand>& command) {
     } catch (const RuntimeException&) {
         HearthixSupport::WriteLog("Hearthix sent no valid data in response to asking for units");
     }
-    if (waitingForID.isNil())
+    if (!waitingForID)
         return;
     const Integer id = mySensors::chooseNodeId(*units);
     if (id == mySensors::kNoIdLeft) {
@@ -83,7 +83,7 @@ void cMySensors::gotUnitsFromHearthix(const Ref<cHearthixCommand>& command) {
     if (Globals::DebugMode)
         HearthixSupport::WriteLog(concat("set ID packet: ", reply));
     HearthixSupport::WriteLog(concat("responding to node ID request with ID: ", Str(id)));
-    waitingForID = nullptr;
+    waitingForID.reset();
     Globals::gAbstractedPort->PortSendData(reply + "\n");
 }
 

@@ -42,16 +42,22 @@ public:
     virtual void requestVersion();
 
 private:
+    // A node without an ID, which names itself by these for now.
+    struct IdRequest {
+        Integer nodeID;
+        Integer childID;
+    };
+
     void dropStaleBytes();
-    void handleInternal(const Ref<cMSCommand>& command, const String& line);
+    void handleInternal(const cMSCommand& command, const String& line);
     void handleSet(const cMSCommand& command);
     void handleBattery(const cMSCommand& command);
     void handleVersion(const cMSCommand& command);
 
     String buffer; // the bytes after the last line feed
     std::optional<Date> LastDataRead;
-    Ref<CXML> unitXMLFromHearthix; // the latest unit list
-    Ref<cMSCommand> waitingForID;  // the latest request that has no answer yet
+    Ref<CXML> unitXMLFromHearthix;         // the latest unit list
+    std::optional<IdRequest> waitingForID; // the latest that has no answer yet
 };
 
 namespace Globals {

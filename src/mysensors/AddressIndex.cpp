@@ -1,8 +1,9 @@
 #include "mysensors/AddressIndex.hpp"
 
 #include "log/Globals.hpp"
+#include "runtime/text/Numbers.hpp"
 
-#include <charconv>
+#include <algorithm>
 
 namespace hearthix {
 
@@ -17,13 +18,9 @@ void mySensors::AddressTable::enter(Integer node, Integer child, const Ref<Objec
 }
 
 void mySensors::AddressTable::expect(std::string_view line) const noexcept {
-    unsigned node = 0;
-    unsigned child = 0;
-    const char* end = line.data() + line.size();
-    const char* separator = std::from_chars(line.data(), end, node).ptr;
-    if (separator != end)
-        std::from_chars(separator + 1, end, child);
-    __builtin_prefetch(at(node, child));
+    const Integer node = takeDigits(line);
+    line.remove_prefix(std::min<std::size_t>(line.size(), 1));
+    __builtin_prefetch(at(node, takeDigits(line)));
 }
 
 String mySensors::rootAddressOf(Integer node, Integer child) {

@@ -7,7 +7,6 @@
 #include "runtime/text/StringFunctions.hpp"
 #include "vocabulary/Vocabulary.hpp"
 
-#include <algorithm>
 #include <array>
 
 namespace hearthix {
@@ -16,19 +15,20 @@ namespace {
 
 constexpr std::size_t kNumbers = 5;
 
-// Takes the number and the ";" after it off the front of a line. Its digits are taken as they come; what
-// else stands there is read as any number is. False when there is no ";".
+// Takes the number and the ";" after it off the front of a line. False when there is no ";".
 bool takeNumber(std::string_view& line, Integer& number) {
-    const std::size_t mostDigits = std::min<std::size_t>(line.size(), 15);
-    std::size_t at = 0;
-    for (number = 0; at < mostDigits && line[at] >= '0' && line[at] <= '9'; ++at)
-        number = number * 10 + (line[at] - '0');
-    if (at == line.size() || line[at] != ';') {
-        at = line.find(';');
-        number = ValInteger(line.substr(0, at));
+    std::string_view rest = line;
+    number = takeDigits(rest);
+    // Nearly all are plain digits; what else stands there is read as any number is.
+    if (!rest.starts_with(';')) {
+        const std::size_t end = line.find(';');
+        number = ValInteger(line.substr(0, end));
+        if (end == std::string_view::npos)
+            return false;
+        rest = line.substr(end);
     }
-    line.remove_prefix(std::min(line.size(), at + 1)); // at is npos without one
-    return at != std::string_view::npos;
+    line = rest.substr(1);
+    return true;
 }
 
 } // namespace
@@ -54,7 +54,7 @@ bool cMSCommand::parseCommand(const String& line) {
     messageType = numbers[2];
     ack = numbers[3];
     SubType = numbers[4];
-    PayLoad = line.cut(line.size() - rest.size(), rest.find(';'));
+    PayLoad = line.part(rest.substr(0, rest.find(';')));
     if (Globals::DebugMode)
         logFields();
     rootAddress = mySensors::rootAddressOf(nodeID, childID);

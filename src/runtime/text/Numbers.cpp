@@ -12,17 +12,6 @@ namespace hearthix {
 
 namespace {
 
-constexpr bool isDigit(char letter) {
-    return letter >= '0' && letter <= '9';
-}
-
-std::string_view withoutLeadingSpace(std::string_view text) {
-    std::size_t first = 0;
-    while (first < text.size() && isWhiteSpace(text[first]))
-        ++first;
-    return text.substr(first);
-}
-
 int digitValue(char letter, int bits) {
     int value = 99;
     if (isDigit(letter))
@@ -82,7 +71,7 @@ double decimalNumber(std::string_view text) {
 } // namespace
 
 double Val(std::string_view text) {
-    text = withoutLeadingSpace(text);
+    text = trimmed(text);
     if (text.size() >= 2 && text[0] == '&') {
         const char prefix = static_cast<char>(text[1] | 0x20);
         if (prefix == 'h')
@@ -104,12 +93,9 @@ Integer toInteger(double value) {
 
 Integer ValInteger(std::string_view text) {
     // Nearly all numbers on the wire are a few plain digits.
-    constexpr std::size_t kPlainDigits = 15;
-    Integer value = 0;
-    std::size_t at = 0;
-    while (at < text.size() && at < kPlainDigits && isDigit(text[at]))
-        value = value * 10 + (text[at++] - '0');
-    return at > 0 && at == text.size() ? value : toInteger(Val(text));
+    std::string_view rest = text;
+    const Integer value = takeDigits(rest);
+    return rest.empty() ? value : toInteger(Val(text));
 }
 
 namespace {
@@ -188,14 +174,20 @@ String Format(double number, std::string_view mask) {
 }
 
 bool IsNumeric(std::string_view text) {
-    text = withoutLeadingSpace(text);
-    while (!text.empty() && isWhiteSpace(text.back()))
-        text.remove_suffix(1);
+    text = trimmed(text);
     if (text.starts_with('-') || text.starts_with('+'))
         text.remove_prefix(1);
-    const auto digits = std::count_if(text.begin(), text.end(), isDigit);
-    const auto points = std::count(text.begin(), text.end(), '.');
-    return digits > 0 && points <= 1 && static_cast<std::size_t>(digits + points) == text.size();
+    bool hasDigit = false;
+    bool hasPoint = false;
+    for (const char letter : text) {
+        if (isDigit(letter))
+            hasDigit = true;
+        else if (letter == '.' && !hasPoint)
+            hasPoint = true;
+        else
+            return false;
+    }
+    return hasDigit;
 }
 
 namespace Bitwise {

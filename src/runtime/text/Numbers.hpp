@@ -18,6 +18,23 @@ Integer toInteger(double value);
 // Val and toInteger in one, exact to the last digit a double holds.
 Integer ValInteger(std::string_view text);
 
+constexpr bool isDigit(char letter) {
+    return letter >= '0' && letter <= '9';
+}
+// Takes plain digits off the front of a text; none are 0. It stops at 15, which every double holds.
+constexpr Integer takeDigits(std::string_view& text) {
+    Integer number = 0;
+    std::size_t count = 0;
+    for (const char letter : text.substr(0, 15)) {
+        if (!isDigit(letter))
+            break;
+        number = number * 10 + (letter - '0');
+        ++count;
+    }
+    text.remove_prefix(count);
+    return number;
+}
+
 // Decimal text.
 String Str(Integer number);
 String Str(std::uint64_t number);

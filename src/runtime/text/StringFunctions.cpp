@@ -153,15 +153,16 @@ String Chr(Integer code) {
     return String(std::string_view(bytes, length), TextEncoding::utf8);
 }
 
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && isWhiteSpace(text.back()))
+        text.remove_suffix(1);
+    while (!text.empty() && isWhiteSpace(text.front()))
+        text.remove_prefix(1);
+    return text;
+}
+
 String Trim(const String& text) {
-    const std::string_view bytes = text.view();
-    std::size_t first = 0;
-    std::size_t last = bytes.size();
-    while (last > first && isWhiteSpace(bytes[last - 1]))
-        --last;
-    while (first < last && isWhiteSpace(bytes[first]))
-        ++first;
-    return text.cut(first, last - first);
+    return text.part(trimmed(text));
 }
 
 Integer InStr(Integer start, const String& text, const String& find) {
@@ -243,17 +244,8 @@ String ReplaceAll(const String& text, const String& old, const String& replaceme
 }
 
 bool RuntimeStringCompare(std::string_view left, std::string_view right) noexcept {
-    if (left.size() != right.size())
-        return false;
-    if (left.empty())
-        return true;
-    // Most texts that differ do so in their first letter.
-    if (lowered(left[0]) != lowered(right[0]))
-        return false;
-    if (std::memcmp(left.data(), right.data(), left.size()) == 0)
-        return true;
-    return std::equal(left.begin(), left.end(), right.begin(),
-                      [](char a, char b) { return lowered(a) == lowered(b); });
+    return left == right || std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                                       [](char a, char b) { return lowered(a) == lowered(b); });
 }
 
 } // namespace hearthix

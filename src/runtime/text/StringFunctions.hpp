@@ -36,6 +36,7 @@ constexpr bool isWhiteSpace(char letter) {
     return letter == ' ' || (letter >= '\t' && letter <= '\r');
 }
 // Without the white space at both ends.
+std::string_view trimmed(std::string_view text);
 String Trim(const String& text);
 // Position of the first occurrence at or behind start, in characters; 0 when there is none.
 Integer InStr(Integer start, const String& text, const String& find);
