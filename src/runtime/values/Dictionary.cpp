@@ -13,21 +13,20 @@ namespace {
 constexpr std::size_t kMissing = SIZE_MAX;
 constexpr std::size_t kFirstPlaces = 6; // as many as a unit of a document takes
 
-std::uint32_t hashOf(Integer number) {
-    return hashOfNumber(number);
-}
 std::uint32_t hashOf(std::string_view text) {
     return hashIgnoringCase(text);
 }
 std::uint32_t hashOf(const Variant& key) {
-    return key.isString() ? hashOf(key.asString().view()) : hashOf(key.asInteger());
+    return key.isString() ? hashOf(key.asString().view()) : hashOfNumber(key.asInteger());
 }
 
-bool matches(const Variant& candidate, Integer key) {
-    return candidate.isInteger() && candidate.asInteger() == key;
-}
-bool matches(const Variant& candidate, std::string_view key) {
-    return candidate.isString() && RuntimeStringCompare(candidate.asString(), key);
+inline bool matches(const Variant& candidate, std::string_view key) {
+    if (!candidate.isString())
+        return false;
+    // Most keys that differ do so in their first letter, by more than the bit of its case.
+    const std::string_view text = candidate.asString();
+    return text.size() == key.size() &&
+           (key.empty() || (((text[0] ^ key[0]) & ~0x20) == 0 && RuntimeStringCompare(text, key)));
 }
 bool matches(const Variant& candidate, const Variant& key) {
     return candidate == key;
@@ -36,11 +35,11 @@ bool matches(const Variant& candidate, const Variant& key) {
 } // namespace
 
 template <class Wanted>
-std::size_t Dictionary::locate(const Wanted& key) const {
+std::size_t Dictionary::locate(Wanted key) const {
     if (slots_.empty()) {
-        for (std::size_t i = 0; i < entries_.size(); ++i)
-            if (matches(entries_[i].key, key))
-                return i;
+        for (const Entry& entry : entries_)
+            if (matches(entry.key, key))
+                return static_cast<std::size_t>(&entry - entries_.data());
         return kMissing;
     }
     const std::uint32_t hash = hashOf(key);
@@ -53,22 +52,18 @@ std::size_t Dictionary::locate(const Wanted& key) const {
     return kMissing;
 }
 
-template <class Wanted>
-const Variant* Dictionary::valueOf(const Wanted& key) const {
-    const std::size_t i = locate(key);
-    return i == kMissing ? nullptr : &entries_[i].value;
+std::size_t Dictionary::place(const Variant& key) const {
+    return key.isString() ? locate(key.asString().view()) : locate<const Variant&>(key);
 }
 
 const Variant* Dictionary::find(const Variant& key) const {
-    return key.isString() ? valueOf(key.asString().view()) : valueOf(key);
+    const std::size_t i = place(key);
+    return i == kMissing ? nullptr : &entries_[i].value;
 }
 
 const Variant* Dictionary::find(std::string_view key) const {
-    return valueOf(key);
-}
-
-const Variant* Dictionary::find(Integer key) const {
-    return valueOf(key);
+    const std::size_t i = locate(key);
+    return i == kMissing ? nullptr : &entries_[i].value;
 }
 
 const Variant& Dictionary::Value(const Variant& key) const {
@@ -79,25 +74,31 @@ const Variant& Dictionary::Value(const Variant& key) const {
 }
 
 void Dictionary::SetValue(Variant key, Variant value) {
-    const std::size_t place = key.isString() ? locate(key.asString().view()) : locate(key);
-    enter(place, std::move(key), std::move(value));
+    const std::size_t i = place(key);
+    if (i != kMissing)
+        entries_[i].value = std::move(value);
+    else
+        append(std::move(key), std::move(value));
 }
 
 void Dictionary::SetValue(const String& key, const String& value) {
-    enter(locate(key.view()), key, value);
+    const std::size_t i = locate(key.view());
+    if (i != kMissing)
+        entries_[i].value = value;
+    else
+        append(key, value);
 }
 
 template <class KeyLike, class ValueLike>
-void Dictionary::enter(std::size_t place, KeyLike&& key, ValueLike&& value) {
-    if (place != kMissing) {
-        entries_[place].value = std::forward<ValueLike>(value);
-        return;
-    }
+void Dictionary::append(KeyLike&& key, ValueLike&& value) {
     if (entries_.capacity() == 0)
         entries_.reserve(kFirstPlaces);
     entries_.emplace_back(std::forward<KeyLike>(key), std::forward<ValueLike>(value));
-    if (entries_.size() <= kUnindexed)
-        return;
+    if (entries_.size() > kUnindexed)
+        indexNewest();
+}
+
+void Dictionary::indexNewest() {
     if (slots_.size() < entries_.size() * 2)
         rebuildIndex();
     else
@@ -105,7 +106,7 @@ void Dictionary::enter(std::size_t place, KeyLike&& key, ValueLike&& value) {
 }
 
 void Dictionary::Remove(const Variant& key) {
-    const std::size_t i = locate(key);
+    const std::size_t i = place(key);
     if (i == kMissing)
         throw KeyNotFoundException();
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(i));

@@ -55,7 +55,6 @@ public:
     // The value under a key, or null. The one-step form of HasKey and Value.
     const Variant* find(const Variant& key) const;
     const Variant* find(std::string_view key) const;
-    const Variant* find(Integer key) const;
 
 private:
     struct Slot {
@@ -65,11 +64,11 @@ private:
     static constexpr std::size_t kUnindexed = 8;
 
     template <class Wanted>
-    std::size_t locate(const Wanted& key) const;
-    template <class Wanted>
-    const Variant* valueOf(const Wanted& key) const;
+    std::size_t locate(Wanted key) const;
+    std::size_t place(const Variant& key) const;
     template <class KeyLike, class ValueLike>
-    void enter(std::size_t place, KeyLike&& key, ValueLike&& value);
+    void append(KeyLike&& key, ValueLike&& value);
+    void indexNewest();
     void enterSlot(std::uint32_t hash, std::size_t entry);
     void rebuildIndex();
     const Entry& entryAt(Integer index) const;
