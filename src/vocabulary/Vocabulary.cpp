@@ -95,8 +95,12 @@ String threeDigits(Integer number) {
     return concat(number < 0 ? "-" : "", String("000").cut(std::min<std::size_t>(digits.size(), 3)), digits);
 }
 
+bool isVarType(Integer number) {
+    return number >= 0 && number <= kLastVariableType;
+}
+
 bool isKnownVarType(Integer variableType) {
-    if (variableType >= 0 && variableType <= kLastVariableType)
+    if (isVarType(variableType))
         return true;
     HearthixSupport::WriteLog(concat("unknown variable type: ", Str(variableType)));
     return false;
@@ -126,8 +130,9 @@ String mySensors::DescribeInteralMessageType(Integer subType) {
 }
 
 String mySensors::varTypeToSuffix(Integer variableType) {
-    const Variant* suffix = varTypeConverter->find(variableType);
-    return suffix != nullptr ? suffix->asString() : concat("UNKN", threeDigits(variableType));
+    // The table begins with the numbers, in order.
+    return isVarType(variableType) ? varTypeConverter->ValueAt(variableType).asString()
+                                   : concat("UNKN", threeDigits(variableType));
 }
 
 Integer mySensors::SuffixToVarType(const String& suffix) {
