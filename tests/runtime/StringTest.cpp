@@ -69,7 +69,8 @@ struct StringPool {
         case 6: text.removeFront(size), model.erase(0, size); break;
         case 7: text.reserve(size * 20), text = String(std::move(text)); break;
         case 8:
-            text = String::build(size, TextEncoding::none, [&](char* target) { letters(size).copy(target, size); }),
+            text = String::build(size, TextEncoding::none,
+                                 [&](char* target) { letters(size).copy(target, size); }),
             model = letters(size);
             break;
         default:

@@ -63,6 +63,11 @@ String BinaryStream::Read(Integer count, TextEncoding encoding) {
 }
 
 std::uint64_t BinaryStream::readNumber(std::size_t width) {
+    // From text, which long documents are read from, without a way round.
+    if (position_ + width <= text_.size()) {
+        position_ += width;
+        return decodeNumber(text_.view().substr(position_ - width, width), LittleEndian);
+    }
     const String bytes = Read(static_cast<Integer>(width));
     return bytes.size() == width ? decodeNumber(bytes, LittleEndian) : 0;
 }

@@ -6,7 +6,6 @@
 #pragma once
 
 #include "runtime/core/Object.hpp"
-#include "runtime/files/ByteOrder.hpp"
 #include "runtime/text/String.hpp"
 
 #include <cstdint>
@@ -37,9 +36,9 @@ public:
     static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable, std::error_code& error);
 
     String Read(Integer count, TextEncoding encoding = TextEncoding::none);
-    std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber<1>()); }
-    std::uint16_t ReadUInt16() { return static_cast<std::uint16_t>(readNumber<2>()); }
-    std::uint32_t ReadUInt32() { return static_cast<std::uint32_t>(readNumber<4>()); }
+    std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber(1)); }
+    std::uint16_t ReadUInt16() { return static_cast<std::uint16_t>(readNumber(2)); }
+    std::uint32_t ReadUInt32() { return static_cast<std::uint32_t>(readNumber(4)); }
     void Write(std::string_view bytes);
     void WriteUInt8(std::uint8_t value) { writeNumber(value, 1); }
     void WriteUInt16(std::uint16_t value) { writeNumber(value, 2); }
@@ -58,16 +57,6 @@ public:
 
 private:
     Integer lengthElsewhere() const;
-    // From text, which long documents are read from, without a way round.
-    template <std::size_t Width>
-    std::uint64_t readNumber() {
-        const std::string_view text = text_.view();
-        if (position_ > text.size() || text.size() - position_ < Width)
-            return readNumber(Width);
-        const std::uint64_t value = decodeNumber(text.substr(position_, Width), LittleEndian);
-        position_ += Width;
-        return value;
-    }
     std::uint64_t readNumber(std::size_t width);
     void writeNumber(std::uint64_t value, unsigned width);
 
