@@ -24,13 +24,13 @@ Ref<cMSEndpoint> held(const Variant* entry) {
 // The form of a value. Hosts take 0 for on here; commands to a node have it the other way round.
 void setValue(cHearthixCommand& message, const cMSCommand& command) {
     if (!IsNumeric(command.PayLoad)) {
-        message.SetMulti("mcmd", "SetDesc");
-        message.SetMulti("DATA", command.PayLoad);
+        message.AddMulti("mcmd", "SetDesc");
+        message.AddMulti("DATA", command.PayLoad);
     } else if (mySensors::isVarTypeDimmable(command.SubType)) {
-        message.SetMulti("mcmd", "SetValue");
-        message.SetMulti("Valu", command.PayLoad);
+        message.AddMulti("mcmd", "SetValue");
+        message.AddMulti("Valu", command.PayLoad);
     } else {
-        message.SetMulti("mcmd", Val(command.PayLoad) == 0 ? "ON" : "OFF");
+        message.AddMulti("mcmd", Val(command.PayLoad) == 0 ? "ON" : "OFF");
     }
 }
 
@@ -175,10 +175,10 @@ void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
     // One record for all values, which keeps its table's memory: nothing that sends another value runs until
     // this one is sent.
     static cHearthixCommand message;
-    message.SetMulti("addr", command.HearthixAddressWithSubtype);
+    message.AddMulti("addr", command.HearthixAddressWithSubtype);
     setValue(message, command);
     if (getBatteryLevelFromNode())
-        message.SetMulti("Batt", Str(batteryLevel));
+        message.AddMulti("Batt", Str(batteryLevel));
     HearthixSocket->SendCommand(message);
     // The payload may be a part of a large chunk.
     message.MultiDict->Clear();

@@ -51,11 +51,19 @@ private:
 
 } // namespace
 
-void cHearthixCommand::SetMulti(const String& key, const String& value) {
+Dictionary& cHearthixCommand::pairs() {
     isMultiPacket = true;
     if (MultiDict.isNil())
         MultiDict = Ref<Dictionary>::make(kExpectedEntries);
-    MultiDict->SetValue(key, value);
+    return *MultiDict;
+}
+
+void cHearthixCommand::SetMulti(const String& key, const String& value) {
+    pairs().SetValue(key, value);
+}
+
+void cHearthixCommand::AddMulti(const String& key, const String& value) {
+    pairs().Add(key, value);
 }
 
 String cHearthixCommand::GetMulti(const String& key) const {

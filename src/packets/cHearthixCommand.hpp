@@ -124,6 +124,8 @@ public:
     virtual bool initFromMultiPacket(const String& packet);
     // Stores a pair under the key exactly as given; only writing brings it to four bytes.
     virtual void SetMulti(const String& key, const String& value);
+    // The same for a key that the record is known not to hold.
+    void AddMulti(const String& key, const String& value);
     // A new record that acknowledges this one by its "PkID".
     virtual Ref<cHearthixCommand> MakeAck() const;
     // The raw data of a received "X" command.
@@ -131,6 +133,7 @@ public:
     virtual bool hasKey(const String& key) const;
 
 private:
+    Dictionary& pairs();
     void foldLowBattery();
     String commandForm() const;
 };

@@ -81,12 +81,8 @@ void Dictionary::SetValue(Variant key, Variant value) {
         append(std::move(key), std::move(value));
 }
 
-void Dictionary::SetValue(const String& key, const String& value) {
-    const std::size_t i = locate(key.view());
-    if (i != kMissing)
-        entries_[i].value = value;
-    else
-        append(key, value);
+void Dictionary::Add(const String& key, const String& value) {
+    append(key, value);
 }
 
 template <class KeyLike, class ValueLike>

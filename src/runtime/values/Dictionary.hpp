@@ -30,7 +30,8 @@ public:
     const Variant& Value(const Variant& key) const;
     // Adds or replaces.
     void SetValue(Variant key, Variant value);
-    void SetValue(const String& key, const String& value);
+    // Adds a key that is known to be new, without a look for it.
+    void Add(const String& key, const String& value);
     // Drops a key, at the cost of a walk over the table; raises KeyNotFoundException when it is missing.
     void Remove(const Variant& key);
     // Drops all, and keeps the room.
