@@ -37,9 +37,10 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release")
   target_compile_options(hearthix_options INTERFACE
     -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong -ffunction-sections -fdata-sections)
   target_link_options(hearthix_options INTERFACE -Wl,-z,relro,-z,now -Wl,--gc-sections -Wl,--as-needed)
-  # Relocations of a position independent program in a twentieth of their usual room, where the linker knows how.
+  # Relocations of a position independent program in a twentieth of their usual room, where the linker knows how;
+  # elsewhere it warns and does without.
   include(CheckLinkerFlag)
-  check_linker_flag(CXX -Wl,-z,pack-relative-relocs HEARTHIX_PACKED_RELOCATIONS)
+  check_linker_flag(CXX -Wl,--fatal-warnings,-z,pack-relative-relocs HEARTHIX_PACKED_RELOCATIONS)
   if(HEARTHIX_PACKED_RELOCATIONS)
     target_link_options(hearthix_options INTERFACE -Wl,-z,pack-relative-relocs)
   endif()
