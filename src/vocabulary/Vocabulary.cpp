@@ -130,8 +130,9 @@ String mySensors::DescribeInteralMessageType(Integer subType) {
 }
 
 String mySensors::varTypeToSuffix(Integer variableType) {
-    // The table begins with the numbers, in order.
-    return isVarType(variableType) ? varTypeConverter->ValueAt(variableType).asString()
+    // It begins with the numbers, in order.
+    const Dictionary& table = *varTypeConverter;
+    return isVarType(variableType) ? table.ValueAt(variableType).asString()
                                    : concat("UNKN", threeDigits(variableType));
 }
 

@@ -142,7 +142,8 @@ TEST_F(EndpointTest, KnowsTheVariableTypesOnly) {
     for (const char* unknown : {"HVACMODE", "", "0", "UNKN046"})
         EXPECT_EQ(mySensors::SuffixToVarType(unknown), -1) << unknown;
     varTypeConverter = nullptr;
-    EXPECT_THROW(mySensors::varTypeToSuffix(0), NilObjectException);
+    for (const Integer type : {0, 100})
+        EXPECT_THROW(mySensors::varTypeToSuffix(type), NilObjectException) << type;
 }
 
 TEST(MeshCodes, HaveNames) {
