@@ -130,7 +130,7 @@ String mySensors::DescribeInteralMessageType(Integer subType) {
 }
 
 String mySensors::varTypeToSuffix(Integer variableType) {
-    // It begins with the numbers, in order.
+    // The numbers come first in it, in order.
     const Dictionary& table = *varTypeConverter;
     return isVarType(variableType) ? table.ValueAt(variableType).asString()
                                    : concat("UNKN", threeDigits(variableType));

@@ -1,7 +1,6 @@
 #include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
-#include <cstring>
 
 namespace hearthix {
 

@@ -3,7 +3,6 @@
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/KeyHash.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace hearthix {
