@@ -27,7 +27,6 @@ public:
     Variant(const Ref<T>& object) noexcept : value_(Ref<Object>(object)) {}
 
     bool isString() const noexcept { return std::holds_alternative<String>(value_); }
-    bool isInteger() const noexcept { return std::holds_alternative<Integer>(value_); }
     // The string; empty when the value is none.
     const String& asString() const noexcept {
         const String* text = std::get_if<String>(&value_);
