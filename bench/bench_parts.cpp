@@ -1,13 +1,13 @@
 // What is measured without sockets: a set line, and documents beside plain structs that hold the same tree.
 #include "document/CXML.hpp"
+#include "endpoints/AddressIndex.hpp"
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "log/Globals.hpp"
-#include "mysensors/AddressIndex.hpp"
+#include "mysensors/VarTypeConverter.hpp"
 #include "PlainDocument.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
+#include "shell/log/Globals.hpp"
 
 #include <benchmark/benchmark.h>
 

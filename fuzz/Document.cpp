@@ -1,8 +1,8 @@
 // Arbitrary bytes as a document: read, written, read again, cloned, dumped, changed, taken apart.
 #include "document/CXML.hpp"
 #include "fuzz/Require.hpp"
-#include "log/Log.hpp"
 #include "runtime/values/Exceptions.hpp"
+#include "shell/log/Log.hpp"
 #include "tools/KbdbCheck.hpp"
 
 #include <string_view>

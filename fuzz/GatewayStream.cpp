@@ -3,9 +3,9 @@
 // An input's first line is a list of steps, used in turn: "!" is a silence of six seconds, "*" the watchdog's
 // alarm, "0" to "5" a packet from the host that waits for the driver's next poll. Every step then brings a
 // piece of the stream, as many bytes as the step's own value is.
-#include "app/CommandDispatch.hpp"
 #include "fuzz/Rig.hpp"
 #include "gateway/cPingTimer.hpp"
+#include "shell/CommandDispatch.hpp"
 
 #include <algorithm>
 

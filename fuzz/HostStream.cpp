@@ -8,8 +8,8 @@
 // Two ends are known and expected. A stream that keeps the driver turning without end is recognised ahead of
 // that turn, by the rules of framing told once more, and left there. A packet without entries raises
 // NilObjectException, and nothing else may raise anything.
-#include "app/CommandDispatch.hpp"
 #include "fuzz/Rig.hpp"
+#include "shell/CommandDispatch.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -1,13 +1,13 @@
 #include "fuzz/Rig.hpp"
 
+#include "endpoints/AddressIndex.hpp"
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
-#include "log/Globals.hpp"
-#include "mysensors/AddressIndex.hpp"
-#include "packets/PacketHooks.hpp"
+#include "hostlink/cHearthixCommand.hpp"
+#include "mysensors/VarTypeConverter.hpp"
 #include "runtime/events/EventLoop.hpp"
 #include "runtime/values/Clock.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
+#include "shell/log/Globals.hpp"
 
 #include <array>
 

@@ -1,9 +1,9 @@
 #include "sim/DeliveryCheck.hpp"
 
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "sim/Mesh.hpp"
-#include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
 

@@ -10,7 +10,7 @@
 // earlier, and stays missing.
 #pragma once
 
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "runtime/text/String.hpp"
 #include "sim/HostModel.hpp"
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "document/CXML.hpp"
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "runtime/values/Clock.hpp"
 
 #include <optional>

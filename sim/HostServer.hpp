@@ -4,7 +4,7 @@
 // that. A stream that can't be taken apart any more ends the link.
 #pragma once
 
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "runtime/events/TCPSocket.hpp"
 #include "sim/system/ListeningSocket.hpp"
 

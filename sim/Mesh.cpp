@@ -1,9 +1,9 @@
 #include "sim/Mesh.hpp"
 
+#include "mysensors/VarTypeConverter.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
-#include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 #include "sim/MeshFile.hpp"
 
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "sim/Failure.hpp"
 #include "sim/InputFile.hpp"
-#include "vocabulary/Vocabulary.hpp"
 
 #include <algorithm>
 #include <initializer_list>

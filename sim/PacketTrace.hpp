@@ -1,7 +1,7 @@
 // Packets of the host link as readable lines.
 #pragma once
 
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 
 #include <vector>
 

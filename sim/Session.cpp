@@ -1,7 +1,7 @@
 #include "sim/Session.hpp"
 
-#include "log/Log.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "shell/log/Log.hpp"
 #include "sim/JsonView.hpp"
 #include "sim/system/Terminal.hpp"
 

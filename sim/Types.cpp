@@ -1,11 +1,11 @@
 // The subcommand "types": the driver's own vocabulary, for people.
+#include "mysensors/VarTypeConverter.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "sim/Mesh.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/Text.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
-#include "vocabulary/Vocabulary.hpp"
 
 #include <array>
 

@@ -2,9 +2,9 @@
 //
 // The command line, and nothing else: what it says goes into the settings, of which the subcommands take
 // care.
-#include "log/Log.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "shell/log/Log.hpp"
 #include "sim/Failure.hpp"
 #include "sim/MeshFile.hpp"
 #include "sim/Subcommands.hpp"

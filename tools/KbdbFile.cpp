@@ -1,6 +1,6 @@
 #include "tools/KbdbFile.hpp"
 
-#include "log/Log.hpp"
+#include "shell/log/Log.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
 #include "tools/KbdbOutput.hpp"

@@ -2,9 +2,9 @@
 // both byte orders, entries in any order and junk in between. That is on purpose: documents come from other
 // writers too.
 #include "document/CXML.hpp"
-#include "log/Log.hpp"
 #include "runtime/files/ByteOrder.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "shell/log/Log.hpp"
 
 #include <string>
 #include <string_view>

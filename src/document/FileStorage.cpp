@@ -2,10 +2,10 @@
 // A symbolic link stands for the file that it leads to: that one is made or replaced, and the link stays. A
 // replaced file keeps its owner and permissions.
 #include "document/CXML.hpp"
-#include "log/Log.hpp"
 #include "runtime/files/NewFile.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/values/Exceptions.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

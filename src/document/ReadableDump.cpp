@@ -1,9 +1,9 @@
 // A document as text for a person. Nothing reads it back.
 #include "document/CXML.hpp"
-#include "log/Log.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "shell/log/Log.hpp"
 
 #include <algorithm>
 #include <string>

@@ -1,14 +1,14 @@
 #include "endpoints/cMSEndpoint.hpp"
 
+#include "endpoints/AddressIndex.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
-#include "mysensors/AddressIndex.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "ports/iAbstractPort.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "vocabulary/Vocabulary.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 
@@ -41,8 +41,7 @@ Ref<cMSEndpoint> cMSEndpoint::find(const String& rootAddress) {
 }
 
 cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {
-    // Nothing but endpoints ever enters.
-    return static_cast<cMSEndpoint*>(mySensors::AddressIndex->at(node, child));
+    return mySensors::AddressIndex->at(node, child);
 }
 
 Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {

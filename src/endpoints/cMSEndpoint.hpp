@@ -6,8 +6,8 @@
 // reference of its own, since a host command that runs meanwhile may do just that.
 #pragma once
 
+#include "hostlink/cHearthixCommand.hpp"
 #include "mysensors/cMSCommand.hpp"
-#include "packets/cHearthixCommand.hpp"
 #include "runtime/core/Object.hpp"
 #include "runtime/text/String.hpp"
 #include "runtime/values/Dictionary.hpp"

@@ -1,9 +1,9 @@
 // From a command of the host to the endpoint that its address names.
 #include "gateway/cMySensors.hpp"
-#include "log/Log.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "vocabulary/Vocabulary.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

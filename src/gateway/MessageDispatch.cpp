@@ -1,9 +1,9 @@
 // The switchboard of the gateway side: what becomes of each line.
 #include "gateway/cMySensors.hpp"
-#include "hostlink/UnitRequest.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
-#include "vocabulary/Vocabulary.hpp"
+#include "hostlink/cHearthixDeviceSocket.hpp"
+#include "mysensors/Vocabulary.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

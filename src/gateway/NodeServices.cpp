@@ -1,8 +1,8 @@
 // What the mesh asks of a controller: time, configuration, version. Each is one line, and nothing is kept.
 #include "gateway/cMySensors.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

@@ -4,12 +4,11 @@
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "gateway/NodeIds.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
-#include "mysensors/AddressIndex.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 
@@ -36,7 +35,6 @@ void cMySensors::PortDataAvailable(const String& data) {
         const String line = buffer.part(trimmed(buffer.view().substr(0, lineEnd)));
         buffer.removeFront(lineEnd + 1);
         lineEnd = buffer.view().find(kLineFeed);
-        mySensors::AddressIndex->expect(buffer.view().substr(0, lineEnd));
         HandleMSCommand(line);
         RuntimeBackgroundTask();
     }

@@ -11,8 +11,8 @@
 
 #include "document/CXML.hpp"
 #include "endpoints/cMSEndpoint.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "mysensors/cMSCommand.hpp"
-#include "packets/cHearthixCommand.hpp"
 #include "ports/iAbstractPort.hpp"
 #include "runtime/values/Date.hpp"
 

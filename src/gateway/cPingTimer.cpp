@@ -1,8 +1,8 @@
 #include "gateway/cPingTimer.hpp"
 
 #include "gateway/cMySensors.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

@@ -1,11 +1,11 @@
 #include "hostlink/cHearthixDeviceSocket.hpp"
 
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
 #include "runtime/files/BinaryStream.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/StringFunctions.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 
@@ -94,6 +94,12 @@ void cHearthixDeviceSocket::takeCommonMessage() {
         handler_(command);
     else
         SendLog("mySensors: Received malformed packet from host", 4);
+}
+
+void CommandSupportModule::GetUnitsFromHearthix() {
+    cHearthixCommand request;
+    request.SetMulti("mcmd", "getUnits");
+    HearthixSupport::HearthixSocket->SendCommand(request);
 }
 
 } // namespace hearthix

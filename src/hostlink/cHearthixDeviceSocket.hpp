@@ -11,8 +11,8 @@
 // part, and a length of 0, keep the event turning without end.
 #pragma once
 
+#include "hostlink/cHearthixCommand.hpp"
 #include "hostlink/PacketBoundary.hpp"
-#include "packets/cHearthixCommand.hpp"
 #include "runtime/events/TCPSocket.hpp"
 
 namespace hearthix {
@@ -59,5 +59,10 @@ extern Ref<cHearthixDeviceSocket> HearthixSocket;
 // Makes the host socket, whichever it is at the time of a line, the sink of the log.
 void logToHost();
 } // namespace HearthixSupport
+
+namespace CommandSupportModule {
+// Asks the host for its list of units. The answer comes later, as a "setUnits" multipacket.
+void GetUnitsFromHearthix();
+} // namespace CommandSupportModule
 
 } // namespace hearthix

@@ -1,11 +1,10 @@
 #include "mysensors/cMSCommand.hpp"
 
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
-#include "mysensors/AddressIndex.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "vocabulary/Vocabulary.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 #include <array>
 
@@ -82,6 +81,13 @@ String cMSCommand::describeSubType() const {
     case mySensors::kStream: return "stream packet";
     default: return "unknown";
     }
+}
+
+String mySensors::rootAddressOf(Integer node, Integer child) {
+    const auto first = Globals::hexDigits(static_cast<std::uint8_t>(node));
+    const auto second = Globals::hexDigits(static_cast<std::uint8_t>(child));
+    const char address[] = {first[0], first[1], second[0], second[1]};
+    return String(std::string_view(address, sizeof address), TextEncoding::utf8);
 }
 
 } // namespace hearthix

@@ -35,4 +35,9 @@ private:
     String describeSubType() const;
 };
 
+namespace mySensors {
+// The root address of a child, from the low byte of each number: node 10, child 3 is 0A03.
+String rootAddressOf(Integer node, Integer child);
+} // namespace mySensors
+
 } // namespace hearthix

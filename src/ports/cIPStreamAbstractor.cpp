@@ -1,12 +1,12 @@
 #include "ports/cIPStreamAbstractor.hpp"
 
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

@@ -1,8 +1,8 @@
 #include "ports/cSerialPortAbstractor.hpp"
 
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
 #include "runtime/process/Console.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

@@ -1,7 +1,7 @@
 #include "tests/document/DocumentTest.hpp"
 
-#include "log/Log.hpp"
 #include "runtime/values/Exceptions.hpp"
+#include "shell/log/Log.hpp"
 
 #include <cerrno>
 #include <cstdlib>

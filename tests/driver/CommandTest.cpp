@@ -1,9 +1,8 @@
-#include "log/Globals.hpp"
-#include "packets/cHearthixCommand.hpp"
-#include "packets/PacketHooks.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
+#include "shell/log/Globals.hpp"
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Pages.hpp"
 

@@ -1,14 +1,14 @@
 // The driver's parts without its process: a host socket whose other end the test holds.
 #pragma once
 
+#include "endpoints/AddressIndex.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "log/Globals.hpp"
-#include "mysensors/AddressIndex.hpp"
+#include "mysensors/VarTypeConverter.hpp"
+#include "shell/log/Globals.hpp"
 #include "tests/runtime/Links.hpp"
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Packets.hpp"
 #include "tests/support/Pages.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
 
 #include <string>
 

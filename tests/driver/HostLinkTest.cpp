@@ -1,9 +1,9 @@
 // The page that describes the host link, held against the code, and the words of the link.
-#include "app/CommandDispatch.hpp"
-#include "app/HearthixConnection.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
+#include "shell/CommandDispatch.hpp"
+#include "shell/HearthixConnection.hpp"
 #include "sim/system/ListeningSocket.hpp"
 #include "tests/driver/Driver.hpp"
 

@@ -1,11 +1,11 @@
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cMySensors.hpp"
 #include "gateway/cPingTimer.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
 #include "tests/driver/Driver.hpp"
-#include "vocabulary/Vocabulary.hpp"
 
 #include <optional>
 

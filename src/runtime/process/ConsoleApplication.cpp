@@ -2,15 +2,17 @@
 
 #include "runtime/events/EventLoop.hpp"
 #include "runtime/process/Console.hpp"
-#include "runtime/process/Heap.hpp"
 #include "runtime/values/StackTrace.hpp"
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
+#include <cstdlib> // defines __GLIBC__
 #include <exception>
 #include <new>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <unistd.h>
 
 namespace hearthix {
@@ -23,6 +25,18 @@ ConsoleApplication* theApplication = nullptr;
 [[noreturn]] void endAtOnce() {
     PrintError("ended by an exception that could not be handled, such as one without memory for itself");
     _exit(EXIT_FAILURE);
+}
+
+// Returns the memory of large buffers to the system as soon as they are released. By default the GNU heap
+// adapts to the largest buffer that was ever released and keeps that much for good: after a peer has stopped
+// reading for a minute, a process of 4 MiB would stay at 40 MiB for years.
+void keepHeapSmall() {
+#ifdef __GLIBC__
+    // Setting either one also ends the adaptation. The buffers of everyday traffic are smaller.
+    constexpr int kMebibyte = 1024 * 1024;
+    mallopt(M_MMAP_THRESHOLD, kMebibyte);
+    mallopt(M_TRIM_THRESHOLD, kMebibyte);
+#endif
 }
 
 void prepareProcess() {

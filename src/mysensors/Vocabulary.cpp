@@ -1,8 +1,8 @@
-#include "vocabulary/Vocabulary.hpp"
+#include "mysensors/Vocabulary.hpp"
 
-#include "log/Log.hpp"
+#include "mysensors/VarTypeConverter.hpp"
 #include "runtime/text/Numbers.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
+#include "shell/log/Log.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"

@@ -1,12 +1,10 @@
-#include "app/App.hpp"
+#include "shell/App.hpp"
 
-#include "app/HearthixConnection.hpp"
+#include "endpoints/AddressIndex.hpp"
 #include "gateway/cMySensors.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
-#include "mysensors/AddressIndex.hpp"
+#include "mysensors/VarTypeConverter.hpp"
 #include "ports/cIPStreamAbstractor.hpp"
 #include "ports/cSerialPortAbstractor.hpp"
 #include "runtime/process/Console.hpp"
@@ -14,7 +12,9 @@
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
 #include "runtime/values/Random.hpp"
-#include "vocabulary/VarTypeConverter.hpp"
+#include "shell/HearthixConnection.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

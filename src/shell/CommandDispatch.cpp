@@ -1,10 +1,10 @@
-#include "app/CommandDispatch.hpp"
+#include "shell/CommandDispatch.hpp"
 
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
-#include "log/Globals.hpp"
-#include "log/Log.hpp"
 #include "ports/iAbstractPort.hpp"
+#include "shell/log/Globals.hpp"
+#include "shell/log/Log.hpp"
 
 namespace hearthix {
 

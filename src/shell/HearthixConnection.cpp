@@ -1,10 +1,10 @@
-#include "app/HearthixConnection.hpp"
+#include "shell/HearthixConnection.hpp"
 
-#include "app/CommandDispatch.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
+#include "shell/CommandDispatch.hpp"
 
 namespace hearthix {
 

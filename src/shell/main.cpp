@@ -1,4 +1,4 @@
-#include "app/App.hpp"
+#include "shell/App.hpp"
 
 #include <string_view>
 

@@ -1,7 +1,7 @@
 // A record as readable text. The tables cover the powerline and wireless commands of the common message in
 // general, far more than this driver acts on.
-#include "packets/cHearthixCommand.hpp"
-#include "packets/objCommandSupport.hpp"
+#include "hostlink/cHearthixCommand.hpp"
+#include "hostlink/objCommandSupport.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 

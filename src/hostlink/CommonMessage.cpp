@@ -1,7 +1,6 @@
 // Reading and writing of the common message, the fixed packet of the host link. The reader and the writer
 // differ on purpose: each serves a different generation of hosts (docs/host-link.md lists the differences).
-#include "packets/cHearthixCommand.hpp"
-#include "packets/PacketHooks.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "runtime/files/MemoryBlock.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
@@ -50,6 +49,14 @@ void useDefault(String& field, const String& value) {
 }
 
 } // namespace
+
+Integer HearthixSupport::gSignalStrength = 0;
+
+void HearthixSupport::ErrorPacketReceived(const cHearthixCommand&) {
+}
+
+void HearthixSupport::LogCommandReceived(const cHearthixCommand&) {
+}
 
 // The code of a sensor with a low battery is that of a full one plus 1. Codes are compared as all commands
 // are, so "q" and "u" count as 81 and 85.

@@ -1,7 +1,7 @@
 // What becomes of each packet from the host.
 #pragma once
 
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 
 namespace hearthix::CommandSupportModule {
 

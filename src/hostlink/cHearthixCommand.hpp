@@ -138,6 +138,17 @@ private:
     String commandForm() const;
 };
 
+namespace HearthixSupport {
+
+// The latest signal strength that the host has sent. Kept for callers that know it; nothing here uses it.
+extern Integer gSignalStrength;
+
+// Called for each error packet and each log packet from the host. They do nothing.
+void ErrorPacketReceived(const cHearthixCommand& command);
+void LogCommandReceived(const cHearthixCommand& command);
+
+} // namespace HearthixSupport
+
 // Values of multipackets.
 namespace MP {
 // "true" and "False": the host knows the two words in just this case.

@@ -1,5 +1,5 @@
 // Reading and writing of the multipacket, the key and value packet of the host link.
-#include "packets/cHearthixCommand.hpp"
+#include "hostlink/cHearthixCommand.hpp"
 #include "runtime/files/BinaryStream.hpp"
 #include "runtime/files/ByteOrder.hpp"
 #include "runtime/text/StringFunctions.hpp"

@@ -1,4 +1,4 @@
-#include "log/Globals.hpp"
+#include "shell/log/Globals.hpp"
 
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"

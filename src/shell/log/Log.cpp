@@ -1,4 +1,4 @@
-#include "log/Log.hpp"
+#include "shell/log/Log.hpp"
 
 #include "runtime/core/Object.hpp"
 #include "runtime/process/Console.hpp"

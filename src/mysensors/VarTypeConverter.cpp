@@ -1,4 +1,4 @@
-#include "vocabulary/VarTypeConverter.hpp"
+#include "mysensors/VarTypeConverter.hpp"
 
 #include <array>
 
