@@ -12,9 +12,6 @@ target_link_options(hearthix_options INTERFACE -Wl,--dynamic-list=${CMAKE_CURREN
 # -O3 makes the driver a tenth larger, for lines that cost 4 % less.
 string(REPLACE "-O3" "-O2" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
 
-# Small objects are written word by word and copied soon after. One wide load of such words has to wait until they
-# have left the processor's store buffer, which costs more than any copy.
-target_compile_options(hearthix_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
 # g++ 12 takes "text" + string for a copy onto itself. In precompiled headers its library no longer counts as the
 # system's, and more such guesses come to light.
 target_compile_options(hearthix_options INTERFACE

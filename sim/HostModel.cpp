@@ -68,7 +68,7 @@ std::optional<double> numberIn(std::string_view text) {
 }
 
 Ref<HostUnit> HostModel::find(const String& address) const {
-    const Variant* entry = index_.find(address.view());
+    const Variant* entry = index_.find(address);
     return entry != nullptr ? Ref<HostUnit>(entry->objectAs<HostUnit>()) : nullptr;
 }
 

@@ -13,7 +13,7 @@ CXML::CXML() : Values(Ref<Dictionary>::make()) {
 // is a list through the places 0, which hold no container: a destructor must do without memory.
 CXML::~CXML() {
     Ref<CXML> waiting;
-    const auto collect = [&waiting](OneBasedArray<Ref<CXML>>& children) {
+    const auto collect = [&waiting](Array<Ref<CXML>>& children) {
         for (std::int64_t i = 0; i <= children.Ubound(); ++i) {
             Ref<CXML> orphan = std::exchange(children[i], nullptr);
             while (orphan && orphan->referenceCount() == 1) {

@@ -28,13 +28,13 @@ String reasonOf(const std::error_code& error) {
 bool CXML::SaveToFile(const Ref<FolderItem>& target) const {
     const auto place = target->withoutLink();
     NewFile file(place);
-    std::error_code error;
-    if (const auto stream = file.stream(error)) {
-        SaveToBinaryData(stream);
-        stream->Close();
-        error = stream->error();
+    std::error_code error = file.error();
+    if (file.stream()) {
+        SaveToBinaryData(file.stream());
+        file.stream()->Close();
+        error = file.stream()->error();
     }
-    if (!error)
+    if (!error && !file.replaces())
         error = file.appear();
     if (error)
         giveUpSaving(place, error);

@@ -28,7 +28,7 @@ Integer numberField(const String& text, const String& separator, Integer index) 
 
 // The stored string under a key, or null.
 const String* CXML::stored(const String& key) const {
-    const Variant* value = Values->find(keyForReading(key).view());
+    const Variant* value = Values->find(keyForReading(key));
     return value != nullptr ? &value->asString() : nullptr;
 }
 

@@ -37,7 +37,7 @@ void setValue(cHearthixCommand& message, const cMSCommand& command) {
 } // namespace
 
 Ref<cMSEndpoint> cMSEndpoint::find(const String& rootAddress) {
-    return held(mySensors::AddressIndex->find(rootAddress.view()));
+    return held(mySensors::AddressIndex->find(rootAddress));
 }
 
 cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {

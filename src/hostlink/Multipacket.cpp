@@ -67,7 +67,7 @@ void cHearthixCommand::AddMulti(const String& key, const String& value) {
 }
 
 String cHearthixCommand::GetMulti(const String& key) const {
-    const Variant* value = MultiDict->find(wireKey(key).view());
+    const Variant* value = MultiDict->find(wireKey(key));
     return value != nullptr ? value->asString() : String();
 }
 

@@ -137,7 +137,7 @@ String mySensors::varTypeToSuffix(Integer variableType) {
 }
 
 Integer mySensors::SuffixToVarType(const String& suffix) {
-    const Variant* number = varTypeConverter->find(suffix.view());
+    const Variant* number = varTypeConverter->find(suffix);
     return number != nullptr ? number->asInteger() : -1;
 }
 

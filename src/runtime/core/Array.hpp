@@ -1,4 +1,4 @@
-// Arrays that grow at the end and check every index: reading past the last index raises OutOfBoundsException.
+// An array that checks every index: an index out of range raises OutOfBoundsException.
 #pragma once
 
 #include <algorithm>
@@ -29,10 +29,9 @@ public:
     void Resize(std::int64_t lastIndex) {
         items_.resize(static_cast<std::size_t>(std::max<std::int64_t>(lastIndex, -1) + 1));
     }
-    void Reserve(std::size_t count) { items_.reserve(count); }
     // Ascending.
     void Sort() { std::sort(items_.begin(), items_.end()); }
-    // Index of the first equal item; -1 when there is none.
+    // The index of the first equal item; -1 if there is none.
     std::int64_t IndexOf(const T& item) const {
         const auto found = std::find(items_.begin(), items_.end(), item);
         return found == items_.end() ? -1 : found - items_.begin();

@@ -1,16 +1,15 @@
-// Counted objects and the references to them.
+// Objects with a reference count, and the references to them.
 //
-// An Object lives as long as a Ref to it exists. Everything runs on one thread, so the count is a plain
-// integer. A new object starts with a count of one, owned by the Ref that Ref::make returns; that lets a
-// constructor run events which take and drop further references to the half-built object.
+// An Object exists as long as a Ref to it exists. There is only one thread, so the count is a plain integer.
+// The count of a new object starts at one, for the Ref that Ref::make returns: events that run inside the
+// constructor may therefore create and destroy other references to the object.
 //
-// Dereferencing an empty Ref raises NilObjectException; it never is undefined behaviour.
+// Dereferencing an empty Ref raises NilObjectException.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <typeinfo>
 #include <utility>
 
 namespace hearthix {
@@ -29,23 +28,12 @@ public:
         if (--references_ == 0)
             delete this;
     }
-    // Number of references. One means that the caller's reference is the only one.
+    // One means that the caller's reference is the only one.
     std::uint32_t referenceCount() const noexcept { return references_; }
 
 private:
     mutable std::uint32_t references_ = 1;
 };
-
-// The object as one of this class, or null when it is none.
-template <class T>
-T* objectCast(Object* object) noexcept {
-    // Nearly always the very class that is asked for, which a plain comparison tells.
-    // cppcheck-suppress constStatement ; a requirement, and no statement
-    if constexpr (requires { static_cast<T*>(object); })
-        if (object != nullptr && typeid(*object) == typeid(T))
-            return static_cast<T*>(object);
-    return dynamic_cast<T*>(object);
-}
 
 template <class T>
 class Ref {
@@ -74,7 +62,7 @@ public:
     static Ref make(Args&&... args) {
         return adopt(new T(std::forward<Args>(args)...));
     }
-    // Takes over the one reference that a new object starts with.
+    // Takes over the first reference of a new object.
     static Ref adopt(T* fresh) noexcept {
         Ref result;
         result.object_ = fresh;

@@ -1,4 +1,4 @@
-// The system's latest error, as errno has it.
+// The error of the latest failed system call, from errno.
 #pragma once
 
 #include <cerrno>

@@ -4,6 +4,7 @@
 #include "runtime/files/FolderItem.hpp"
 #include "runtime/files/MemoryBlock.hpp"
 #include "runtime/files/OpenFile.hpp"
+#include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
 
@@ -21,25 +22,19 @@ BinaryStream::BinaryStream(std::unique_ptr<OpenFile> file) : file_(std::move(fil
 BinaryStream::~BinaryStream() = default;
 
 Ref<BinaryStream> BinaryStream::Create(const Ref<FolderItem>& file, bool overwrite) {
-    std::error_code ignored;
-    auto made = OpenFile::create(file->ShellPath(), overwrite, ignored);
-    return made ? Ref<BinaryStream>::make(std::move(made)) : nullptr;
+    auto created = OpenFile::create(file->ShellPath(), overwrite);
+    return created ? Ref<BinaryStream>::make(std::move(created)) : nullptr;
 }
 
 Ref<BinaryStream> BinaryStream::Open(const Ref<FolderItem>& file, bool writable) {
-    std::error_code ignored;
-    return Open(file, writable, ignored);
-}
-
-Ref<BinaryStream> BinaryStream::Open(const Ref<FolderItem>& file, bool writable, std::error_code& error) {
-    auto opened = OpenFile::open(file->ShellPath(), writable, error);
+    auto opened = OpenFile::open(file->ShellPath(), writable);
     return opened ? Ref<BinaryStream>::make(std::move(opened)) : nullptr;
 }
 
-Integer BinaryStream::lengthElsewhere() const {
-    if (block_)
-        return block_->Size();
-    return file_ ? static_cast<Integer>(file_->size()) : 0;
+Integer BinaryStream::Length() const {
+    if (file_)
+        return static_cast<Integer>(file_->size());
+    return block_ ? block_->Size() : LenB(text_);
 }
 
 void BinaryStream::setPosition(Integer position) {
@@ -63,11 +58,6 @@ String BinaryStream::Read(Integer count, TextEncoding encoding) {
 }
 
 std::uint64_t BinaryStream::readNumber(std::size_t width) {
-    // From text, which long documents are read from, without a way round.
-    if (position_ + width <= text_.size()) {
-        position_ += width;
-        return decodeNumber(text_.view().substr(position_ - width, width), LittleEndian);
-    }
     const String bytes = Read(static_cast<Integer>(width));
     return bytes.size() == width ? decodeNumber(bytes, LittleEndian) : 0;
 }
@@ -82,7 +72,7 @@ void BinaryStream::Write(std::string_view bytes) {
     position_ += bytes.size();
 }
 
-void BinaryStream::writeNumber(std::uint64_t value, unsigned width) {
+void BinaryStream::writeNumber(std::uint64_t value, std::size_t width) {
     char bytes[8];
     encodeNumber(bytes, width, value, LittleEndian);
     Write(std::string_view(bytes, width));

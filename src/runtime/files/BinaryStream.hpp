@@ -1,8 +1,8 @@
 // A stream of bytes over a string (read only), a memory block (which grows when written) or a file.
 //
-// Numbers are unsigned and in the stream's byte order, big-endian unless set. A read past the end yields what
-// is there, or 0, and raises nothing; no count makes it allocate more than the bytes at hand. Strings read
-// from a string or block share its memory.
+// Numbers are unsigned and in the stream's byte order, which is big-endian unless it is changed. A read past
+// the end yields the bytes that are there, or 0, without an exception. A read never allocates more memory
+// than the bytes need. Long strings that are read from a string share its memory.
 #pragma once
 
 #include "runtime/core/Object.hpp"
@@ -24,16 +24,16 @@ public:
     bool LittleEndian = false;
 
     explicit BinaryStream(const String& source);
-    // The stream keeps the block alive; its byte order starts as the block's.
+    // The stream owns a reference to the block and starts with its byte order.
     explicit BinaryStream(const Ref<MemoryBlock>& block);
     explicit BinaryStream(std::unique_ptr<OpenFile> file);
     ~BinaryStream() override;
 
-    // A new file to write, or nil when it cannot be made. An existing file is emptied only with overwrite.
+    // A new file for writing; nil if it could not be created. An existing file is truncated with overwrite,
+    // and an error without.
     static Ref<BinaryStream> Create(const Ref<FolderItem>& file, bool overwrite);
-    // An existing file, or nil when it cannot be opened; error then tells why.
+    // An existing regular file; nil if it could not be opened.
     static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable);
-    static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable, std::error_code& error);
 
     String Read(Integer count, TextEncoding encoding = TextEncoding::none);
     std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber(1)); }
@@ -46,21 +46,20 @@ public:
 
     Integer Position() const noexcept { return static_cast<Integer>(position_); }
     void setPosition(Integer position);
-    Integer Length() const { return text_.empty() ? lengthElsewhere() : static_cast<Integer>(text_.size()); }
-    // The stream's EOF; the C library has taken that name for a macro.
+    Integer Length() const;
+    // The stream's EOF. The C library has a macro of that name.
     bool isEOF() const { return Position() >= Length(); }
-    // Waits until the disk has what was written to a file, and closes. A closed stream reads nothing and
-    // drops what is written.
+    // Waits until all that was written to a file is on the disk, and closes. A closed stream has no bytes to
+    // read and ignores writes.
     void Close();
-    // After Close: why what was written to the file is not safely on the disk, if so.
+    // After Close: the first failure since the file was opened, if any.
     const std::error_code& error() const noexcept { return error_; }
 
 private:
-    Integer lengthElsewhere() const;
     std::uint64_t readNumber(std::size_t width);
-    void writeNumber(std::uint64_t value, unsigned width);
+    void writeNumber(std::uint64_t value, std::size_t width);
 
-    // At most one of the three is in use; none once the stream is closed.
+    // At most one of the three is in use, and none after Close.
     String text_;
     Ref<MemoryBlock> block_;
     std::unique_ptr<OpenFile> file_;

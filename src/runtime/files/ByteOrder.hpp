@@ -1,15 +1,13 @@
 // Unsigned numbers as bytes, in either order.
 #pragma once
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 namespace hearthix {
 
-// The number in up to eight bytes.
+// The number in at most eight bytes.
 inline std::uint64_t decodeNumber(std::string_view bytes, bool littleEndian) {
     std::uint64_t value = 0;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -19,13 +17,8 @@ inline std::uint64_t decodeNumber(std::string_view bytes, bool littleEndian) {
     return value;
 }
 
-// Writes the low bytes of a number, width of them.
+// Writes the lowest `width` bytes of a number.
 inline void encodeNumber(char* target, std::size_t width, std::uint64_t value, bool littleEndian) {
-    // One store where they stand in memory as they are wanted.
-    if (littleEndian && std::endian::native == std::endian::little) {
-        std::memcpy(target, &value, width);
-        return;
-    }
     for (std::size_t i = 0; i < width; ++i) {
         target[littleEndian ? i : width - 1 - i] = static_cast<char>(static_cast<unsigned char>(value));
         value >>= 8U;

@@ -20,7 +20,7 @@ std::string pathOf(const FolderItem& item) {
     return std::string(item.ShellPath().view());
 }
 
-// Why anything but a regular file takes no part in an exchange.
+// The reason why a file cannot be exchanged: only regular files can.
 std::error_code refusalOf(const FolderItem& item) {
     struct stat status {};
     if (lstat(pathOf(item).c_str(), &status) != 0)
@@ -71,12 +71,13 @@ String FolderItem::GetSaveInfo(const Ref<FolderItem>&, Integer) const {
 
 Ref<FolderItem> FolderItem::withoutLink() const {
     namespace fs = std::filesystem;
-    constexpr int kMostLinks = 40; // as many as the system follows
+    constexpr int kMostLinks = 40; // the system's own limit
     std::error_code error;
     fs::path path(path_.view());
     if (!fs::is_symlink(path, error))
         return Ref<FolderItem>::make(path_);
-    // The folder is resolved with each step, so that ".." in a link leads up from where the link really is.
+    // Each step resolves the folder, so that ".." in a link refers to the folder that really contains the
+    // link.
     for (int links = 0; links < kMostLinks && fs::is_symlink(path, error); ++links)
         path = fs::weakly_canonical(path.parent_path(), error) / fs::read_symlink(path, error);
     path = fs::weakly_canonical(path.parent_path(), error) / path.filename();
@@ -88,7 +89,7 @@ void FolderItem::syncFolder() const {
     const int descriptor = folder ? open(pathOf(*folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
     if (descriptor < 0)
         return;
-    // A file system that can't do this has rules of its own.
+    // Some file systems do not support this. There is nothing else to do then.
     fsync(descriptor);
     close(descriptor);
 }
@@ -98,7 +99,6 @@ Ref<FolderItem> GetFolderItem(const String& reference, Integer) {
 }
 
 Integer ExchangeFiles(const Ref<FolderItem>& first, const Ref<FolderItem>& second) {
-#ifdef RENAME_EXCHANGE
     for (const auto& each : {first, second})
         if (const std::error_code refusal = refusalOf(*each))
             return refusal.value();
@@ -106,12 +106,6 @@ Integer ExchangeFiles(const Ref<FolderItem>& first, const Ref<FolderItem>& secon
         return errno;
     second->syncFolder();
     return 0;
-#else
-    // Without an atomic exchange there is no safe way to keep both files.
-    (void)first;
-    (void)second;
-    return ENOSYS;
-#endif
 }
 
 } // namespace hearthix

@@ -1,4 +1,4 @@
-// A file reference: the place of a file or folder, which need not exist.
+// A file reference: the path of a file or folder, which need not exist.
 #pragma once
 
 #include "runtime/core/Object.hpp"
@@ -8,29 +8,28 @@ namespace hearthix {
 
 class FolderItem : public Object {
 public:
-    // A relative path counts from the process's folder of the moment.
+    // A relative path starts at the current folder of the process.
     explicit FolderItem(const String& path);
 
-    // Whether something is there, at the end of any symbolic links, or may be: that the system can't tell is
-    // no absence.
+    // Follows symbolic links. Also true if the system cannot find out.
     bool Exists() const;
     // The last component of the path.
     String Name() const;
-    // The folder it is in; nil for the root.
+    // The folder that contains it; nil for the root.
     Ref<FolderItem> Parent() const;
-    // A file of that name in this folder.
+    // The file with a given name in this folder.
     Ref<FolderItem> Child(const String& name) const;
     // The absolute path.
     String ShellPath() const { return path_; }
-    // Removes the file. What cannot be removed stays, without an error.
+    // Removes the file. A failure is ignored.
     void Delete() const;
-    // A form that GetFolderItem turns back into the same place: the absolute path. Both arguments are for
-    // platforms with other forms and are not looked at.
+    // A text from which GetFolderItem creates the same reference: the absolute path. Both arguments are
+    // ignored.
     String GetSaveInfo(const Ref<FolderItem>& relativeTo, Integer mode) const;
 
-    // The place that a symbolic link stands for, which need not exist; the same place for anything else.
+    // The target of a symbolic link, which need not exist; the same path if it is not a link.
     Ref<FolderItem> withoutLink() const;
-    // Asks the system to put the names in the file's folder on the disk.
+    // Writes the folder that contains the file to the disk.
     void syncFolder() const;
 
 private:
@@ -39,8 +38,8 @@ private:
 
 Ref<FolderItem> GetFolderItem(const String& reference, Integer pathMode);
 
-// Makes two existing regular files change places, atomically. 0 on success; otherwise the system's error
-// number, and both files are as they were. The change is on the disk when the call returns.
+// Exchanges two existing regular files atomically. Returns 0 when the change is on the disk, otherwise the
+// system's error number; both files are unchanged then.
 Integer ExchangeFiles(const Ref<FolderItem>& first, const Ref<FolderItem>& second);
 
 } // namespace hearthix

@@ -1,76 +1,50 @@
 #include "runtime/files/MemoryBlock.hpp"
 
 #include "runtime/files/ByteOrder.hpp"
-#include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <new>
-#include <string>
 
 namespace hearthix {
 
 MemoryBlock::MemoryBlock(Integer size) {
-    // What no machine can hold is refused before it is tried.
+    // More than any machine has. The system might otherwise promise more memory than it has.
     constexpr Integer kLargest = std::min<Integer>(Integer{1} << 40U, PTRDIFF_MAX / 2);
     if (size < 0 || size > kLargest)
         raiseNilObject();
     try {
-        bytes_ = String(std::string(static_cast<std::size_t>(size), '\0'));
+        bytes_.resize(static_cast<std::size_t>(size));
     } catch (const std::bad_alloc&) {
         raiseNilObject();
     }
 }
 
-std::uint64_t MemoryBlock::number(Integer offset, unsigned width) const {
+// The offset of a number, if the number is inside of the block.
+std::size_t MemoryBlock::checked(Integer offset, std::size_t width) const {
     if (offset < 0 || offset > Size() - static_cast<Integer>(width))
         raiseOutOfBounds();
-    return decodeNumber(bytes_.view().substr(static_cast<std::size_t>(offset), width), LittleEndian);
+    return static_cast<std::size_t>(offset);
 }
 
-void MemoryBlock::setNumber(Integer offset, unsigned width, std::uint64_t value) {
-    if (offset < 0 || offset > Size() - static_cast<Integer>(width))
-        raiseOutOfBounds();
-    char bytes[8];
-    encodeNumber(bytes, width, value, LittleEndian);
-    overwrite(static_cast<std::size_t>(offset), std::string_view(bytes, width));
+std::uint64_t MemoryBlock::number(Integer offset, std::size_t width) const {
+    return decodeNumber(std::string_view(bytes_).substr(checked(offset, width), width), LittleEndian);
 }
 
-std::uint8_t MemoryBlock::Byte(Integer offset) const {
-    return static_cast<std::uint8_t>(number(offset, 1));
-}
-
-void MemoryBlock::setByte(Integer offset, std::uint8_t value) {
-    setNumber(offset, 1, value);
-}
-
-std::uint16_t MemoryBlock::UInt16Value(Integer offset) const {
-    return static_cast<std::uint16_t>(number(offset, 2));
-}
-
-void MemoryBlock::setUInt16Value(Integer offset, std::uint16_t value) {
-    setNumber(offset, 2, value);
-}
-
-double MemoryBlock::DoubleValue(Integer offset) const {
-    return std::bit_cast<double>(number(offset, 8));
-}
-
-void MemoryBlock::setDoubleValue(Integer offset, double value) {
-    setNumber(offset, 8, std::bit_cast<std::uint64_t>(value));
+void MemoryBlock::setNumber(Integer offset, std::size_t width, std::uint64_t value) {
+    encodeNumber(bytes_.data() + checked(offset, width), width, value, LittleEndian);
 }
 
 String MemoryBlock::StringValue(Integer offset, Integer length, TextEncoding encoding) const {
-    return DefineEncoding(offset < 0 ? String() : MidB(bytes_, offset + 1, length), encoding);
+    if (offset < 0 || offset > Size() || length < 0)
+        return String(std::string_view(), encoding);
+    const std::string_view rest = std::string_view(bytes_).substr(static_cast<std::size_t>(offset));
+    return String(rest.substr(0, static_cast<std::size_t>(length)), encoding);
 }
 
 void MemoryBlock::overwrite(std::size_t offset, std::string_view bytes) {
-    if (offset > bytes_.size())
-        bytes_.append(std::string(offset - bytes_.size(), '\0'));
-    const std::size_t replaced = std::min(bytes.size(), bytes_.size() - offset);
-    bytes_.replaceBytes(offset, bytes.substr(0, replaced));
-    bytes_.append(bytes.substr(replaced));
+    bytes_.resize(std::max(bytes_.size(), offset + bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
 } // namespace hearthix

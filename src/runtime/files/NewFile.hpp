@@ -1,10 +1,9 @@
-// A file in the making, which takes its place in a folder when its content is complete and on the disk.
+// A file that appears under its name only when its content is complete and on the disk.
 //
-// Until then it has no name, and whatever ends the process or the work leaves nothing behind. File systems
-// that know no nameless files get it under a spare name beside the place (digits, "_", the place's name),
-// where a killed process leaves it. A file that is to replace another one has its owner, group and
-// permissions, as far as the system lets us; a group that can't be kept gets no more than everybody has, and
-// nobody else sees the content before. Access lists are not taken over.
+// Until then it has a spare name in the same folder: digits, "_" and the name. The destructor removes it, but
+// a killed process leaves it behind. A file that replaces another one gets its owner, group and permissions,
+// as far as the system allows. A group that cannot be set gets no more permissions than everybody. Until then
+// only the process's user can read the new file. Access control lists are not copied.
 #pragma once
 
 #include "runtime/files/BinaryStream.hpp"
@@ -16,32 +15,33 @@ namespace hearthix {
 
 class NewFile {
 public:
-    // Raises NilObjectException for a place without a folder.
-    explicit NewFile(const Ref<FolderItem>& place);
+    // Raises NilObjectException for a path without a folder.
+    explicit NewFile(const Ref<FolderItem>& target);
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile();
 
-    // Whether something is in the place, so that the new file replaces it.
+    // Whether the target exists, so that the new file replaces it.
     bool replaces() const noexcept { return replaces_; }
-    // To write the content; nil when the file can't be made, and error tells why.
-    Ref<BinaryStream> stream(std::error_code& error);
-    // Once the stream is closed: gives the file its name, or beside a file to replace a spare one.
+    // Receives the content. Nil if the file could not be created; error() is the reason.
+    const Ref<BinaryStream>& stream() const noexcept { return stream_; }
+    const std::error_code& error() const noexcept { return error_; }
+    // After the stream is closed, if the target did not exist: gives the file its name.
     std::error_code appear();
-    // Then: makes it change places with the file to replace, which goes. When that fails both stay.
+    // After the stream is closed, if the target existed: exchanges the two files and deletes the old one. If
+    // that fails, both files stay.
     std::error_code replace();
-    // Where a new file lies that could not replace the old one.
+    // The new file under its spare name, after a replacement has failed.
     const Ref<FolderItem>& leftAt() const noexcept { return leftAt_; }
 
 private:
-    template <class Take>
-    std::error_code takeSpareName(const Take& take);
+    int create(unsigned mode);
 
-    Ref<FolderItem> place_;
-    Ref<FolderItem> spare_; // its spare name, if it has one
+    Ref<FolderItem> target_;
+    Ref<FolderItem> spare_; // nil if there is no file to remove
     Ref<FolderItem> leftAt_;
+    Ref<BinaryStream> stream_;
     bool replaces_ = false;
-    int descriptor_ = -1;
     std::error_code error_;
 };
 

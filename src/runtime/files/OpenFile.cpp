@@ -12,31 +12,26 @@
 
 namespace hearthix {
 
-std::unique_ptr<OpenFile> OpenFile::create(const String& path, bool overwrite, std::error_code& error) {
+std::unique_ptr<OpenFile> OpenFile::create(const String& path, bool overwrite) {
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY | (overwrite ? O_TRUNC : O_EXCL);
     const int descriptor = ::open(std::string(path.view()).c_str(), flags, 0666);
-    error = descriptor < 0 ? systemError() : std::error_code();
-    return descriptor < 0 ? nullptr : std::make_unique<OpenFile>(descriptor);
+    return descriptor >= 0 ? std::make_unique<OpenFile>(descriptor) : nullptr;
 }
 
-std::unique_ptr<OpenFile> OpenFile::open(const String& path, bool writable, std::error_code& error) {
-    // Without waiting: a pipe would keep us until somebody writes to it, a serial line until its carrier
-    // comes.
+std::unique_ptr<OpenFile> OpenFile::open(const String& path, bool writable) {
+    // Without O_NONBLOCK, opening a pipe or a serial line may block for ever.
     const int flags = (writable ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     const int descriptor = ::open(std::string(path.view()).c_str(), flags);
+    if (descriptor < 0)
+        return nullptr;
+    auto file = std::make_unique<OpenFile>(descriptor);
     struct stat status {};
-    error.clear();
-    if (descriptor < 0 || fstat(descriptor, &status) != 0)
-        error = systemError();
-    else if (!S_ISREG(status.st_mode))
-        error = make_error_code(std::errc::invalid_argument);
-    else if (!std::in_range<std::ptrdiff_t>(status.st_size)) // as on a machine of 32 bits
-        error = make_error_code(std::errc::file_too_large);
-    if (!error)
-        return std::make_unique<OpenFile>(descriptor, static_cast<std::size_t>(status.st_size));
-    if (descriptor >= 0)
-        ::close(descriptor);
-    return nullptr;
+    // A file may be too large for a machine of 32 bits.
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
+        !std::in_range<std::ptrdiff_t>(status.st_size))
+        return nullptr;
+    file->size_ = static_cast<std::size_t>(status.st_size);
+    return file;
 }
 
 OpenFile::~OpenFile() {
@@ -64,7 +59,7 @@ String OpenFile::read(std::size_t offset, std::size_t count) {
         }
         std::fill(target + done, target + count, '\0');
     });
-    // The file may have shrunk since it was opened.
+    // The file may have become shorter since it was opened.
     if (done < count)
         size_ = offset + done;
     return bytes.cut(0, done);

@@ -1,4 +1,4 @@
-// An open file. The only place that reads and writes files.
+// An open file. All reading and writing of files is done here.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -11,29 +11,28 @@ namespace hearthix {
 
 class OpenFile {
 public:
-    // Both yield null when the system refuses, and its reason. What open opens is a regular file, and it
-    // waits for none.
-    static std::unique_ptr<OpenFile> create(const String& path, bool overwrite, std::error_code& error);
-    static std::unique_ptr<OpenFile> open(const String& path, bool writable, std::error_code& error);
-    // Takes over a descriptor of a regular file that holds so many bytes.
-    explicit OpenFile(int descriptor, std::size_t size = 0) : descriptor_(descriptor), size_(size) {}
+    // Both return null if the system refuses. open accepts regular files only and never blocks.
+    static std::unique_ptr<OpenFile> create(const String& path, bool overwrite);
+    static std::unique_ptr<OpenFile> open(const String& path, bool writable);
+    // Owns the descriptor of an empty regular file.
+    explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
     ~OpenFile();
 
     std::size_t size() const noexcept { return size_; }
-    // What is there at an offset, at most count bytes.
+    // At most count bytes from an offset on.
     String read(std::size_t offset, std::size_t count);
     void write(std::size_t offset, std::string_view bytes);
-    // Waits until the disk has what was written, and closes. Tells the first failure since the file was
-    // opened.
+    // Waits until all that was written is on the disk, and closes. Returns the first failure since the file
+    // was opened.
     std::error_code close();
 
 private:
     void fail(std::error_code error);
 
     int descriptor_;
-    std::size_t size_;
+    std::size_t size_ = 0;
     bool changed_ = false;
     std::error_code error_;
 };

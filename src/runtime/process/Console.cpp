@@ -9,7 +9,7 @@
 namespace hearthix {
 
 void openStandardStreams() {
-    // The lowest free descriptor is used first, so each round fills one gap.
+    // Each call of open returns the lowest free descriptor.
     int descriptor = open("/dev/null", O_RDWR);
     while (descriptor >= 0 && descriptor <= STDERR_FILENO)
         descriptor = open("/dev/null", O_RDWR);
@@ -17,22 +17,14 @@ void openStandardStreams() {
         close(descriptor);
 }
 
-namespace {
-
-void writeLine(int descriptor, std::initializer_list<std::string_view> parts) {
-    for (const std::string_view part : parts)
-        writeAll(descriptor, part);
-    writeAll(descriptor, EndOfLine);
+void Print(std::string_view text) {
+    writeAll(STDOUT_FILENO, text);
+    writeAll(STDOUT_FILENO, EndOfLine);
 }
 
-} // namespace
-
-void Print(std::initializer_list<std::string_view> parts) {
-    writeLine(STDOUT_FILENO, parts);
-}
-
-void PrintError(std::initializer_list<std::string_view> parts) {
-    writeLine(STDERR_FILENO, parts);
+void PrintError(std::string_view text) {
+    writeAll(STDERR_FILENO, text);
+    writeAll(STDERR_FILENO, EndOfLine);
 }
 
 void writeAll(int descriptor, std::string_view bytes) {
@@ -44,7 +36,7 @@ void writeAll(int descriptor, std::string_view bytes) {
         }
         if (written < 0 && errno == EINTR)
             continue;
-        // A pipe that someone has made non-blocking gets a moment to drain; anything else is lost.
+        // Another process may have made a pipe non-blocking. Waits at most a second until it accepts more.
         pollfd watch{descriptor, POLLOUT, 0};
         if (written < 0 && errno == EAGAIN && poll(&watch, 1, 1000) > 0)
             continue;

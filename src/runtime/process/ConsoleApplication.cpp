@@ -2,9 +2,7 @@
 
 #include "runtime/events/EventLoop.hpp"
 #include "runtime/process/Console.hpp"
-#include "runtime/values/StackTrace.hpp"
 
-#include <array>
 #include <csignal>
 #include <cstdlib> // defines __GLIBC__
 #include <exception>
@@ -21,18 +19,18 @@ namespace {
 
 ConsoleApplication* theApplication = nullptr;
 
-// An exception where none may pass ends the process as any other does.
+// For exceptions that cannot reach execute. The default would be SIGABRT.
 [[noreturn]] void endAtOnce() {
-    PrintError("ended by an exception that could not be handled, such as one without memory for itself");
+    PrintError("ended by an exception that could not be handled; the usual reason is that no memory is left");
     _exit(EXIT_FAILURE);
 }
 
-// Returns the memory of large buffers to the system as soon as they are released. By default the GNU heap
-// adapts to the largest buffer that was ever released and keeps that much for good: after a peer has stopped
-// reading for a minute, a process of 4 MiB would stay at 40 MiB for years.
+// Returns the memory of large buffers to the system when they are released. By default the GNU heap keeps as
+// much memory as the largest buffer that was ever released. After a peer has stopped reading for a minute,
+// the process would then occupy 40 MiB instead of 4 MiB for years.
 void keepHeapSmall() {
 #ifdef __GLIBC__
-    // Setting either one also ends the adaptation. The buffers of everyday traffic are smaller.
+    // Setting one of them stops the adaptation. The buffers of normal traffic are smaller than this.
     constexpr int kMebibyte = 1024 * 1024;
     mallopt(M_MMAP_THRESHOLD, kMebibyte);
     mallopt(M_TRIM_THRESHOLD, kMebibyte);
@@ -42,13 +40,9 @@ void keepHeapSmall() {
 void prepareProcess() {
     keepHeapSmall();
     openStandardStreams();
-    // A lost pipe, and a file that may not grow any further: failed writes like any other.
+    // Writing to a closed pipe or beyond the limit of a file's size fails with an error instead.
     for (const int signal : {SIGPIPE, SIGXFSZ})
         static_cast<void>(std::signal(signal, SIG_IGN));
-    // The first look at the stack takes memory, which may be gone when there is something to see.
-    std::array<void*, 1> frame{};
-    captureStack(frame);
-    std::set_new_handler(noteOutOfMemory);
     std::set_terminate(endAtOnce);
 }
 
@@ -83,7 +77,6 @@ int ConsoleApplication::execute(int count, const char* const* values) {
     } catch (...) {
         status = handleUnhandled();
     }
-    // What was written before the end still leaves, as far as the peers take it.
     try {
         EventLoop::instance().flushAll();
     } catch (...) {
@@ -92,15 +85,14 @@ int ConsoleApplication::execute(int count, const char* const* values) {
     return status;
 }
 
-// Sorts the exception that is being handled.
+// Describes the exception that is being handled.
 int ConsoleApplication::handleUnhandled() noexcept {
     try {
         throw;
     } catch (const RuntimeException& error) {
         return endBy(error, error.name(), error.Message);
     } catch (const std::bad_alloc&) {
-        const OutOfMemoryException error;
-        return endBy(error, error.name(), "there is no memory left");
+        return endBy(RuntimeException(), "exception", "there is no memory left");
     } catch (const std::exception& error) {
         return endBy(RuntimeException(), "exception", error.what());
     } catch (...) {
@@ -116,9 +108,10 @@ int ConsoleApplication::endBy(const RuntimeException& error, std::string_view ki
     } catch (...) {
         PrintError("a further exception was raised meanwhile");
     }
-    const bool hasVersion = *longVersion_ != '\0';
-    PrintError({"ended by an unhandled ", kind, detail.empty() ? "" : " (", detail, detail.empty() ? "" : ")",
-                hasVersion ? "; version " : "", longVersion_});
+    const std::string_view parts[] = {
+        "ended by an unhandled ", kind, detail.empty() ? "" : ": ", detail, "; version ", longVersion_, "\n"};
+    for (const std::string_view part : parts)
+        writeAll(STDERR_FILENO, part);
     return EXIT_FAILURE;
 }
 

@@ -1,38 +1,40 @@
 // The base of a program without a window.
 //
-// The program derives its one application from this and runs it with execute; instance leads back to it.
-// Events run inside DoEvents and inside an object's Poll, and nowhere else.
+// The program derives the class of its only application from this one and runs it with execute. Events run
+// inside DoEvents and inside an object's Poll, and nowhere else.
 #pragma once
 
 #include "runtime/core/Array.hpp"
 #include "runtime/text/String.hpp"
 #include "runtime/values/Exceptions.hpp"
 
+#include <string_view>
+
 namespace hearthix {
 
 class ConsoleApplication {
 public:
-    // The version that the end of the process tells, if it is an unhandled exception; empty tells none.
-    explicit ConsoleApplication(const char* longVersion = "");
+    // The version is part of the message about an unhandled exception.
+    explicit ConsoleApplication(const char* longVersion);
     ConsoleApplication(const ConsoleApplication&) = delete;
     ConsoleApplication& operator=(const ConsoleApplication&) = delete;
     virtual ~ConsoleApplication();
 
-    // The one application; NilObjectException while there is none.
+    // The only application. Raises NilObjectException if there is none.
     static ConsoleApplication& instance();
-    const char* LongVersion() const noexcept { return longVersion_; }
 
-    // The program's body. The arguments count from the program's own path; the result is the exit status.
+    // The program. The first argument is the program's own path; the result is the exit status.
     virtual Integer Event_Run(const Array<String>& arguments) = 0;
-    // The last chance for an exception that nothing has caught. True: it ends the process in good order,
-    // status 0; false: with a line on standard error, status 1.
+    // Called for an exception that nothing has caught. After true the process ends with status 0, after false
+    // with a message on standard error and status 1.
     virtual bool Event_UnhandledException(const RuntimeException& error) = 0;
 
-    // Runs events for so many milliseconds.
+    // Runs events for a number of milliseconds.
     static void DoEvents(Integer milliseconds);
 
-    // The life of the process, up to its exit status: a lost pipe is no reason to die, Event_Run, and for
-    // whatever leaves it, std::bad_alloc included, the last chance, a line on standard error and status 1.
+    // Prepares the process, runs Event_Run, handles every exception that leaves it, sends pending data to the
+    // peers as far as they accept it, and returns the exit status. A failed write never ends the process by a
+    // signal.
     int execute(int count, const char* const* values);
 
 private:
@@ -42,7 +44,7 @@ private:
     const char* longVersion_;
 };
 
-// The cooperative yield. No other cooperative threads exist, so it returns at once; it runs no events.
+// Lets other cooperative threads run. There are none, so it returns at once. It runs no events.
 inline void RuntimeBackgroundTask() {
 }
 

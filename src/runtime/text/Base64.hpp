@@ -5,9 +5,9 @@
 
 namespace hearthix {
 
-// A CR LF goes between lines of lineLength characters, and none after the last; 0 makes one line.
+// CR LF separates lines of lineLength characters. The last line has no line end. Length 0 makes one line.
 String EncodeBase64(const String& bytes, Integer lineLength);
-// Characters outside of the alphabet, line ends among them, are passed over; padding ends the text.
+// Ignores characters outside of the alphabet, such as line ends. Padding ends the text.
 String DecodeBase64(const String& text, TextEncoding encoding = TextEncoding::none);
 
 } // namespace hearthix

@@ -1,4 +1,4 @@
-// Encoding tags of strings. A string without a tag is plain bytes; its characters are its bytes.
+// Encoding tags of strings. A string without a tag is plain bytes: each byte is a character.
 #pragma once
 
 #include <cstdint>
@@ -7,20 +7,18 @@ namespace hearthix {
 
 class String;
 
-enum class TextEncoding : std::uint8_t { none = 0, utf8 = 1, latin1 = 2, ascii = 3 };
+enum class TextEncoding : std::uint8_t { none, utf8, latin1 };
 
 namespace Encodings {
 inline constexpr TextEncoding UTF8 = TextEncoding::utf8;
-inline constexpr TextEncoding ISOLatin1 = TextEncoding::latin1;
-inline constexpr TextEncoding ASCII = TextEncoding::ascii;
 } // namespace Encodings
 
-// The tag of a string; TextEncoding::none when it has none.
+// The tag of a string; TextEncoding::none if it has no tag.
 TextEncoding Encoding(const String& text);
-// The same bytes with another tag. Bytes are neither changed nor checked.
+// The same bytes with another tag. The bytes are neither changed nor checked.
 String DefineEncoding(const String& text, TextEncoding encoding);
-// The same characters in another encoding. Untagged text is taken for ISO Latin 1, which gives every byte a
-// character; a character that the target lacks becomes a question mark.
+// The same characters in UTF-8. Untagged text is read as ISO Latin 1, where every byte is a character. No
+// other target is supported: for those, the function only changes the tag.
 String ConvertEncoding(const String& text, TextEncoding encoding);
 
 } // namespace hearthix

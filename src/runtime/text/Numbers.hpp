@@ -1,60 +1,69 @@
-// Numbers and their texts. Every operation is a total function: no input raises or is undefined, and no
-// locale is looked at.
+// Numbers and their texts. Every function accepts every input without an exception and ignores the locale.
 #pragma once
 
 #include "runtime/text/String.hpp"
 
+#include <charconv>
+#include <concepts>
 #include <cstdint>
 #include <string_view>
 
 namespace hearthix {
 
-// The number at the start of a text. Leading white space is skipped; a sign, digits, a fraction and an
-// exponent are read as far as they go, with "&h" ahead as hexadecimal and with "&b" as binary digits. Junk
-// and the empty text yield 0; what is too large for a double yields infinity.
+// The number at the start of a text, after white space: a sign, digits, a fraction and an exponent; after
+// "&h" hexadecimal and after "&b" binary digits. 0 if there is no number. Infinity if a double is too small
+// for it.
 double Val(std::string_view text);
-// Truncated toward zero; values out of range yield the nearest integer that there is, NaN yields 0.
+// Truncates toward zero. A value out of range yields the nearest Integer, NaN yields 0.
 Integer toInteger(double value);
-// Val and toInteger in one, exact to the last digit a double holds.
+// The same as toInteger(Val(text)).
 Integer ValInteger(std::string_view text);
 
 constexpr bool isDigit(char letter) {
     return letter >= '0' && letter <= '9';
 }
-// Takes plain digits off the front of a text; none are 0. It stops at 15, which every double holds.
+// Removes the plain digits from the front of a text and returns their number. 0 if there are none; at most 15
+// digits, so that a double could contain it.
 constexpr Integer takeDigits(std::string_view& text) {
     Integer number = 0;
     std::size_t count = 0;
-    for (const char letter : text.substr(0, 15)) {
-        if (!isDigit(letter))
-            break;
-        number = number * 10 + (letter - '0');
-        ++count;
-    }
+    for (; count < 15 && count < text.size() && isDigit(text[count]); ++count)
+        number = number * 10 + (text[count] - '0');
     text.remove_prefix(count);
     return number;
 }
 
 // Decimal text.
-String Str(Integer number);
-String Str(std::uint64_t number);
-String Str(int number);
-// A whole number prints without a fraction, any other with the digits that it takes to read it back.
+template <std::integral Number>
+String Str(Number number) {
+    char digits[20];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    return String(std::string_view(digits, end), TextEncoding::utf8);
+}
+// A whole number has no fraction. Other numbers get the digits that are needed to read the same number back.
 String Str(double number);
-// Hexadecimal text in capitals, without leading zeros; a negative number shows its two's complement.
+// Hexadecimal text in capitals, without leading zeros. A negative number is printed as its two's complement.
 String Hex(Integer number);
-// Text by a mask of '#' (a digit if there is one), '0' (a digit always), at most one '.', and a leading '-'.
-// A minus sign stands before a negative number whether or not the mask has one; the last digit is rounded.
+// A decimal number by a mask of "#", "0", at most one "." and a leading "-". Before and behind the point
+// there are at least as many digits as the mask has zeros there; behind the point at most as many as it has
+// characters. The last digit is rounded. A negative number has a minus sign with or without one in the mask.
 String Format(double number, std::string_view mask);
 // Whether a text is one plain decimal number: sign, digits and a fraction, with white space around it. Empty
-// text, hexadecimal, "inf" and "nan" are none, and neither is what has an exponent: 001e00 is a colour.
+// texts, hexadecimal numbers, "inf" and "nan" are not, and a number with an exponent is not: 001e00 is a
+// colour.
 bool IsNumeric(std::string_view text);
 
 namespace Bitwise {
-std::uint64_t BitAnd(std::uint64_t left, std::uint64_t right);
-std::uint64_t BitXor(std::uint64_t left, std::uint64_t right);
-// Zero for a shift of 64 and more.
-std::uint64_t ShiftRight(std::uint64_t value, unsigned count);
+constexpr std::uint64_t BitAnd(std::uint64_t left, std::uint64_t right) {
+    return left & right;
+}
+constexpr std::uint64_t BitXor(std::uint64_t left, std::uint64_t right) {
+    return left ^ right;
+}
+// 0 for a shift by 64 or more.
+constexpr std::uint64_t ShiftRight(std::uint64_t value, unsigned count) {
+    return count < 64 ? value >> count : 0;
+}
 } // namespace Bitwise
 
 } // namespace hearthix

@@ -2,9 +2,87 @@
 
 #include "runtime/text/StringFunctions.hpp"
 
-#include <cstring>
+#include <algorithm>
+#include <new>
 
 namespace hearthix {
+
+// The header of a shared block. The bytes follow it. The first `used` bytes never change while two strings
+// share the block.
+struct String::Block {
+    std::size_t references;
+    std::size_t capacity;
+    std::size_t used;
+
+    char* bytes() noexcept { return reinterpret_cast<char*>(this + 1); }
+};
+
+String::String(std::string_view bytes, TextEncoding encoding) {
+    std::copy(bytes.begin(), bytes.end(), allocate(bytes.size(), bytes.size(), encoding));
+}
+
+// Makes this empty text one of a given size, which may grow to a given capacity. The caller sets the bytes.
+char* String::allocate(std::size_t size, std::size_t capacity, TextEncoding encoding) {
+    char* bytes = content_.small;
+    if (size > kSmallCapacity) {
+        auto* block = new (::operator new(sizeof(Block) + capacity)) Block{1, capacity, size};
+        bytes = block->bytes();
+        content_.shared = {block, bytes};
+    }
+    content_.size = size & kLargestSize;
+    content_.encoding = encoding;
+    return bytes;
+}
+
+void String::retainBlock() const noexcept {
+    ++content_.shared.block->references;
+}
+
+void String::releaseBlock() const noexcept {
+    if (--content_.shared.block->references == 0)
+        ::operator delete(content_.shared.block);
+}
+
+String String::part(std::string_view shown) const {
+    if (shown.size() <= kSmallCapacity)
+        return String(shown, encoding());
+    String result = *this;
+    result.content_.shared.begin = shown.data();
+    result.content_.size = shown.size() & kLargestSize;
+    return result;
+}
+
+// The memory for more bytes right behind this text. Null if there is none, or if another string already uses
+// it.
+char* String::growInPlace(std::size_t count) noexcept {
+    const std::size_t oldSize = size();
+    if (oldSize + count <= kSmallCapacity) {
+        content_.size = (oldSize + count) & kLargestSize;
+        return content_.small + oldSize;
+    }
+    Block* block = isShared() ? content_.shared.block : nullptr;
+    char* end = block != nullptr ? block->bytes() + block->used : nullptr;
+    if (block == nullptr || view().data() + oldSize != end || count > block->capacity - block->used)
+        return nullptr;
+    block->used += count;
+    content_.size = (oldSize + count) & kLargestSize;
+    return end;
+}
+
+String& String::append(std::string_view bytes) {
+    char* end = growInPlace(bytes.size());
+    String grown;
+    if (end == nullptr) {
+        const std::size_t newSize = size() + bytes.size();
+        char* begin = grown.allocate(newSize, std::max(newSize, 2 * size()), encoding());
+        end = std::copy_n(view().data(), size(), begin);
+    }
+    std::copy(bytes.begin(), bytes.end(), end);
+    // The old block is released after the copy, because the appended bytes may be part of it.
+    if (!grown.empty())
+        std::swap(content_, grown.content_);
+    return *this;
+}
 
 String& String::operator+=(const String& other) {
     if (other.empty())
@@ -17,6 +95,11 @@ String& String::operator+=(const String& other) {
     return *this;
 }
 
+void String::compact() {
+    if (isShared() && content_.shared.block->capacity / 2 > size())
+        *this = String(view(), encoding());
+}
+
 String operator+(const String& left, const String& right) {
     return concat(left, right);
 }
@@ -27,18 +110,12 @@ String joinParts(std::span<const TextPart> parts) {
     for (const TextPart& part : parts) {
         if (part.bytes.empty())
             continue;
-        if (size == 0)
-            encoding = part.encoding;
-        else if (encoding != part.encoding)
-            encoding = TextEncoding::none;
+        encoding = size == 0 || encoding == part.encoding ? part.encoding : TextEncoding::none;
         size += part.bytes.size();
     }
     return String::build(size, encoding, [&](char* target) {
-        for (const TextPart& part : parts) {
-            if (!part.bytes.empty())
-                std::memcpy(target, part.bytes.data(), part.bytes.size());
-            target += part.bytes.size();
-        }
+        for (const TextPart& part : parts)
+            target = std::copy(part.bytes.begin(), part.bytes.end(), target);
     });
 }
 

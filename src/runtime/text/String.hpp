@@ -1,16 +1,17 @@
-// String: a value that holds any bytes, NUL included, with an optional encoding tag.
+// String: a value that contains any bytes, NUL included, with an optional encoding tag.
 //
-// Copying and cutting cost the same whatever the length, since long texts share their bytes
-// (StringStorage.hpp says how). Hence the one thing to know: a cut keeps all of the text alive that it was
-// taken from. Call compact() on a short cut of long data before it is stored for good.
+// Up to 16 bytes are stored in the object itself. Longer texts share a reference-counted block, so that
+// copying and cutting cost the same for every length. A long cut therefore keeps the whole text in memory
+// that it was cut from: call compact() before a cut of much longer data is stored for a long time.
 #pragma once
 
-#include "runtime/text/StringStorage.hpp"
+#include "runtime/text/Encoding.hpp"
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace hearthix {
 
@@ -19,62 +20,89 @@ using Integer = std::int64_t;
 class String {
 public:
     String() noexcept = default;
-    // Program text: tagged as UTF-8. Of a literal that fits the object nothing is left to do at run time.
-    [[gnu::always_inline]] String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
-    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none)
-        : storage_(bytes, encoding) {}
+    // Program text: tagged as UTF-8.
+    String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
+    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none);
+    String(const String& other) noexcept : content_(other.content_) {
+        if (isShared())
+            retainBlock();
+    }
+    String(String&& other) noexcept : content_(std::exchange(other.content_, Content{})) {}
+    String& operator=(String other) noexcept {
+        std::swap(content_, other.content_);
+        return *this;
+    }
+    ~String() {
+        if (isShared())
+            releaseBlock();
+    }
 
-    const char* data() const noexcept { return view().data(); }
-    std::size_t size() const noexcept { return storage_.size(); }
+    std::size_t size() const noexcept { return static_cast<std::size_t>(content_.size); }
     bool empty() const noexcept { return size() == 0; }
-    std::string_view view() const noexcept { return storage_.view(); }
+    std::string_view view() const noexcept {
+        return {isShared() ? content_.shared.begin : content_.small, size()};
+    }
     operator std::string_view() const noexcept { return view(); }
+    // 0 past the end.
     unsigned char byteAt(std::size_t offset) const noexcept {
-        const std::string_view bytes = view();
-        return offset < bytes.size() ? static_cast<unsigned char>(bytes[offset]) : std::uint8_t{0};
+        return offset < size() ? static_cast<unsigned char>(view()[offset]) : std::uint8_t{0};
     }
 
-    TextEncoding encoding() const noexcept { return storage_.encoding(); }
-    void setEncoding(TextEncoding encoding) noexcept { storage_.setEncoding(encoding); }
+    TextEncoding encoding() const noexcept { return content_.encoding; }
+    void setEncoding(TextEncoding encoding) noexcept { content_.encoding = encoding; }
 
-    // The bytes from offset on, at most count of them; a range past the end yields what is there.
+    // At most count bytes from offset on; fewer, or none, if the text ends before.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
-        const std::string_view bytes = view();
-        return part(offset < bytes.size() ? bytes.substr(offset, count) : std::string_view());
+        return offset < size() ? part(view().substr(offset, count)) : part({});
     }
-    // The bytes that a view of this text shows.
-    String part(std::string_view shown) const { return {storage_, shown}; }
-    // Takes the first bytes away, in place; at most all of them.
-    void removeFront(std::size_t count) noexcept { storage_.removeFront(count); }
-    // A new text of so many bytes, filled in by fill(char* bytes), which must set every one of them.
+    // The bytes of a view of this text, as a string with the same tag.
+    String part(std::string_view shown) const;
+    // Removes at most count bytes from the front.
+    void removeFront(std::size_t count) noexcept { *this = cut(count); }
+    // A new text of a given size. fill(char* bytes) must set all its bytes.
     template <class Fill>
     static String build(std::size_t size, TextEncoding encoding, const Fill& fill) {
         String text;
-        fill(text.storage_.prepare(size, encoding));
+        fill(text.allocate(size, size, encoding));
         return text;
     }
-    // Appends bytes; amortised constant cost a byte. The tag stays as it is.
-    String& append(std::string_view bytes) {
-        storage_.append(bytes);
-        return *this;
-    }
-    // Appends a string as concatenation does: equal tags stay, an empty side yields to the other, else none.
+    // Appends bytes, which may be part of this text, and keeps the tag. The cost per byte is constant on
+    // average.
+    String& append(std::string_view bytes);
+    // Appends a string. The tag stays if both are equal or the other text is empty; an empty text gets the
+    // other's tag; otherwise the result has no tag.
     String& operator+=(const String& other);
-    // Makes room so that appends up to this many bytes in all need no further allocation.
-    void reserve(std::size_t capacity) { storage_.reserve(capacity); }
-    // Overwrites bytes inside the text; the range must lie in it. Others that share the bytes keep theirs.
-    void replaceBytes(std::size_t offset, std::string_view bytes) { storage_.replaceBytes(offset, bytes); }
-    // Lets go of shared bytes that are many more than the text.
-    void compact() { storage_.compact(); }
+    // Copies the bytes out of a block that is more than twice as large.
+    void compact();
 
     friend String operator+(const String& left, const String& right);
-    // Equality of strings ignores the case of ASCII letters, and tags.
+    // Equality ignores tags and the case of ASCII letters. Other letters are compared byte by byte.
     friend bool operator==(const String& left, const String& right) noexcept;
 
 private:
-    String(const StringStorage& whole, std::string_view part) noexcept : storage_(whole, part) {}
+    static constexpr std::size_t kSmallCapacity = 16;
+    static constexpr std::uint64_t kLargestSize = (std::uint64_t{1} << 56U) - 1;
+    struct Block;
+    struct Shared {
+        Block* block;
+        const char* begin;
+    };
+    struct Content {
+        union {
+            char small[kSmallCapacity]; // up to this size
+            Shared shared;              // above it
+        };
+        std::uint64_t size : 56;
+        TextEncoding encoding;
+    };
 
-    StringStorage storage_;
+    bool isShared() const noexcept { return size() > kSmallCapacity; }
+    void retainBlock() const noexcept;
+    void releaseBlock() const noexcept;
+    char* allocate(std::size_t size, std::size_t capacity, TextEncoding encoding);
+    char* growInPlace(std::size_t count) noexcept;
+
+    Content content_{};
 };
 
 // One operand of a concatenation: a string or program text, borrowed.
@@ -88,7 +116,7 @@ struct TextPart {
 
 String joinParts(std::span<const TextPart> parts);
 
-// The concatenation of any number of operands in one go; tags as with operator+=.
+// The concatenation of any number of operands, with one allocation; tags as with operator+=.
 template <class... Parts>
 String concat(const Parts&... parts) {
     const TextPart all[] = {TextPart(parts)...};

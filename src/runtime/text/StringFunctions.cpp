@@ -1,53 +1,50 @@
 #include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
+#include <bit>
 
 namespace hearthix {
 
 namespace {
 
 std::size_t clampCount(Integer count) {
-    const auto wide = static_cast<std::uint64_t>(std::max<Integer>(count, 0));
-    return static_cast<std::size_t>(std::min<std::uint64_t>(wide, SIZE_MAX)); // which has 32 bits in places
+    // A std::size_t may have 32 bits.
+    return static_cast<std::size_t>(std::clamp<Integer>(count, 0, PTRDIFF_MAX));
+}
+
+// The number of bytes or characters before a position.
+std::size_t countBefore(Integer position) {
+    return clampCount(std::max<Integer>(position, 1) - 1);
 }
 
 constexpr char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
 }
 
-bool isContinuation(unsigned char byte) {
-    return (byte & 0xC0U) == 0x80U;
+bool isEqualIgnoringCase(char left, char right) {
+    return lowered(left) == lowered(right);
 }
 
-// Overlong forms, surrogates, and what lies beyond the last code point: the second byte tells.
-bool isForbiddenStart(unsigned lead, unsigned second) {
-    return (lead == 0xE0U && second < 0xA0U) || (lead == 0xEDU && second > 0x9FU) ||
-           (lead == 0xF0U && second < 0x90U) || (lead == 0xF4U && second > 0x8FU);
-}
-
-// Length in bytes of the UTF-8 character at an offset; 1 for a byte that starts no whole character.
+// The length in bytes of the UTF-8 character at an offset; 1 for a byte that does not start a valid
+// character.
 std::size_t characterLength(std::string_view bytes, std::size_t offset) {
     const auto lead = static_cast<unsigned char>(bytes[offset]);
-    std::size_t length = 1;
-    if (lead >= 0xF0U && lead <= 0xF4U)
-        length = 4;
-    else if (lead >= 0xE0U)
-        length = 3;
-    else if (lead >= 0xC2U)
-        length = 2;
-    if (lead > 0xF4U || length > bytes.size() - offset)
+    const auto length = static_cast<std::size_t>(std::countl_one(lead));
+    if (length < 2 || length > 4 || length > bytes.size() - offset)
         return 1;
-    for (std::size_t i = 1; i < length; ++i)
-        if (!isContinuation(static_cast<unsigned char>(bytes[offset + i])))
-            return 1;
-    return length > 2 && isForbiddenStart(lead, static_cast<unsigned char>(bytes[offset + 1])) ? 1 : length;
+    const std::string_view character = bytes.substr(offset, length);
+    Integer point = lead & (0x7F >> length);
+    for (const char byte : character.substr(1))
+        point = (point << 6) | (static_cast<unsigned char>(byte) & 0x3F);
+    // Also false for bytes that do not continue a character, for overlong forms and for surrogates.
+    return Chr(point).view() == character ? length : 1;
 }
 
 bool hasWideCharacters(const String& text) {
     return text.encoding() == TextEncoding::utf8;
 }
 
-// Byte offset of the character with a zero-based number, or the size of the text when it is shorter.
+// The offset in bytes of the character with a number from 0 on; the size of the text if it is shorter.
 std::size_t offsetOfCharacter(const String& text, std::size_t number) {
     const std::string_view bytes = text.view();
     if (!hasWideCharacters(text))
@@ -60,9 +57,10 @@ std::size_t offsetOfCharacter(const String& text, std::size_t number) {
     return offset;
 }
 
+// The offset of the first occurrence; npos if there is none. An empty text is found where the search starts.
 std::size_t findIgnoringCase(std::string_view text, std::string_view find, std::size_t from) {
-    const auto found = std::search(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), find.begin(),
-                                   find.end(), [](char a, char b) { return lowered(a) == lowered(b); });
+    const auto start = text.begin() + static_cast<std::ptrdiff_t>(from);
+    const auto found = std::search(start, text.end(), find.begin(), find.end(), isEqualIgnoringCase);
     return found == text.end() && !find.empty() ? std::string_view::npos
                                                 : static_cast<std::size_t>(found - text.begin());
 }
@@ -82,12 +80,8 @@ String RightB(const String& text, Integer count) {
     return text.cut(text.size() - kept);
 }
 
-String MidB(const String& text, Integer start) {
-    return text.cut(clampCount(start - (start > 0)));
-}
-
 String MidB(const String& text, Integer start, Integer count) {
-    return text.cut(clampCount(start - (start > 0)), clampCount(count));
+    return text.cut(countBefore(start), clampCount(count));
 }
 
 Integer AscB(const String& text) {
@@ -115,41 +109,24 @@ String Left(const String& text, Integer count) {
 
 String Right(const String& text, Integer count) {
     const Integer length = Len(text);
-    return text.cut(
-        offsetOfCharacter(text, clampCount(length - std::min(length, std::max<Integer>(count, 0)))));
-}
-
-String Mid(const String& text, Integer start) {
-    return text.cut(offsetOfCharacter(text, clampCount(start - (start > 0))));
+    return text.cut(offsetOfCharacter(text, clampCount(length - std::clamp<Integer>(count, 0, length))));
 }
 
 String Mid(const String& text, Integer start, Integer count) {
-    return Left(Mid(text, start), count);
+    return Left(text.cut(offsetOfCharacter(text, countBefore(start))), count);
 }
 
 String Chr(Integer code) {
     if (code < 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
         return {};
     const auto point = static_cast<unsigned>(code);
+    // The number of bytes after the first.
+    const unsigned tail = point < 0x80U ? 0 : point < 0x800U ? 1 : point < 0x10000U ? 2 : 3;
     char bytes[4];
-    std::size_t length = 0;
-    const auto tail = [&](unsigned shift) { return static_cast<char>(0x80U | ((point >> shift) & 0x3FU)); };
-    if (point < 0x80U) {
-        bytes[length++] = static_cast<char>(point);
-    } else if (point < 0x800U) {
-        bytes[length++] = static_cast<char>(0xC0U | (point >> 6U));
-        bytes[length++] = tail(0);
-    } else if (point < 0x10000U) {
-        bytes[length++] = static_cast<char>(0xE0U | (point >> 12U));
-        bytes[length++] = tail(6);
-        bytes[length++] = tail(0);
-    } else {
-        bytes[length++] = static_cast<char>(0xF0U | (point >> 18U));
-        bytes[length++] = tail(12);
-        bytes[length++] = tail(6);
-        bytes[length++] = tail(0);
-    }
-    return String(std::string_view(bytes, length), TextEncoding::utf8);
+    bytes[0] = static_cast<char>(tail == 0 ? point : (0xF0U << (3U - tail)) | (point >> (6U * tail)));
+    for (unsigned i = 1; i <= tail; ++i)
+        bytes[i] = static_cast<char>(0x80U | ((point >> (6U * (tail - i))) & 0x3FU));
+    return String(std::string_view(bytes, tail + 1), TextEncoding::utf8);
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -165,7 +142,7 @@ String Trim(const String& text) {
 }
 
 Integer InStr(Integer start, const String& text, const String& find) {
-    const std::size_t from = offsetOfCharacter(text, clampCount(start - (start > 0)));
+    const std::size_t from = offsetOfCharacter(text, countBefore(start));
     const std::size_t found = findIgnoringCase(text, find, from);
     if (found == std::string_view::npos)
         return 0;
@@ -173,23 +150,13 @@ Integer InStr(Integer start, const String& text, const String& find) {
 }
 
 Integer InStrB(Integer start, const String& text, const String& find) {
-    const std::size_t found = text.view().find(find.view(), clampCount(start - (start > 0)));
+    const std::size_t found = text.view().find(find.view(), countBefore(start));
     return found == std::string_view::npos ? 0 : static_cast<Integer>(found) + 1;
 }
 
 String NthField(const String& text, const String& separator, Integer index) {
-    if (index < 1)
-        return {};
-    std::size_t begin = 0;
-    while (true) {
-        const std::size_t end =
-            separator.empty() ? std::string_view::npos : findIgnoringCase(text, separator, begin);
-        if (--index == 0)
-            return text.cut(begin, end == std::string_view::npos ? SIZE_MAX : end - begin);
-        if (end == std::string_view::npos)
-            return {};
-        begin = end + separator.size();
-    }
+    const Array<String> fields = Split(text, separator);
+    return index >= 1 && index - 1 <= fields.Ubound() ? fields[index - 1] : String();
 }
 
 Integer CountFields(const String& text, const String& separator) {
@@ -201,9 +168,8 @@ Array<String> Split(const String& text, const String& separator) {
     if (text.empty())
         return fields;
     std::size_t begin = 0;
-    while (true) {
-        const std::size_t end =
-            separator.empty() ? std::string_view::npos : findIgnoringCase(text, separator, begin);
+    while (!separator.empty()) {
+        const std::size_t end = findIgnoringCase(text, separator, begin);
         if (end == std::string_view::npos)
             break;
         fields.Append(text.cut(begin, end - begin));
@@ -215,36 +181,25 @@ Array<String> Split(const String& text, const String& separator) {
 
 String Join(const Array<String>& parts, const String& separator) {
     String joined;
-    bool first = true;
-    for (const String& part : parts) {
-        if (!first)
+    for (std::int64_t i = 0; i <= parts.Ubound(); ++i) {
+        if (i > 0)
             joined += separator;
-        first = false;
-        joined += part;
+        joined += parts[i];
     }
     return joined;
 }
 
 String ReplaceAll(const String& text, const String& old, const String& replacement) {
-    if (old.empty())
-        return text;
-    String result(std::string_view(), text.encoding());
-    std::size_t begin = 0;
-    while (true) {
-        const std::size_t end = findIgnoringCase(text, old, begin);
-        if (end == std::string_view::npos)
-            break;
-        result.append(text.view().substr(begin, end - begin));
-        result.append(replacement);
-        begin = end + old.size();
-    }
-    result.append(text.view().substr(begin));
-    return result;
+    return DefineEncoding(Join(Split(text, old), replacement), text.encoding());
 }
 
 bool RuntimeStringCompare(std::string_view left, std::string_view right) noexcept {
-    return left == right || std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                                       [](char a, char b) { return lowered(a) == lowered(b); });
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), isEqualIgnoringCase);
+}
+
+bool isLessIgnoringCase(std::string_view left, std::string_view right) noexcept {
+    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
+                                        [](char a, char b) { return lowered(a) < lowered(b); });
 }
 
 } // namespace hearthix

@@ -16,7 +16,7 @@ struct Color {
     friend bool operator==(const Color&, const Color&) = default;
 };
 
-// Only the low eight bits of each part count.
+// Only the low eight bits of each number count.
 inline Color RGB(Integer red, Integer green, Integer blue, Integer alpha = 0) {
     const auto byte = [](Integer part) { return static_cast<std::uint8_t>(part & 0xFF); };
     return {byte(red), byte(green), byte(blue), byte(alpha)};

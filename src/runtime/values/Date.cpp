@@ -1,121 +1,83 @@
 #include "runtime/values/Date.hpp"
 
 #include "runtime/text/Numbers.hpp"
-#include "runtime/values/Clock.hpp"
 
 #include <algorithm>
-#include <chrono>
-#include <ctime>
 
 namespace hearthix {
 
 namespace {
 
-constexpr Integer kSecondsOfDay = 86400;
-constexpr Integer kDaysFrom1904To1970 = 24107;
-// Far beyond any date that a peer could mean, and far from any overflow.
-constexpr Integer kLargestField = 400'000'000;
-// The calendar repeats itself. The years of std::chrono end soon: theirs are of the cycle from 2000 on.
-constexpr Integer kCycleYears = 400;
-constexpr Integer kCycleDays = 146'097;
-constexpr Integer kDaysFrom1970To2000 = 10957;
+constexpr double kSecondsFrom1904To1970 = 2082844800;
 
-Integer floorDivide(Integer value, Integer by) {
-    return value / by - (value % by < 0 ? 1 : 0);
-}
-
-Integer clampField(Integer value) {
-    return std::clamp(value, -kLargestField, kLargestField);
-}
-
-// The system reads the zone once in the life of a process, unless it is told to look again. That costs a
-// call, so it is told once a second at most.
-void followZone(std::int64_t second) {
-    static std::int64_t lookedAt = INT64_MIN;
-    if (second != lookedAt)
+// The C library reads the time zone only once per process, unless tzset is called. That call costs too much
+// for every date, so this function makes at most one per second.
+void followTimeZone(std::time_t second) {
+    static std::time_t last = -1;
+    if (second != last)
         tzset();
-    lookedAt = second;
+    last = second;
+}
+
+String twoDigits(Integer number) {
+    return Format(static_cast<double>(number), "00");
 }
 
 } // namespace
 
-Date::Date() : moment_(clocks::wall()) {
+// Far outside of all useful dates, and small enough that no sum of fields overflows.
+int Date::limited(Integer field) {
+    constexpr Integer kLargest = 400'000'000;
+    return static_cast<int>(std::clamp(field, -kLargest, kLargest));
 }
 
-Date::Fields& Date::fields() const {
+std::tm& Date::fields() const {
     if (!fields_) {
-        const std::int64_t seconds = floorDivide(moment_, clocks::kSecond);
-        const auto time = static_cast<time_t>(seconds);
-        std::tm local{};
-        followZone(seconds);
-        localtime_r(&time, &local);
-        const Integer second = local.tm_hour * 3600 + local.tm_min * 60 + local.tm_sec;
-        fields_ = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                   std::min(second, kSecondsOfDay - 1), // a leap second
-                   static_cast<double>(moment_ - seconds * clocks::kSecond) / clocks::kSecond};
+        const std::time_t second = std::chrono::floor<std::chrono::seconds>(moment_).count();
+        followTimeZone(second);
+        localtime_r(&second, &fields_.emplace());
+        fields_->tm_sec = std::min(fields_->tm_sec, 59); // 60 in a leap second
     }
     return *fields_;
 }
 
-// Days from 1970-01-01.
-Integer Date::daysOf(const Fields& date) {
-    const Integer months = clampField(date.month) - 1;
-    const Integer year = clampField(date.year) + floorDivide(months, 12);
-    const Integer cycle = floorDivide(year - 2000, kCycleYears);
-    const std::chrono::sys_days first =
-        std::chrono::year(static_cast<int>(year - cycle * kCycleYears)) /
-        std::chrono::month(static_cast<unsigned>(months - floorDivide(months, 12) * 12 + 1)) / 1;
-    return first.time_since_epoch().count() + cycle * kCycleDays + clampField(date.day) - 1;
-}
-
-const Date::Fields& Date::carried() const {
-    Fields& date = fields();
-    if (date.month == 0 || date.day == 0)
-        return date;
-    const Integer days = daysOf(date);
-    const Integer cycle = floorDivide(days - kDaysFrom1970To2000, kCycleDays);
-    const std::chrono::year_month_day day{
-        std::chrono::sys_days(std::chrono::days(days - cycle * kCycleDays))};
-    date.year = static_cast<int>(day.year()) + cycle * kCycleYears;
-    date.month = static_cast<unsigned>(day.month());
-    date.day = static_cast<unsigned>(day.day());
+const std::tm& Date::carried() const {
+    std::tm& date = fields();
+    const bool isKnown = date.tm_mon != -1 && date.tm_mday != 0;
+    if (isKnown)
+        timegm(&date);
     return date;
 }
 
-void Date::setSecondsOfDay(Integer seconds) {
-    Fields& date = fields();
-    const Integer days = floorDivide(seconds, kSecondsOfDay);
-    date.second = seconds - days * kSecondsOfDay;
-    date.day = clampField(date.day) + days;
-}
-
-void Date::setHour(Integer hour) {
-    setSecondsOfDay(clampField(hour) * 3600 + fields().second % 3600);
-}
-
-void Date::setMinute(Integer minute) {
-    setSecondsOfDay(Hour() * 3600 + clampField(minute) * 60 + Second());
+void Date::setTime(Integer hour, Integer minute, Integer second) {
+    using namespace std::chrono;
+    const seconds total = hours(limited(hour)) + minutes(limited(minute)) + seconds(limited(second));
+    const auto carry = floor<days>(total);
+    const hh_mm_ss time(total - carry);
+    fields().tm_hour = static_cast<int>(time.hours().count());
+    fields().tm_min = static_cast<int>(time.minutes().count());
+    fields().tm_sec = static_cast<int>(time.seconds().count());
+    setDay(fields().tm_mday + carry.count());
 }
 
 void Date::setSecond(Integer second) {
-    setSecondsOfDay(fields().second - Second() + clampField(second));
-    fields().fraction = 0;
+    setTime(Hour(), Minute(), second);
+    moment_ = {};
 }
 
 double Date::TotalSeconds() const {
-    const Fields& date = fields();
-    return static_cast<double>((daysOf(date) + kDaysFrom1904To1970) * kSecondsOfDay + date.second) +
-           date.fraction;
+    std::tm date = fields();
+    const std::chrono::duration<double> fraction =
+        moment_ - std::chrono::floor<std::chrono::seconds>(moment_);
+    return static_cast<double>(timegm(&date)) + kSecondsFrom1904To1970 + fraction.count();
 }
 
 String Date::LongTime() const {
-    return concat(Str(Hour()), ":", Format(static_cast<double>(Minute()), "00"), ":",
-                  Format(static_cast<double>(Second()), "00"));
+    return concat(Str(Hour()), ":", twoDigits(Minute()), ":", twoDigits(Second()));
 }
 
 String Date::ShortDate() const {
-    return concat(Str(Year()), "-", Format(static_cast<double>(Month()), "00"), "-",
-                  Format(static_cast<double>(Day()), "00"));
+    return concat(Str(Year()), "-", twoDigits(Month()), "-", twoDigits(Day()));
 }
 
 } // namespace hearthix

@@ -1,16 +1,20 @@
-// A moment on the local clock: a civil date and time without a zone, as the machine's user reads it.
+// A moment on the local clock: a date and a time of day without a time zone.
 //
-// A new Date holds the present moment. The single fields can be set one by one; a field out of its range
-// carries over into the next higher one (month 13 is January of the next year), and a day that the month
-// lacks likewise. They carry when the date is read: month, day and year may be set in any order. A month or
-// day of 0 is one that nobody knows: it stays 0, and as long as it does neither month nor day carries. Only
-// TotalSeconds has to place such a date: month 0 before January, day 0 before the first. A value type;
-// "no date" is an empty std::optional.
+// A new Date is the present moment. The fields can be set one by one. A field out of its range carries over
+// into the next higher one: month 13 is January of the next year, February 31 is in March. The time of day
+// carries when it is set, the date when it is read, so that month, day and year can be set in any order.
+// Month 0 and day 0 mean "unknown": they stay 0, and until they are set to another value neither month nor
+// day carries. Only TotalSeconds reads month 0 as the month before January and day 0 as the day before the
+// first.
+//
+// A value type. An empty std::optional means "no date".
 #pragma once
 
 #include "runtime/text/String.hpp"
+#include "runtime/values/Clock.hpp"
 
-#include <cstdint>
+#include <chrono>
+#include <ctime>
 #include <optional>
 
 namespace hearthix {
@@ -18,44 +22,37 @@ namespace hearthix {
 class Date {
 public:
     // The present moment.
-    Date();
+    Date() : moment_(clocks::wall()) {}
 
-    Integer Year() const { return carried().year; }
-    Integer Month() const { return carried().month; }
-    Integer Day() const { return carried().day; }
-    Integer Hour() const { return fields().second / 3600; }
-    Integer Minute() const { return fields().second / 60 % 60; }
-    Integer Second() const { return fields().second % 60; }
-    void setYear(Integer year) { fields().year = year; }
-    void setMonth(Integer month) { fields().month = month; }
-    void setDay(Integer day) { fields().day = day; }
-    void setHour(Integer hour);
-    void setMinute(Integer minute);
+    Integer Year() const { return Integer{carried().tm_year} + 1900; }
+    Integer Month() const { return carried().tm_mon + 1; }
+    Integer Day() const { return carried().tm_mday; }
+    Integer Hour() const { return fields().tm_hour; }
+    Integer Minute() const { return fields().tm_min; }
+    Integer Second() const { return fields().tm_sec; }
+    void setYear(Integer year) { fields().tm_year = limited(year) - 1900; }
+    void setMonth(Integer month) { fields().tm_mon = limited(month) - 1; }
+    void setDay(Integer day) { fields().tm_mday = limited(day); }
+    void setHour(Integer hour) { setTime(hour, Minute(), Second()); }
+    void setMinute(Integer minute) { setTime(Hour(), minute, Second()); }
+    // Also drops the fraction of a second.
     void setSecond(Integer second);
 
-    // Seconds from 1904-01-01 00:00:00 on the local clock, with a fraction for the present moment.
+    // Seconds from 1904-01-01 00:00:00 on the local clock. The present moment has a fraction of a second.
     double TotalSeconds() const;
-    // The time of day in full: "9:05:02".
+    // The time of day: "9:05:02".
     String LongTime() const;
     // "2021-03-07"
     String ShortDate() const;
 
 private:
-    struct Fields {
-        Integer year;
-        Integer month;
-        Integer day;
-        Integer second; // of the day, 0 to 86399
-        double fraction;
-    };
+    static int limited(Integer field);
+    void setTime(Integer hour, Integer minute, Integer second);
+    std::tm& fields() const;
+    const std::tm& carried() const;
 
-    static Integer daysOf(const Fields& date);
-    Fields& fields() const;
-    const Fields& carried() const;
-    void setSecondsOfDay(Integer seconds);
-
-    std::int64_t moment_;                  // nanoseconds of the wall clock at construction
-    mutable std::optional<Fields> fields_; // worked out on first use: most dates are never looked at
+    std::chrono::nanoseconds moment_;       // of the construction
+    mutable std::optional<std::tm> fields_; // computed on first use, because most dates are never read
 };
 
 } // namespace hearthix

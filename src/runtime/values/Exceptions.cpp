@@ -1,39 +1,47 @@
 #include "runtime/values/Exceptions.hpp"
 
 #include "runtime/core/Object.hpp"
-#include "runtime/values/StackTrace.hpp"
+#include "runtime/text/Numbers.hpp"
 
-#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <execinfo.h>
 
 namespace hearthix {
 
-RuntimeException::RuntimeException() : frameCount_(captureStack(frames_)) {
+namespace {
+
+String describeFrame(void* address) {
+    // The return address may belong to the next function already. The call itself is right before it.
+    const void* call = static_cast<const char*>(address) - 1;
+    Dl_info info{};
+    const bool isKnown = dladdr(call, &info) != 0;
+    const char* name = info.dli_sname != nullptr ? info.dli_sname : info.dli_fname;
+    const void* start = info.dli_sname != nullptr ? info.dli_saddr : info.dli_fbase;
+    if (!isKnown || name == nullptr)
+        return "unknown";
+    const std::unique_ptr<char, decltype(&std::free)> readable(
+        abi::__cxa_demangle(name, nullptr, nullptr, nullptr), &std::free);
+    const auto offset = static_cast<const char*>(address) - static_cast<const char*>(start);
+    return concat(readable ? readable.get() : name, " + 0x", Hex(offset));
 }
+
+} // namespace
 
 RuntimeException::RuntimeException(const String& message)
-    : Message(message), frameCount_(captureStack(frames_)) {
-}
-
-RuntimeException::RuntimeException(std::span<void* const> calls)
-    : frameCount_(std::min(calls.size(), frames_.size())) {
-    std::copy_n(calls.begin(), frameCount_, frames_.begin());
+    : Message(message),
+      frameCount_(static_cast<std::size_t>(backtrace(frames_.data(), static_cast<int>(frames_.size())))) {
 }
 
 Array<String> RuntimeException::Stack() const {
+    constexpr std::size_t kOwnFrames = 1; // the constructor of the exception
     Array<String> lines;
-    tellStack([&lines](std::string_view line) { lines.Append(String(line)); });
-    return lines;
-}
-
-void RuntimeException::tellStack(const std::function<void(std::string_view line)>& tell) const {
-    // The first two frames are the capture and the exception's own constructor, or operator new.
-    constexpr std::size_t kOwnFrames = 2;
-    std::array<char, 1024> room{};
     for (std::size_t i = kOwnFrames; i < frameCount_; ++i)
-        tell(describeFrame(frames_[i], room));
-}
-
-OutOfMemoryException::OutOfMemoryException() : RuntimeException(callsOutOfMemory()) {
+        lines.Append(describeFrame(frames_[i]));
+    return lines;
 }
 
 void raiseNilObject() {

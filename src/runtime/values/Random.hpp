@@ -1,4 +1,4 @@
-// Random numbers, not for secrets.
+// Random numbers. Not suitable for secrets.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -10,10 +10,10 @@ namespace hearthix {
 class Random {
 public:
     Random() : engine_(std::random_device{}()) {}
-    // For runs that must repeat.
+    // Produces the same numbers in each run.
     explicit Random(unsigned seed) : engine_(seed) {}
 
-    // A number from first to last, both included; first when the range is empty.
+    // A number from first to last, both included; first if the range is empty.
     Integer InRange(Integer first, Integer last) {
         return first >= last ? first : std::uniform_int_distribution<Integer>(first, last)(engine_);
     }

@@ -1,12 +1,35 @@
 #include "runtime/values/Variant.hpp"
 
 #include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
+
+#include <compare>
+#include <functional>
 
 namespace hearthix {
 
-const String& Variant::emptyText() noexcept {
+namespace {
+
+template <class Value>
+bool isLessOfOneType(const Value& left, const Value& right) {
+    return left < right;
+}
+bool isLessOfOneType(double left, double right) {
+    return std::weak_order(left, right) < 0; // NaN included
+}
+bool isLessOfOneType(const String& left, const String& right) {
+    return isLessIgnoringCase(left, right);
+}
+bool isLessOfOneType(const Ref<Object>& left, const Ref<Object>& right) {
+    return std::less<>()(left.get(), right.get());
+}
+
+} // namespace
+
+const String& Variant::asString() const noexcept {
     static const String kNone;
-    return kNone;
+    const String* text = std::get_if<String>(&value_);
+    return text != nullptr ? *text : kNone;
 }
 
 Integer Variant::toInteger() const {
@@ -14,6 +37,14 @@ Integer Variant::toInteger() const {
         return ValInteger(asString());
     const double* real = std::get_if<double>(&value_);
     return real != nullptr ? hearthix::toInteger(*real) : asInteger();
+}
+
+bool Variant::isLess(const Variant& left, const Variant& right) noexcept {
+    if (left.value_.index() != right.value_.index())
+        return left.value_.index() < right.value_.index();
+    return std::visit([&right]<class Value>(
+                          const Value& mine) { return isLessOfOneType(mine, std::get<Value>(right.value_)); },
+                      left.value_);
 }
 
 } // namespace hearthix

@@ -9,18 +9,18 @@ bool Globals::DebugMode = false;
 bool Globals::DoQuit = false;
 
 void Globals::LogStack(const RuntimeException& error) {
-    Print({"stack trace begin", EndOfLine});
+    Print(concat("stack trace begin", EndOfLine));
     try {
-        error.tellStack([](std::string_view line) { Print({line, EndOfLine}); });
+        for (const String& line : error.Stack())
+            Print(concat(line, EndOfLine));
     } catch (const RuntimeException&) {
-        Print({"there was an error while logging the stack trace", EndOfLine});
+        Print(concat("there was an error while logging the stack trace", EndOfLine));
     }
-    Print({"done logging the stack", EndOfLine});
+    Print(concat("done logging the stack", EndOfLine));
 }
 
 String Globals::Hexify(const String& bytes) {
     String text;
-    text.reserve(bytes.size() * 3);
     for (const char byte : bytes.view()) {
         text.append(" ");
         text.append(formatHex(static_cast<std::uint8_t>(byte)));

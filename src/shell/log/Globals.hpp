@@ -17,7 +17,7 @@ extern bool DebugMode;
 // Ends the main loop. Set for good: nothing clears it.
 extern bool DoQuit;
 
-// The stack of an exception, to standard output. Takes no memory, of which there may be none left.
+// Prints the stack of an exception to standard output.
 void LogStack(const RuntimeException& error);
 // Every byte as a blank and two hexadecimal digits.
 String Hexify(const String& bytes);
