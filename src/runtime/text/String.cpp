@@ -17,21 +17,10 @@ struct String::Block {
     char* bytes() noexcept { return reinterpret_cast<char*>(this + 1); }
 };
 
-String::String(std::string_view bytes, TextEncoding encoding) {
-    std::copy(bytes.begin(), bytes.end(), allocate(bytes.size(), bytes.size(), encoding));
-}
-
-// Makes this empty text one of a given size, which may grow to a given capacity. The caller sets the bytes.
-char* String::allocate(std::size_t size, std::size_t capacity, TextEncoding encoding) {
-    char* bytes = content_.small;
-    if (size > kSmallCapacity) {
-        auto* block = new (::operator new(sizeof(Block) + capacity)) Block{1, capacity, size};
-        bytes = block->bytes();
-        content_.shared = {block, bytes};
-    }
-    content_.size = size & kLargestSize;
-    content_.encoding = encoding;
-    return bytes;
+char* String::allocateBlock(std::size_t size, std::size_t capacity) {
+    auto* block = new (::operator new(sizeof(Block) + capacity)) Block{1, capacity, size};
+    content_.shared = {block, block->bytes()};
+    return block->bytes();
 }
 
 void String::retainBlock() const noexcept {

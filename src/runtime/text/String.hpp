@@ -7,6 +7,7 @@
 
 #include "runtime/text/Encoding.hpp"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -22,7 +23,9 @@ public:
     String() noexcept = default;
     // Program text: tagged as UTF-8.
     String(const char* text) : String(std::string_view(text), TextEncoding::utf8) {}
-    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none);
+    explicit String(std::string_view bytes, TextEncoding encoding = TextEncoding::none) {
+        std::copy(bytes.begin(), bytes.end(), allocate(bytes.size(), bytes.size(), encoding));
+    }
     String(const String& other) noexcept : content_(other.content_) {
         if (isShared())
             retainBlock();
@@ -99,7 +102,14 @@ private:
     bool isShared() const noexcept { return size() > kSmallCapacity; }
     void retainBlock() const noexcept;
     void releaseBlock() const noexcept;
-    char* allocate(std::size_t size, std::size_t capacity, TextEncoding encoding);
+    // Makes this empty text one of a given size, which may grow to a given capacity. The caller sets the bytes.
+    char* allocate(std::size_t size, std::size_t capacity, TextEncoding encoding) {
+        char* bytes = size > kSmallCapacity ? allocateBlock(size, capacity) : content_.small;
+        content_.size = size & kLargestSize;
+        content_.encoding = encoding;
+        return bytes;
+    }
+    char* allocateBlock(std::size_t size, std::size_t capacity);
     char* growInPlace(std::size_t count) noexcept;
 
     Content content_{};

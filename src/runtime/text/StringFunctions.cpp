@@ -21,9 +21,7 @@ constexpr char lowered(char letter) {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
 }
 
-bool isEqualIgnoringCase(char left, char right) {
-    return lowered(left) == lowered(right);
-}
+constexpr auto isEqualIgnoringCase = [](char left, char right) { return lowered(left) == lowered(right); };
 
 // The length in bytes of the UTF-8 character at an offset; 1 for a byte that does not start a valid
 // character.
@@ -63,6 +61,11 @@ std::size_t findIgnoringCase(std::string_view text, std::string_view find, std::
     const auto found = std::search(start, text.end(), find.begin(), find.end(), isEqualIgnoringCase);
     return found == text.end() && !find.empty() ? std::string_view::npos
                                                 : static_cast<std::size_t>(found - text.begin());
+}
+
+// The offset of the separator after a field; npos for the last field. An empty separator yields one field.
+std::size_t endOfField(std::string_view text, std::string_view separator, std::size_t begin) {
+    return separator.empty() ? std::string_view::npos : findIgnoringCase(text, separator, begin);
 }
 
 } // namespace
@@ -155,8 +158,13 @@ Integer InStrB(Integer start, const String& text, const String& find) {
 }
 
 String NthField(const String& text, const String& separator, Integer index) {
-    const Array<String> fields = Split(text, separator);
-    return index >= 1 && index - 1 <= fields.Ubound() ? fields[index - 1] : String();
+    std::size_t begin = 0;
+    std::size_t end = endOfField(text, separator, begin);
+    for (; index > 1 && end != std::string_view::npos; --index) {
+        begin = end + separator.size();
+        end = endOfField(text, separator, begin);
+    }
+    return index == 1 ? text.cut(begin, end - begin) : String();
 }
 
 Integer CountFields(const String& text, const String& separator) {
@@ -168,10 +176,8 @@ Array<String> Split(const String& text, const String& separator) {
     if (text.empty())
         return fields;
     std::size_t begin = 0;
-    while (!separator.empty()) {
-        const std::size_t end = findIgnoringCase(text, separator, begin);
-        if (end == std::string_view::npos)
-            break;
+    std::size_t end = 0;
+    while ((end = endOfField(text, separator, begin)) != std::string_view::npos) {
         fields.Append(text.cut(begin, end - begin));
         begin = end + separator.size();
     }

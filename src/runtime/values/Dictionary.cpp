@@ -5,12 +5,6 @@
 
 namespace hearthix {
 
-namespace {
-
-constexpr std::size_t kFirstCapacity = 6; // as many as a unit in a document usually has
-
-} // namespace
-
 // The position of a key; the number of entries if it is missing.
 std::size_t Dictionary::locate(const Variant& key) const {
     if (!index_.empty()) {
@@ -42,12 +36,9 @@ void Dictionary::SetValue(Variant key, Variant value) {
         Add(std::move(key), std::move(value));
 }
 
-void Dictionary::Add(Variant key, Variant value) {
-    if (entries_.capacity() == 0)
-        entries_.reserve(kFirstCapacity);
-    entries_.push_back({std::move(key), std::move(value)});
-    const bool isIndexed = !index_.empty() || entries_.size() > kUnindexed;
-    for (std::size_t i = index_.size(); isIndexed && i < entries_.size(); ++i)
+// Adds the latest entries to the index.
+void Dictionary::completeIndex() {
+    for (std::size_t i = index_.size(); i < entries_.size(); ++i)
         index_.emplace(entries_[i].key, i);
 }
 

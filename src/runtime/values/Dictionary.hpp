@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <map>
+#include <utility>
 #include <vector>
 
 namespace hearthix {
@@ -20,13 +21,16 @@ namespace hearthix {
 class Dictionary : public Object {
 public:
     struct Entry {
+        template <class KeyLike, class ValueLike>
+        Entry(KeyLike&& itsKey, ValueLike&& itsValue) noexcept
+            : key(std::forward<KeyLike>(itsKey)), value(std::forward<ValueLike>(itsValue)) {}
+
         Variant key;
         Variant value;
     };
 
-    Dictionary() = default;
     // Allocates memory for an expected number of entries.
-    explicit Dictionary(std::size_t expected) { entries_.reserve(expected); }
+    explicit Dictionary(std::size_t expected = 0) { entries_.reserve(expected); }
 
     Integer Count() const noexcept { return static_cast<Integer>(entries_.size()); }
     bool HasKey(const Variant& key) const { return find(key) != nullptr; }
@@ -35,7 +39,12 @@ public:
     // Adds or replaces.
     void SetValue(Variant key, Variant value);
     // Adds a key that is not in the table. Faster than SetValue, because it does not search.
-    void Add(Variant key, Variant value);
+    template <class KeyLike, class ValueLike>
+    void Add(KeyLike&& key, ValueLike&& value) {
+        entries_.emplace_back(std::forward<KeyLike>(key), std::forward<ValueLike>(value));
+        if (entries_.size() > kUnindexed || !index_.empty())
+            completeIndex();
+    }
     // Removes a key in linear time. Raises KeyNotFoundException if the key is missing.
     void Remove(const Variant& key);
     // Removes all entries, but keeps their memory for later ones.
@@ -54,6 +63,7 @@ private:
     static constexpr std::size_t kUnindexed = 8;
 
     std::size_t locate(const Variant& key) const;
+    void completeIndex();
     const Entry& entryAt(Integer index) const;
 
     std::vector<Entry> entries_;

@@ -26,12 +26,6 @@ bool isLessOfOneType(const Ref<Object>& left, const Ref<Object>& right) {
 
 } // namespace
 
-const String& Variant::asString() const noexcept {
-    static const String kNone;
-    const String* text = std::get_if<String>(&value_);
-    return text != nullptr ? *text : kNone;
-}
-
 Integer Variant::toInteger() const {
     if (isString())
         return ValInteger(asString());

@@ -14,7 +14,8 @@ namespace hearthix {
 class Variant {
 public:
     Variant() noexcept = default;
-    Variant(String text) noexcept : value_(std::move(text)) {}
+    Variant(const String& text) noexcept : value_(text) {}
+    Variant(String&& text) noexcept : value_(std::move(text)) {}
     Variant(const char* text) : value_(String(text)) {}
     template <std::integral Number>
     Variant(Number number) noexcept : value_(static_cast<Integer>(number)) {}
@@ -27,7 +28,10 @@ public:
 
     bool isString() const noexcept { return std::holds_alternative<String>(value_); }
     // The string; empty if the value is not a string.
-    const String& asString() const noexcept;
+    const String& asString() const noexcept {
+        const String* text = std::get_if<String>(&value_);
+        return text != nullptr ? *text : kNoText;
+    }
     // The integer; 0 if the value is not an integer.
     Integer asInteger() const noexcept {
         const Integer* number = std::get_if<Integer>(&value_);
@@ -49,6 +53,8 @@ public:
     static bool isLess(const Variant& left, const Variant& right) noexcept;
 
 private:
+    static inline const String kNoText;
+
     std::variant<std::monostate, bool, Integer, double, String, Ref<Object>> value_;
 };
 
