@@ -9,7 +9,7 @@
 #include <new>
 #include <set>
 
-#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -28,15 +28,12 @@ extern "C" int renameat2(int from, const char* old, int to, const char* fresh, u
     return tests::failExchange ? -1 : static_cast<int>(syscall(SYS_renameat2, from, old, to, fresh, flags));
 }
 
-extern "C" int linkat(int from, const char* old, int to, const char* fresh, int flags) noexcept {
-    tests::calls += "name ";
-    errno = EEXIST;
-    return tests::takenNames-- > 0 ? -1 : static_cast<int>(syscall(SYS_linkat, from, old, to, fresh, flags));
-}
-
-extern "C" int access(const char* path, int mode) noexcept {
-    errno = ENOENT;
-    return tests::failAccess ? -1 : static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, path, mode));
+extern "C" int fchown(int descriptor, uid_t owner, gid_t group) noexcept {
+    struct stat status {};
+    fstat(descriptor, &status);
+    tests::modeAtFirst = status.st_mode & 07777U;
+    errno = EPERM;
+    return tests::failOwner ? -1 : static_cast<int>(syscall(SYS_fchown, descriptor, owner, group));
 }
 
 void* operator new(std::size_t size) {
@@ -107,8 +104,7 @@ DocumentTest::DocumentTest() {
     logged.clear();
     Log::setSink([](const String& message, Integer) { logged.emplace_back(message.view()); });
     calls.clear();
-    failSync = failExchange = failAccess = false;
-    takenNames = 0;
+    failSync = failExchange = failOwner = false;
     std::string pattern = (std::filesystem::temp_directory_path() / "document-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("no folder for the test");

@@ -40,14 +40,14 @@ void writeFile(const std::filesystem::path& path, std::string_view bytes);
 
 // The lines logged in this test so far.
 inline std::vector<std::string> logged;
-// Between the code under test and the system: the calls that make a saved file last ("sync ", "name ",
-// "exchange "), whether they fail, how many names are taken already, whether the way to a nameless file is
-// barred, and the largest single allocation since this was last set to 0.
+// Between the code under test and the system: the calls "sync " and "exchange ", which calls fail, the
+// permissions of a file when its owner is set, and the largest single allocation since this was last set to
+// 0.
 inline std::string calls;
 inline bool failSync = false;
 inline bool failExchange = false;
-inline bool failAccess = false;
-inline int takenNames = 0;
+inline bool failOwner = false;
+inline unsigned modeAtFirst = 0;
 inline std::size_t largestAllocation = 0;
 
 // A limit of the system's that is lower while this lives.

@@ -1,3 +1,4 @@
+#include "runtime/values/Clock.hpp"
 #include "runtime/values/Exceptions.hpp"
 #include "tests/document/DocumentTest.hpp"
 
@@ -21,24 +22,41 @@ protected:
     Ref<CXML> newOne = node("", {{"a", std::string(1'000'000, 'n')}});
     std::string oldBytes = plain(oldOne->SaveToString());
     std::string newBytes = plain(newOne->SaveToString());
+
+    static struct stat statusOf(const std::filesystem::path& path) {
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        return status;
+    }
 };
 
-TEST_F(FileStorage, MakesAndReplacesAFile) {
-    for (const bool spared : {false, true}) { // whether the system makes files without a name
-        failAccess = spared;
-        calls.clear();
-        EXPECT_TRUE(oldOne->SaveToFile(item("doc")));
-        EXPECT_EQ(readFile(at("doc")), oldBytes);
-        takenNames = 3;
-        EXPECT_TRUE(newOne->SaveToFile(item("doc")));
-        EXPECT_EQ(readFile(at("doc")), newBytes);
-        EXPECT_EQ(calls, spared ? "sync sync sync exchange sync "
-                                : "sync name sync sync name name name name exchange sync ")
-            << "file, folder; file, and only then the change";
-        EXPECT_EQ(names(), "doc ");
-        EXPECT_EQ(logged, Lines{});
-        std::filesystem::remove(at("doc"));
-    }
+TEST_F(FileStorage, CreatesAndReplacesAFile) {
+    EXPECT_TRUE(oldOne->SaveToFile(item("doc")));
+    EXPECT_EQ(readFile(at("doc")), oldBytes);
+    EXPECT_EQ(calls, "sync sync ") << "the file, its folder";
+    calls.clear();
+    EXPECT_TRUE(newOne->SaveToFile(item("doc")));
+    EXPECT_EQ(readFile(at("doc")), newBytes);
+    EXPECT_EQ(calls, "sync exchange sync ") << "the file first, its folder last";
+    EXPECT_EQ(names(), "doc ");
+    EXPECT_EQ(logged, Lines{});
+}
+
+TEST_F(FileStorage, NeverWritesToAFileWithItsSpareName) {
+    static clocks::Nanoseconds now;
+    now = 5'000;
+    clocks::setSourceForTest({.monotonic = [] { return now += 500; }}); // each name is tried twice
+    for (const char* name : {"5_doc", "6_doc", "7_doc"})
+        writeFile(at(name), "another file");
+    EXPECT_TRUE(oldOne->SaveToFile(item("doc")));
+    clocks::setSourceForTest({.monotonic = []() -> clocks::Nanoseconds { return 7'000; }});
+    EXPECT_THROW(newOne->SaveToFile(item("doc")), RuntimeException) << "no other name is left";
+    clocks::setSourceForTest({});
+    EXPECT_EQ(logged.back(), at("doc").string() + ": File exists");
+    for (const char* name : {"5_doc", "6_doc", "7_doc"})
+        EXPECT_EQ(readFile(at(name)), "another file");
+    EXPECT_EQ(readFile(at("doc")), oldBytes);
+    EXPECT_EQ(names(), "5_doc 6_doc 7_doc doc ");
 }
 
 TEST_F(FileStorage, LeavesTheOldContentWhenTheNewCannotBeWritten) {
@@ -51,19 +69,19 @@ TEST_F(FileStorage, LeavesTheOldContentWhenTheNewCannotBeWritten) {
                                            {"other", fullDisk ? EFBIG : EIO},
                                            {"no folder/doc", ENOENT}}) {
             logged.clear();
-            failSync = failAccess = !fullDisk;
+            failSync = !fullDisk;
             const Lowered size(RLIMIT_FSIZE, fullDisk ? 300'000 : RLIM_INFINITY);
             EXPECT_THROW(newOne->SaveToFile(item(name)), RuntimeException);
             EXPECT_EQ(logged, (Lines{kCannotWrite, at(name).string() + ": " + std::strerror(reason)}));
             EXPECT_THROW(broken->SaveToFile(item(name)), RuntimeException);
             EXPECT_EQ(readFile(at("doc")), oldBytes);
-            EXPECT_EQ(names(), "doc ") << "no half a file stays";
+            EXPECT_EQ(names(), "doc ") << "no incomplete file is left";
         }
     EXPECT_EQ(calls.find("exchange"), std::string::npos);
     EXPECT_THROW(oldOne->SaveToFile(Ref<FolderItem>::make("/")), NilObjectException);
 }
 
-TEST_F(FileStorage, KeepsBothWhenTheExchangeIsRefused) {
+TEST_F(FileStorage, KeepsBothFilesWhenTheExchangeFails) {
     writeFile(at("doc"), oldBytes);
     failExchange = true;
     EXPECT_FALSE(newOne->SaveToFile(item("doc")));
@@ -77,37 +95,54 @@ TEST_F(FileStorage, KeepsBothWhenTheExchangeIsRefused) {
                at("doc").string() + ": Invalid argument; the new content lies in " + at(spare).string()}));
 }
 
-TEST_F(FileStorage, GoesThroughLinksAndKeepsTheRights) {
+TEST_F(FileStorage, KeepsThePermissionsAndTheOwner) {
+    const std::string doc = at("doc").string();
+    const bool isRoot = geteuid() == 0; // only root can give files away
+    const mode_t before = umask(027);
+    newOne->SaveToFile(item("new"));
+    umask(before);
+    EXPECT_EQ(statusOf(at("new")).st_mode & 07777, 0640U) << "a new file follows the umask";
+    using Case = std::tuple<bool, mode_t, mode_t>;
+    for (const auto& [ownerFails, old, kept] : {Case(false, 0420, 0420), Case(false, 04755, 0755),
+                                                Case(true, 0420, 0400), Case(true, 0664, 0644)}) {
+        writeFile(doc, oldBytes);
+        ASSERT_EQ(chown(doc.c_str(), isRoot ? 4711 : geteuid(), isRoot ? 4712 : getegid()), 0);
+        ASSERT_EQ(chmod(doc.c_str(), old), 0);
+        failOwner = ownerFails;
+        EXPECT_TRUE(newOne->SaveToFile(item("doc")));
+        EXPECT_EQ(modeAtFirst, 0600U) << "until the owner is set";
+        EXPECT_EQ(statusOf(doc).st_mode & 07777, kept) << "the group has no more rights than others";
+        EXPECT_EQ(statusOf(doc).st_uid, isRoot && !ownerFails ? 4711 : geteuid());
+        EXPECT_EQ(statusOf(doc).st_gid, isRoot && !ownerFails ? 4712 : getegid());
+        std::filesystem::remove(doc);
+    }
+}
+
+TEST_F(FileStorage, FollowsSymbolicLinks) {
     std::filesystem::create_directory(at("there"));
     writeFile(at("there/doc"), oldBytes);
-    const std::string doc = at("there/doc").string();
-    ASSERT_EQ(chmod(doc.c_str(), 0420), 0);
-    const uid_t owner = geteuid() == 0 ? 4711 : geteuid(); // only root gives files away
-    ASSERT_EQ(chown(doc.c_str(), owner, owner == 4711 ? 4712 : getegid()), 0);
     for (const auto& [name, to] :
          {std::pair{"there/link", "doc"}, {"link", "there/link"}, {"there/new", "../made"}, {"loop", "loop"}})
         std::filesystem::create_symlink(to, at(name));
     for (const char* name : {"link", "there/new"})
         EXPECT_TRUE(newOne->SaveToFile(item(name))) << name;
-    EXPECT_TRUE(item("loop")->Exists()) << "the system can't tell";
+    EXPECT_TRUE(item("loop")->Exists()) << "the system cannot find out";
     EXPECT_THROW(newOne->SaveToFile(item("loop")), RuntimeException);
-    for (const char* link : {"link", "there/link"})
+    for (const char* link : {"link", "there/link", "there/new"})
         EXPECT_TRUE(std::filesystem::is_symlink(at(link))) << link;
     for (const char* file : {"there/doc", "made"})
         EXPECT_EQ(readFile(at(file)), newBytes) << file;
-    struct stat status {};
-    ASSERT_EQ(stat(doc.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0420U);
-    EXPECT_EQ(status.st_uid, owner);
-    EXPECT_EQ(status.st_gid, owner == 4711 ? 4712 : getegid());
     EXPECT_EQ(names(), "link loop made there ");
-    logged.clear();
-    EXPECT_FALSE(newOne->SaveToFile(item("there")));
-    EXPECT_TRUE(logged.at(0).ends_with(" " + std::to_string(EISDIR)));
-    EXPECT_TRUE(std::filesystem::is_directory(at("there")));
 }
 
-TEST_F(FileStorage, LoadsWhatItCan) {
+TEST_F(FileStorage, DoesNotReplaceAFolder) {
+    std::filesystem::create_directory(at("doc"));
+    EXPECT_FALSE(newOne->SaveToFile(item("doc")));
+    EXPECT_TRUE(logged.at(0).ends_with(" " + std::to_string(EISDIR)));
+    EXPECT_TRUE(std::filesystem::is_directory(at("doc")));
+}
+
+TEST_F(FileStorage, LoadsWhatIsReadable) {
     const std::string start = oldBytes.substr(0, oldBytes.size() - 7);
     const Lines notOurs{"file at: " + at("doc").string() + " is not an Hearthix binary."};
     const Lines broken{"unable to load KDBD file: doc with message: "};
@@ -128,9 +163,8 @@ TEST_F(FileStorage, LoadsWhatItCan) {
     EXPECT_TRUE(logged.empty());
 }
 
-// The child makes and replaces documents until it is killed; whatever the moment, there is a whole one, and
-// none half made.
-TEST_F(FileStorage, HoldsWholeDocumentsAfterAKill) {
+// The child process creates and replaces documents until it is killed. Spare files may be left over.
+TEST_F(FileStorage, ContainsWholeDocumentsAfterAKill) {
     writeFile(at("doc"), newBytes);
     for (unsigned round = 0; round < 25; ++round) {
         const pid_t child = fork();
@@ -144,17 +178,15 @@ TEST_F(FileStorage, HoldsWholeDocumentsAfterAKill) {
             _exit(0);
         }
         for (int i = 0; round == 0 && i < 10'000 && readFile(at("doc")) != oldBytes; ++i)
-            usleep(500); // until it saves
+            usleep(500); // until the child saves
         usleep(2000 + round * 397 % 5000);
         kill(child, SIGKILL);
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFSIGNALED(status)) << "it was to be killed while it saves";
-        const std::string left = readFile(at("doc")), made = readFile(at("new"));
-        EXPECT_TRUE(left == oldBytes || left == newBytes) << round << ": " << left.size() << " bytes";
-        EXPECT_TRUE(made == newBytes || !exists(at("new"))) << round << ": " << made.size() << " bytes";
+        ASSERT_EQ(waitpid(child, nullptr, 0), child);
+        const std::string replaced = readFile(at("doc")), created = readFile(at("new"));
+        EXPECT_TRUE(replaced == oldBytes || replaced == newBytes)
+            << round << ": " << replaced.size() << " bytes";
+        EXPECT_TRUE(created == newBytes || !exists(at("new"))) << round << ": " << created.size() << " bytes";
     }
-    EXPECT_EQ(names().find("_new"), std::string::npos);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Tables of strings and what they should be, compared byte by byte: the equality of strings ignores case.
+// Tables of strings and their expected bytes. The comparison does not ignore case, unlike that of String.
 #pragma once
 
 #include "runtime/text/String.hpp"

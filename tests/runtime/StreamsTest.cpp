@@ -11,7 +11,7 @@
 
 namespace hearthix {
 
-// Not in the unnamed namespace and not cloned: only exported symbols have names in a stack.
+// Outside of the unnamed namespace, because a stack contains the names of exported functions only.
 [[gnu::noinline]] Integer functionThatFails(const Ref<MemoryBlock>& block) {
     return block->Size() + 1;
 }
@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(MemoryBlock, RefusesBytesOutsideAndYieldsWhatIsThere) {
+TEST(MemoryBlock, RefusesNumbersOutsideAndCutsStringsAtItsEnd) {
     const String text(std::string(30, 'a'));
     MemoryBlock block(text);
     for (const Integer offset : {Integer{-1}, Integer{29}, INT64_MIN, INT64_MAX}) {
@@ -37,12 +37,12 @@ TEST(MemoryBlock, RefusesBytesOutsideAndYieldsWhatIsThere) {
     EXPECT_EQ(block.UInt16Value(4), 0xFE00);
     block.overwrite(32, "xy");
     block.overwrite(29, "bc");
-    EXPECT_EQ(text.view(), std::string(30, 'a')); // what it was made of stays
+    EXPECT_EQ(text.view(), std::string(30, 'a')); // the block is a copy
     expectRows({Row{block.StringValue(28, 99), "abc\0xy"sv}, Row{block.StringValue(99, 1), ""},
-                Row{block.StringValue(-1, 1), ""}});
+                Row{block.StringValue(-1, 1), ""}, Row{block.StringValue(0, -1), ""}});
 }
 
-TEST(Exceptions, NameTheCallsUnderWay) {
+TEST(Exceptions, NameTheCallsThatLedToThem) {
     try {
         functionThatFails(nullptr);
         FAIL();
@@ -78,7 +78,7 @@ protected:
     Ref<FolderItem> folder_;
 };
 
-TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
+TEST_F(StreamTest, ReadsTheSameFromStringBlockAndFile) {
     constexpr auto kContent = "\x01\x02\x03\x04\x05\x06\x07\x08\x09"sv;
     BinaryStream overString{String(kContent)}, overBlock(Ref<MemoryBlock>::make(String(kContent)));
     const auto overFile = BinaryStream::Open(file("a", kContent), false);
@@ -90,7 +90,7 @@ TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
         stream->LittleEndian = true;
         EXPECT_EQ(stream->ReadUInt32(), 0x07060504U);
         EXPECT_FALSE(stream->isEOF());
-        EXPECT_EQ(stream->ReadUInt32(), 0U); // two bytes short of it
+        EXPECT_EQ(stream->ReadUInt32(), 0U); // only two bytes are left
         EXPECT_TRUE(stream->isEOF());
         stream->setPosition(7);
         EXPECT_EQ(stream->Read(INT64_MAX).view(), "\x08\x09");
@@ -107,7 +107,7 @@ TEST_F(StreamTest, ReadsAlikeFromStringBlockAndFile) {
     }
 }
 
-TEST_F(StreamTest, WritesAlikeToBlockAndFile) {
+TEST_F(StreamTest, WritesTheSameToBlockAndFile) {
     const auto block = Ref<MemoryBlock>::make();
     BinaryStream overBlock(block);
     const auto overFile = BinaryStream::Create(folder_->Child("new"), false);
@@ -129,10 +129,10 @@ TEST_F(StreamTest, WritesAlikeToBlockAndFile) {
     EXPECT_EQ(contentOf(folder_->Child("new")), block->toString().view());
 }
 
-TEST_F(StreamTest, TellsWhenAFileCannotBeUsed) {
+TEST_F(StreamTest, ReportsAFileThatCannotBeUsed) {
     EXPECT_TRUE(BinaryStream::Open(folder_->Child("missing"), false).isNil());
     EXPECT_TRUE(BinaryStream::Open(folder_, false).isNil());
-    ASSERT_EQ(mkfifo((path_ + "/pipe").c_str(), 0600), 0); // nobody will ever write to it
+    ASSERT_EQ(mkfifo((path_ + "/pipe").c_str(), 0600), 0); // without a writer
     EXPECT_TRUE(BinaryStream::Open(folder_->Child("pipe"), false).isNil());
     EXPECT_TRUE(BinaryStream::Create(file("old", "old"), false).isNil());
     EXPECT_TRUE(BinaryStream::Create(folder_->Child("no")->Child("folder"), true).isNil());
@@ -145,7 +145,7 @@ TEST_F(StreamTest, TellsWhenAFileCannotBeUsed) {
     EXPECT_EQ(contentOf(folder_->Child("old")), "old");
 }
 
-TEST_F(StreamTest, StopsWhereAFileWasCut) {
+TEST_F(StreamTest, ReadsUpToTheEndOfAFileThatHasShrunk) {
     const auto stream = BinaryStream::Open(file("cut", std::string(9000, 'x')), false);
     std::filesystem::resize_file(path_ + "/cut", 5000);
     stream->setPosition(4000);
@@ -153,7 +153,7 @@ TEST_F(StreamTest, StopsWhereAFileWasCut) {
     EXPECT_TRUE(stream->isEOF());
 }
 
-TEST_F(StreamTest, FoldersNameTheirFiles) {
+TEST_F(StreamTest, FolderItemsDescribePaths) {
     const auto item = file("name.kbdb", "x");
     expectRows(
         {Row{item->Name(), "name.kbdb"}, Row{item->Parent()->ShellPath(), path_},

@@ -21,7 +21,7 @@ ConsoleApplication* theApplication = nullptr;
 
 // For exceptions that cannot reach execute. The default would be SIGABRT.
 [[noreturn]] void endAtOnce() {
-    PrintError("ended by an exception that could not be handled; the usual reason is that no memory is left");
+    PrintError("ended by an exception that could not be handled; usually there is no memory left");
     _exit(EXIT_FAILURE);
 }
 
