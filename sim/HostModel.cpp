@@ -88,7 +88,7 @@ void HostModel::hearLog(const String& line) {
 
 String HostModel::nameOf(const HostUnit& unit) const {
     const bool isMadeUp = unit.name.empty() || unit.name.view().starts_with(kMadeUpName);
-    const Variant* name = isMadeUp ? nodeNames_.find(unit.address.view().substr(0, kNodeDigits)) : nullptr;
+    const Variant* name = isMadeUp ? nodeNames_.find(unit.address.cut(0, kNodeDigits)) : nullptr;
     return name != nullptr ? name->asString() : unit.name;
 }
 

@@ -60,12 +60,8 @@ public:
 
     template <class... Args>
     static Ref make(Args&&... args) {
-        return adopt(new T(std::forward<Args>(args)...));
-    }
-    // Takes over the first reference of a new object.
-    static Ref adopt(T* fresh) noexcept {
         Ref result;
-        result.object_ = fresh;
+        result.object_ = new T(std::forward<Args>(args)...);
         return result;
     }
 

@@ -108,8 +108,14 @@ int ConsoleApplication::endBy(const RuntimeException& error, std::string_view ki
     } catch (...) {
         PrintError("a further exception was raised meanwhile");
     }
-    const std::string_view parts[] = {
-        "ended by an unhandled ", kind, detail.empty() ? "" : ": ", detail, "; version ", longVersion_, "\n"};
+    const std::string_view version = longVersion_;
+    const std::string_view parts[] = {"ended by an unhandled ",
+                                      kind,
+                                      detail.empty() ? "" : ": ",
+                                      detail,
+                                      version.empty() ? "" : "; version ",
+                                      version,
+                                      "\n"};
     for (const std::string_view part : parts)
         writeAll(STDERR_FILENO, part);
     return EXIT_FAILURE;

@@ -14,8 +14,8 @@ namespace hearthix {
 
 class ConsoleApplication {
 public:
-    // The version is part of the message about an unhandled exception.
-    explicit ConsoleApplication(const char* longVersion);
+    // The version, unless it is empty, is part of the message about an unhandled exception.
+    explicit ConsoleApplication(const char* longVersion = "");
     ConsoleApplication(const ConsoleApplication&) = delete;
     ConsoleApplication& operator=(const ConsoleApplication&) = delete;
     virtual ~ConsoleApplication();

@@ -11,8 +11,8 @@
 namespace hearthix {
 
 // The number at the start of a text, after white space: a sign, digits, a fraction and an exponent; after
-// "&h" hexadecimal and after "&b" binary digits. 0 if there is no number. Infinity if a double is too small
-// for it.
+// "&h" hexadecimal and after "&b" binary digits. 0 if there is no number, infinity if it is too large
+// for a double.
 double Val(std::string_view text);
 // Truncates toward zero. A value out of range yields the nearest Integer, NaN yields 0.
 Integer toInteger(double value);

@@ -2,8 +2,8 @@
 //
 // String keys ignore the case of ASCII letters, and a string key never equals an integer key. Replacing a
 // value keeps the key's position and its first spelling. References into the table are valid until its next
-// change. A look-up searches up to eight entries one by one; the cost of larger tables grows with the
-// logarithm of their size, whatever the keys.
+// change. A look-up compares up to eight entries one by one. In larger tables it compares about as many as
+// the logarithm of their size; no choice of keys makes it slower.
 #pragma once
 
 #include "runtime/core/Array.hpp"
