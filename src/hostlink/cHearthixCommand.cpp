@@ -8,7 +8,7 @@
 namespace hearthix {
 
 String cHearthixCommand::GetHouseCode() const {
-    // In floating point, so that no digits overflow; far beyond any letter there is none.
+    // Calculated as a double, so that long addresses do not overflow. Chr returns no character for them.
     return Chr(toInteger(Val(concat("&h", Address1)) + static_cast<double>(AscB("A"))));
 }
 
@@ -24,7 +24,7 @@ String cHearthixCommand::GetUnitCode() const {
 }
 
 void cHearthixCommand::SetUnitCode(Integer unitCode) {
-    // Two's complement on purpose, so that no number overflows.
+    // Calculated without a sign, so that the lowest number does not overflow.
     Address2 = Hex(static_cast<Integer>(static_cast<std::uint64_t>(unitCode) - 1));
 }
 

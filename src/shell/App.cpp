@@ -1,6 +1,6 @@
 #include "shell/App.hpp"
 
-#include "endpoints/AddressIndex.hpp"
+#include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cMySensors.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"

@@ -1,7 +1,7 @@
 // The driver's parts without its process: a host socket whose other end the test holds.
 #pragma once
 
-#include "endpoints/AddressIndex.hpp"
+#include "endpoints/cMSEndpoint.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "mysensors/VarTypeConverter.hpp"
 #include "shell/log/Globals.hpp"

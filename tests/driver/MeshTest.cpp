@@ -23,19 +23,19 @@ class EndpointTest : public DriverTest {};
 
 TEST_F(EndpointTest, EntersItselfUnderItsLowBytes) {
     const auto node = cMSEndpoint::create(300, 255, -1), child = cMSEndpoint::create(300, 10, 7);
-    EXPECT_EQ(cMSEndpoint::find("2cff"), node);
-    EXPECT_EQ(cMSEndpoint::find("2c0a"), child);
+    EXPECT_EQ(AddressIndex->at("2cff"), node);
+    EXPECT_EQ(AddressIndex->at("2c0a"), child);
     const auto second = cMSEndpoint::create(44, 10, 0); // shares the address, and takes the place
-    EXPECT_EQ(cMSEndpoint::find("2C0A"), second);
+    EXPECT_EQ(AddressIndex->at("2C0A"), second);
     EXPECT_EQ(node->subUnits->Value("2C0A").objectAs<cMSEndpoint>(), second.get());
-    EXPECT_TRUE(cMSEndpoint::find("2C0B").isNil());
+    EXPECT_TRUE(AddressIndex->at("2C0B").isNil());
     AddressIndex = nullptr;
     EXPECT_THROW(cMySensors().PortDataAvailable("1;2;1;0;0;5\n"), NilObjectException);
 }
 
 TEST_F(EndpointTest, StaysInTheIndexEvenWhenItsNodeIsMissing) {
     EXPECT_THROW(cMSEndpoint::create(1, 2, 0), KeyNotFoundException);
-    const auto orphan = cMSEndpoint::find("0102");
+    const auto orphan = AddressIndex->at("0102");
     ASSERT_TRUE(orphan);
     orphan->batteryLevel = 7;
     EXPECT_FALSE(orphan->getBatteryLevelFromNode());
