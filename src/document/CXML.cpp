@@ -93,13 +93,7 @@ std::vector<Ref<CXML>> CXML::containersNamed(const String& name) const {
 }
 
 Integer CXML::GetContainerCount(const String& name) const {
-    const String wanted = keyForReading(name);
-    Integer count = 0;
-    for (std::int64_t i = 1; i <= Containers.Ubound(); ++i) {
-        count += Containers[i]->Name == wanted ? 1 : 0;
-        RuntimeBackgroundTask();
-    }
-    return count;
+    return static_cast<Integer>(containersNamed(name).size());
 }
 
 Ref<CXML> CXML::GetContainer(const String& name, Integer index) const {

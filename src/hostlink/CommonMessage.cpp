@@ -25,13 +25,6 @@ constexpr Integer kNoAddress = 128;
 constexpr Integer kLeastBody = 13;
 constexpr Integer kCarriageReturn = 13;
 
-bool isOneOf(const String& letter, std::string_view letters) {
-    for (std::size_t i = 0; i < letters.size(); ++i)
-        if (RuntimeStringCompare(letter, letters.substr(i, 1)))
-            return true;
-    return false;
-}
-
 void useDefault(String& field, const String& value) {
     if (field.empty())
         field = value;
@@ -67,7 +60,7 @@ bool cHearthixCommand::InitFromCommonMessage(const String& packet) {
         HearthixSupport::ErrorPacketReceived(*this);
         return false;
     }
-    if (!isOneOf(Header, "XYLMN"))
+    if (Header.empty() || InStr(1, "XYLMN", Header) == 0)
         return false;
     PacketLength = packet.byteAt(kLength);
     if (Header == "L") {
