@@ -74,6 +74,12 @@ TEST_F(BinaryForm, TagsWhatItReadAndLeavesTheRest) {
     EXPECT_EQ(document.GetContainer("UNIT", 1)->Name.encoding(), TextEncoding::none);
 }
 
+TEST_F(BinaryForm, CarriesLongTexts) {
+    CXML document;
+    document.loadFromString(node("", {{"k", std::string(70'000, 'x')}})->SaveToString());
+    EXPECT_EQ(document.GetStringValue("k").size(), 70'000U);
+}
+
 TEST_F(BinaryForm, MergesIntoWhatIsThere) {
     const auto document = node("", {{"A", "old"}, {"b", "2"}});
     document->loadFromString(untagged(bytesOf(kExample)));

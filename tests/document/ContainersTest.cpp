@@ -19,13 +19,18 @@ protected:
 };
 
 TEST_F(Containers, AreFoundByNameAndPosition) {
-    std::string found;
-    for (const char* name : {"A", "b", "c"})
-        for (const Integer index : {-1, 0, 1, 2, 3}) {
-            const auto child = root->GetContainer(name, index);
-            found += child ? plain(child->GetStringValue("n")) : "-";
-        }
-    EXPECT_EQ(found, "--13--12---1---") << "index 0: the first child of another name";
+    struct Case {
+        const char* name;
+        Integer index;
+        const char* found; // the value n of the child; null for no child
+    };
+    for (const Case& c :
+         {Case{"A", 1, "1"}, Case{"A", 2, "3"}, Case{"A", 3, nullptr}, Case{"b", 1, "2"},
+          Case{"b", -1, nullptr}, Case{"c", 1, nullptr}, Case{"a", 0, nullptr}, Case{"b", 0, "1"}}) {
+        const auto child = root->GetContainer(c.name, c.index);
+        ASSERT_EQ(child.isNil(), c.found == nullptr) << c.name << c.index;
+        EXPECT_TRUE(child.isNil() || child->GetStringValue("n").view() == c.found) << c.name << c.index;
+    }
     EXPECT_EQ(root->GetContainerCount("A"), 2);
     EXPECT_EQ(root->GetContainerCount(""), 0);
     EXPECT_EQ(root->containersNamed("A").size(), 2U);

@@ -6,8 +6,6 @@
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Pages.hpp"
 
-#include <functional>
-
 namespace hearthix {
 namespace {
 
@@ -50,37 +48,58 @@ TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
     }
 }
 
+// Checks the packet of a record without entries, by either of the two operations that return it.
+void expectPacket(Command& command, const char* bytes) {
+    const String packet = command.GetRawCommand();
+    EXPECT_EQ(Trim(Globals::Hexify(packet)).view(), bytes);
+    EXPECT_EQ(command.GetRawMultipacket().view(), packet.view());
+    EXPECT_EQ(command.PacketLength, LenB(packet));
+    EXPECT_EQ(packet.encoding(), TextEncoding::none);
+}
+
 TEST(CommonMessage, IsWrittenByteForByte) {
     struct Case {
         const char* command;
-        std::function<void(Command&)> fill;
+        const char* address1;
+        const char* address2;
+        Integer level;
+        Integer param2;
         const char* bytes;
     };
-    const Case cases[] = {
-        {"2", [](Command& c) { c.SetHouseCode("B"), c.SetUnitCode(3); },
-         "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
-        {"2", [](Command& c) { c.SetUnitCode(3); }, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
-        {"4", [](Command& c) { c.SetHouseCode("B"), c.SetLevel(76), c.SetParam1(1), c.SetParam2(255); },
-         "58 10 61 40 4C 58 00 30 34 80 4C 01 FF 20 20 0D"},
-        {"q", [](Command& c) { c.Header = "Y", c.SetTransactionID(200), c.SetFlag("64"), c.Code = "1"; },
-         "59 10 61 C8 4C 58 40 31 71 80 00 00 00 20 20 0D"},
-        {"Z", [](Command& c) { c.DoubleMeasurement = 1.5; },
-         "58 13 61 40 4C 58 00 30 5A 80 00 00 00 00 00 00 F8 3F 0D"},
-        {"A", [](Command& c) { c.SetUnitCode(2), c.SetLevel(5), c.analog0 = "a", c.analog3 = "bc"; },
-         "58 10 61 40 4C 58 00 30 41 80 31 05 61 62 63 0D"},
-        {"X", [](Command& c) { c.SetRawData("0123456789"); },
-         "58 15 61 40 4C 58 00 30 58 0A 30 31 32 33 34 35 36 37 38 39 0D"},
-        {"", [](Command&) {}, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D"}};
-    for (const Case& c : cases) {
+    for (const Case& c : {Case{"2", "1", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
+                          Case{"2", "", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
+                          Case{"4", "1", "", 76, 255, "58 10 61 40 4C 58 00 30 34 80 4C 00 FF 20 20 0D"},
+                          Case{"", "", "", 0, 0, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D"}}) {
         Command command;
-        command.SetCommand(c.command);
-        c.fill(command);
-        const String packet = command.GetRawCommand();
-        EXPECT_EQ(Trim(Globals::Hexify(packet)).view(), c.bytes);
-        EXPECT_EQ(command.GetRawMultipacket().view(), packet.view()); // without entries
-        EXPECT_EQ(command.PacketLength, LenB(packet));
-        EXPECT_EQ(packet.encoding(), TextEncoding::none);
+        command.Command = c.command;
+        command.Address1 = c.address1;
+        command.Address2 = c.address2;
+        command.SetLevel(c.level);
+        command.SetParam2(c.param2);
+        expectPacket(command, c.bytes);
     }
+}
+
+TEST(CommonMessage, HasSpecialForms) {
+    Command quit, measurement, analog, raw;
+    quit.Header = "Y";
+    quit.SetTransactionID(200);
+    quit.SetFlag("64");
+    quit.Code = "1";
+    quit.SetCommand("q");
+    expectPacket(quit, "59 10 61 C8 4C 58 40 31 71 80 00 00 00 20 20 0D");
+    measurement.SetCommand("Z");
+    measurement.DoubleMeasurement = 1.5;
+    expectPacket(measurement, "58 13 61 40 4C 58 00 30 5A 80 00 00 00 00 00 00 F8 3F 0D");
+    analog.SetCommand("A");
+    analog.SetUnitCode(2);
+    analog.SetLevel(5);
+    analog.analog0 = "a";
+    analog.analog3 = "bc";
+    expectPacket(analog, "58 10 61 40 4C 58 00 30 41 80 31 05 61 62 63 0D");
+    raw.SetCommand("X");
+    raw.SetRawData("0123456789");
+    expectPacket(raw, "58 15 61 40 4C 58 00 30 58 0A 30 31 32 33 34 35 36 37 38 39 0D");
 }
 
 TEST(CommonMessage, IsReadByPosition) {
