@@ -56,6 +56,14 @@ protected:
         HearthixSupport::HearthixSocket->Flush();
         return test::packetsIn(host_.take());
     }
+    // Returns as text what was sent since the last call: the packets to the host, then the lines to the
+    // gateway.
+    std::string effects() {
+        std::string text;
+        for (const test::Packet& packet : sent())
+            text += test::readable(packet) + " | ";
+        return text + std::exchange(gateway_->lines, "");
+    }
     // Stops both clocks at `now`, in seconds.
     static void stopClocks(std::int64_t seconds) {
         now = seconds;

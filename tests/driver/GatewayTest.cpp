@@ -9,112 +9,93 @@
 namespace hearthix {
 namespace {
 
+using mySensors::AddressIndex;
 using test::log;
 
 class Gateway : public DriverTest {};
 
 TEST_F(Gateway, DispatchesLinesByTypeAndSubtype) {
+    stopClocks(86'400);
     setenv("TZ", "UTC0", 1);
     tzset();
-    stopClocks(86'400);
-    struct Case {
-        const char* line;
-        test::Packets host;
-        const char* reply = "";
-        bool debug = false;
-    };
-    const test::Packet getUnits = test::multi({{"mcmd", "getUnits"}});
-    for (const Case& c :
-         {Case{"10;3;0;0;6;Outside", {log("presentation packet from node: 0A03 (Outside)")}},
-          Case{"10;3;3;0;1;", {}, "10;255;3;0;1;86400\n"},
-          Case{"0;0;3;0;2;2.3", {log("mySensors gateway reports version: 2.3")}},
-          Case{"255;254;3;0;3;", {getUnits}},
-          Case{"300;3;3;0;6;", {log("sending config to node: 300;3;3;0;6;I")}, "300;3;3;0;6;I\n"},
-          Case{"0;255;3;0;9;x", {log("Gateway Message: x")}},
-          Case{"10;255;3;0;9;x", {log("Node Message: (0A) x")}},
-          Case{"10;255;3;0;11;x", {log("node (0A) sketch name: x")}},
-          Case{"10;255;3;0;12;x", {log("node (0A) sketch version: x")}},
-          Case{"0;255;3;0;14;x", {log("Gateway Ready: x")}}, Case{"10;255;3;0;14;x", {log("Node: (0A) x")}},
-          Case{"10;255;3;0;7;", {}}, Case{"10;3;2;0;2;", {}}, Case{"10;255;4;0;0;x", {}},
-          Case{"", {log("failed to parse Command: ()", 4)}},
-          Case{"1;2;3;4;5",
-               {log("malformed mySensors packet: (1;2;3;4;5)"),
-                log("failed to parse Command: (1;2;3;4;5)", 4)}}}) {
-        driver_->HandleMSCommand(c.line);
-        EXPECT_EQ(sent(), c.host) << c.line;
-        EXPECT_EQ(std::exchange(gateway_->lines, ""), c.reply) << c.line;
-    }
-    Globals::DebugMode = true;
-    for (const auto& [line, unhandled] : {std::pair{"10;255;3;0;7;", "unhandled command: 10;255;3;0;7;"},
-                                          {"10;3;2;0;2;", "unhandled command (10;3;2;0;2;)"}}) {
+    for (const auto& [line, want] :
+         {std::pair{"10;3;0;0;6;Outside", "log 2: presentation packet from node: 0A03 (Outside) | "},
+          {"10;3;3;0;1;", "10;255;3;0;1;86400\n"},
+          {"0;0;3;0;2;2.3", "log 2: mySensors gateway reports version: 2.3 | "},
+          {"255;254;3;0;3;", "J\\12\\00\\80mcmd\\08\\00getUnits | "},
+          {"300;3;3;0;6;", "log 2: sending config to node: 300;3;3;0;6;I | 300;3;3;0;6;I\n"},
+          {"0;255;3;0;9;x", "log 2: Gateway Message: x | "},
+          {"10;255;3;0;9;x", "log 2: Node Message: (0A) x | "},
+          {"10;255;3;0;11;x", "log 2: node (0A) sketch name: x | "},
+          {"10;255;3;0;12;x", "log 2: node (0A) sketch version: x | "},
+          {"0;255;3;0;14;x", "log 2: Gateway Ready: x | "},
+          {"10;255;3;0;14;x", "log 2: Node: (0A) x | "},
+          {"10;255;3;0;7;", ""},
+          {"10;3;2;0;2;", ""},
+          {"10;255;4;0;0;x", ""},
+          {"", "log 4: failed to parse Command: () | "},
+          {"1;2;3;4;5", "log 2: malformed mySensors packet: (1;2;3;4;5) | log 4: failed to parse Command: "
+                        "(1;2;3;4;5) | "}}) {
         driver_->HandleMSCommand(line);
-        EXPECT_EQ(sent().back(), log(unhandled));
+        EXPECT_EQ(effects(), want) << line;
     }
+    EXPECT_EQ(AddressIndex->Count(), 0);
 }
 
 TEST_F(Gateway, RoutesHostCommandsByTheAddress) {
-    const test::Packet badAddress =
-        log("invalid address format. mySensors addresses must be 4 bytes of NodeID ChildID in hex followed "
-            "by a period and the name of the variable type. Command not sent.");
-    struct Case {
-        const char* address;
-        test::Packets created;
-        const char* line;
-    };
-    const auto node = [](const char* name) {
-        return log(std::string("creating unit at node level for node: ") + name);
-    };
-    const auto child = [](const char* name) {
-        return log(std::string("creating child object at Address: ") + name);
-    };
-    for (const Case& c :
-         {Case{"0A03.STATUS", {node("0A"), child("0A03")}, "10;3;1;0;2;1"},
-          Case{"0a03.temp", {}, "10;3;1;0;0;1"}, Case{"0A04.IR", {child("0A04")}, "10;4;1;0;33;1"},
-          Case{"0AFF.WINDOW", {}, "10;255;1;0;29;1"}, Case{"0A03.UNKN046", {}, "10;3;1;0;-1;1"},
-          Case{"0DFF.FAN", {node("0D"), node("0D")}, "13;255;1;0;21;1"},
-          Case{"123.HUM", {node("12"), child("1223")}, "18;35;1;0;1;1"},
-          Case{"123.HUM", {child("1223")}, "18;35;1;0;1;1"}, Case{"0A03", {badAddress}, nullptr},
-          Case{"0A03.TEMP.X", {badAddress}, nullptr}, Case{"", {badAddress}, nullptr}}) {
+    const std::string node = "log 2: creating unit at node level for node: ",
+                      child = "log 2: creating child object at Address: ";
+    const std::string refused =
+        "log 2: invalid address format. mySensors addresses must be 4 bytes of NodeID ChildID in hex "
+        "followed by a period and the name of the variable type. Command not sent. | ";
+    using Case =
+        std::tuple<const char*, std::string, std::string>; // address, earlier log lines, line to the gateway
+    for (const auto& [address, logged, line] :
+         {Case{"0A03.STATUS", node + "0A | " + child + "0A03 | ", "10;3;1;0;2;1"},
+          Case{"0a03.temp", "", "10;3;1;0;0;1"}, Case{"0A04.IR", child + "0A04 | ", "10;4;1;0;33;1"},
+          Case{"0AFF.UNKN046", "", "10;255;1;0;-1;1"},
+          Case{"0DFF.FAN", node + "0D | " + node + "0D | ", "13;255;1;0;21;1"},
+          Case{"123.HUM", node + "12 | " + child + "1223 | ", "18;35;1;0;1;1"},
+          Case{"123.HUM", child + "1223 | ", "18;35;1;0;1;1"}, Case{"0A03", refused, ""},
+          Case{"0A03.TEMP.X", refused, ""}, Case{"", refused, ""}}) {
         const auto command = Ref<cHearthixCommand>::make();
         command->SetMulti("mcmd", "on");
-        command->SetMulti("addr", c.address);
+        command->SetMulti("addr", address);
         driver_->HandleHearthixCommand(command);
-        test::Packets host = c.created;
-        if (c.line != nullptr)
-            host.push_back(log(std::string("outgoing command (") + c.line + ")"));
-        EXPECT_EQ(sent(), host) << c.address;
-        const std::string line = c.line != nullptr ? std::string(c.line) + "\n" : "";
-        EXPECT_EQ(std::exchange(gateway_->lines, ""), line) << c.address;
+        const std::string sent =
+            line.empty() ? "" : "log 2: outgoing command (" + line + ") | " + line + "\n";
+        EXPECT_EQ(effects(), logged + sent) << address;
     }
 }
 
-TEST(NodeIds, FollowTheHighestOneInUse) {
-    struct Case {
-        std::vector<const char*> addresses;
-        Integer firstUsed; // a range of nodes that have units too
-        Integer lastUsed;
-        Integer id;
+// Returns the ID for a new node if these units and the units of a range of nodes exist.
+Integer newId(std::initializer_list<const char*> addresses, Integer first = 0, Integer last = -1) {
+    CXML units;
+    const auto insert = [&](const char* name, const String& address) {
+        units.InsertContainer(Ref<CXML>::make());
+        units.Containers[units.Containers.Ubound()]->Name = name;
+        units.Containers[units.Containers.Ubound()]->SetStringValue("ADDRESS", address);
     };
-    for (const Case& c :
-         {Case{{}, 0, -1, 1}, Case{{"0203.TEMP", "0103.TEMP", "0104.HUM"}, 0, -1, 3},
-          Case{{"01FF", "FC00.TEMP"}, 0, -1, 253}, Case{{"0100.TEMP", "FD00.TEMP"}, 0, -1, 254},
-          Case{{"0100.TEMP", "FE00.TEMP"}, 0, -1, 253}, Case{{}, 1, 254, 255}, Case{{}, 2, 254, 1},
-          Case{{"FF00.TEMP"}, 0, -1, 254}, Case{{"FF00.TEMP"}, 252, 254, 251}, Case{{}, 1, 255, 256},
-          Case{{"ZZ00.TEMP", "A", "", "lamp"}, 0, -1, 11}, Case{{"0b00.temp"}, 0, -1, 12}}) {
-        CXML units;
-        const auto insert = [&](const String& name, const String& address) {
-            const auto unit = Ref<CXML>::make();
-            unit->Name = name;
-            unit->SetStringValue("ADDRESS", address);
-            units.InsertContainer(unit);
-        };
-        insert("scene", "F000.TEMP"); // not a unit
-        for (const char* address : c.addresses)
-            insert("Unit", address);
-        for (Integer node = c.firstUsed; node <= c.lastUsed; ++node)
-            insert("unit", Globals::formatHexOfLowByte(node));
-        EXPECT_EQ(mySensors::chooseNodeId(units), c.id) << c.id << " " << c.firstUsed;
-    }
+    insert("scene", "F000.TEMP"); // not a unit
+    for (const char* address : addresses)
+        insert("Unit", address);
+    for (Integer node = first; node <= last; ++node)
+        insert("unit", Globals::formatHexOfLowByte(node));
+    return mySensors::chooseNodeId(units);
+}
+
+TEST(NodeIds, FollowTheHighestOneInUse) {
+    EXPECT_EQ(newId({}), 1);
+    EXPECT_EQ(newId({"0203.TEMP", "0103.TEMP", "0104.HUM"}), 3);
+    EXPECT_EQ(newId({"0b00.temp", "ZZ00.TEMP", "A", ""}), 12);
+    EXPECT_EQ(newId({"FC00.TEMP"}), 253) << "gaps stay";
+    EXPECT_EQ(newId({"0100.TEMP", "FD00.TEMP"}), 254) << "no ID is left";
+    EXPECT_EQ(newId({"0100.TEMP", "FE00.TEMP"}), 253) << "the highest gap";
+    EXPECT_EQ(newId({"FF00.TEMP"}), 254);
+    EXPECT_EQ(newId({"FF00.TEMP"}, 252, 254), 251);
+    EXPECT_EQ(newId({}, 2, 254), 1);
+    EXPECT_EQ(newId({}, 1, 254), 255);
+    EXPECT_EQ(newId({}, 1, 255), 256);
 }
 
 TEST_F(Gateway, SendsNodesTheSecondsOfTheLocalClock) {
