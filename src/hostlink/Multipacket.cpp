@@ -58,6 +58,7 @@ Array<String> cHearthixCommand::GetKeys() const {
 String cHearthixCommand::GetRawMultipacket() {
     if (MultiDict.isNil())
         return GetRawCommand();
+    // Optimised: the packet is written into memory of its exact size.
     std::size_t size = kHeaderSize;
     for (const auto& entry : MultiDict->entries())
         size += kKeySize + kNumberSize + entry.value.asString().size();

@@ -42,6 +42,15 @@ TEST_F(Gateway, DispatchesLinesByTypeAndSubtype) {
     EXPECT_EQ(AddressIndex->Count(), 0);
 }
 
+TEST_F(Gateway, NamesTheLineThatEndsTheDriver) {
+    try {
+        driver_->HandleMSCommand("5;3;3;0;0;80");
+        ADD_FAILURE() << "the battery of a child of an unknown node";
+    } catch (const KeyNotFoundException& error) {
+        EXPECT_TRUE(error.Message.view().starts_with("the gateway line \"5;3;3;0;0;80\" reports"));
+    }
+}
+
 TEST_F(Gateway, RoutesHostCommandsByTheAddress) {
     const std::string node = "log 2: creating unit at node level for node: ",
                       child = "log 2: creating child object at Address: ";
