@@ -19,7 +19,11 @@ bool takeNumber(std::string_view& line, Integer& number) {
     const std::size_t end = line.find(';');
     if (end == std::string_view::npos)
         return false;
-    number = ValInteger(line.substr(0, end));
+    // Optimised: nearly all numbers are plain digits.
+    std::string_view rest = line.substr(0, end);
+    number = takeDigits(rest);
+    if (!rest.empty())
+        number = ValInteger(line.substr(0, end));
     line.remove_prefix(end + 1);
     return true;
 }
