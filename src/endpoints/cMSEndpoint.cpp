@@ -52,8 +52,8 @@ Ref<cMSEndpoint> cMSEndpoint::createWithNode(Integer node, Integer child) {
 }
 
 cMSEndpoint::cMSEndpoint(Integer node, Integer child)
-    : RootIndexString(mySensors::rootAddressOf(node, child)), subUnits(Ref<Dictionary>::make(std::size_t{1})),
-      nodeID(node), childID(child) {
+    : nodeID(node), RootIndexString(mySensors::rootAddressOf(node, child)),
+      subUnits(Ref<Dictionary>::make(std::size_t{1})), childID(child) {
 }
 
 // Commands to the host that concern a unit as a whole: its creation and its battery level.
@@ -143,7 +143,9 @@ void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
 }
 
 void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
-    if (!subUnits->HasKey(command.SubType)) {
+    const bool hasBit = command.SubType >= 0 && command.SubType < 64;
+    const std::uint64_t bit = hasBit ? std::uint64_t{1} << static_cast<unsigned>(command.SubType) : 0;
+    if ((seenTypes & bit) == 0 && !subUnits->HasKey(command.SubType)) {
         WriteLog(concat("creating Hearthix Unit for ", command.HearthixAddressWithSubtype));
         CreateHearthixUnitForVariableType(command.SubType);
         // The payload may share the memory of a large chunk, which this entry must not keep.
@@ -151,6 +153,7 @@ void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
         first.compact();
         subUnits->SetValue(command.SubType, first);
     }
+    seenTypes |= bit;
     const bool isNumber = IsNumeric(command.PayLoad);
     // This may log, so it comes before the record is filled.
     const bool hasLevel = isNumber && mySensors::isVarTypeDimmable(command.SubType);
