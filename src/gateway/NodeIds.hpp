@@ -1,4 +1,4 @@
-// The choice of node IDs. The units of the host tell which IDs are in use: every sensor that ever sent a
+// The choice of node IDs. The units of the host show which IDs are in use: every sensor that ever sent a
 // value has a unit, and the address of a unit begins with the node ID.
 #pragma once
 

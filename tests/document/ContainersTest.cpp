@@ -4,7 +4,7 @@
 namespace hearthix::testing {
 namespace {
 
-// A root with children named a, b, a, told apart by their value n.
+// A root with children named a, b, a; their value n is their position.
 class Containers : public DocumentTest {
 protected:
     Ref<CXML> root =
@@ -53,14 +53,14 @@ TEST_F(Containers, AreReplacedAndRemoved) {
     const auto twice = root->GetContainer("b", 1);
     root->InsertContainer(twice);
     root->removeContainer(twice);
-    EXPECT_EQ(order(), "42") << "the first one goes, the second stays";
+    EXPECT_EQ(order(), "42") << "only the first of the two is removed";
     root->ReplaceContainer("c", 1, nullptr);
     EXPECT_THROW(root->GetContainerCount("b"), NilObjectException);
     root->removeContainer(Ref<CXML>());
     EXPECT_EQ(order(), "2");
 }
 
-TEST_F(Containers, AreLetGoByRelease) {
+TEST_F(Containers, AreDroppedByRelease) {
     const auto kept = root->GetContainer("b", 1);
     kept->InsertContainer(node("below", {}));
     root->SetStringValue("v", "1");
@@ -74,7 +74,7 @@ TEST_F(Containers, AreLetGoByRelease) {
     EXPECT_THROW(root->Clone(), NilObjectException);
 }
 
-TEST_F(Containers, AreDumpedForPeople) {
+TEST_F(Containers, ArePrintedAsText) {
     const auto tree =
         node("", {{"v", "two\nlines"}}, {node("a", {{"n", "1"}}, {node("", {})}), node("b", {})});
     EXPECT_EQ(plain(tree->getAsDebugData()),

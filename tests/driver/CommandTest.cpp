@@ -33,7 +33,7 @@ TEST(Command, MapsHouseAndUnitCodes) {
     }
 }
 
-TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
+TEST(Command, InvertsFlagsButKeepsTheirProperties) {
     const char* const kBits[] = {"128", "&h40", "32", " 16", "&b1000", "4x", "2", "1"};
     for (std::size_t i = 0; i < 8; ++i) {
         Command command;
@@ -48,7 +48,7 @@ TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
     }
 }
 
-// Checks the packet of a record without entries, by either of the two operations that return it.
+// Compares the packet of a record without entries. Both operations must return it.
 void expectPacket(Command& command, const char* bytes) {
     const String packet = command.GetRawCommand();
     EXPECT_EQ(Trim(Globals::Hexify(packet)).view(), bytes);
@@ -117,7 +117,7 @@ TEST(CommonMessage, IsReadByPosition) {
     EXPECT_TRUE(
         command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30 34 30 30 4C"))); // cut, and level 76
     EXPECT_EQ((std::vector{command.level, command.param1, command.param2}), (std::vector<Integer>{0, 0, 0}));
-    EXPECT_TRUE(command.fDoTransmit); // what was true stays true
+    EXPECT_TRUE(command.fDoTransmit); // never set back to false
     for (const auto& [received, stored] : {std::pair{5, 4}, {85, 84}, {1, 0}, {81, 80}, {84, 84}, {49, 49}}) {
         Command battery;
         EXPECT_TRUE(battery.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30") + ChrB(received)));
@@ -126,7 +126,7 @@ TEST(CommonMessage, IsReadByPosition) {
     }
 }
 
-TEST(CommonMessage, ReadsEachTypeInItsOwnWay) {
+TEST(CommonMessage, IsReadByItsType) {
     Command measured, wireless, log, text, loudest, error, refused;
     EXPECT_TRUE(measured.InitFromCommonMessage(fromHex("4D 10 61 40 4C 58 00 30 34 30 30 00 31 41 32 62")));
     EXPECT_EQ(measured.rawAnalog16, 0x1A2B);
@@ -166,7 +166,7 @@ TEST(Multipacket, IsWrittenByteForByte) {
                 Row{MP::convertBoolToKey(true), "true"}, Row{MP::convertBoolToKey(false), "False"}});
 }
 
-TEST(Multipacket, IsReadAsFarAsItGoes) {
+TEST(Multipacket, IsReadUpToWhereItIsCutOff) {
     using Case = std::pair<std::string_view, const char*>;
     for (const auto& [packet, want] :
          {Case("J", ""), Case("J\0\0\0mcmd\0\x02ONaddr\0\1x"sv, "mcmd=ON addr=x "),

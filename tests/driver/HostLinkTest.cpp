@@ -48,7 +48,7 @@ TEST_F(HostLinkPage, ExamplesAreWhatIsWritten) {
     EXPECT_EQ(examples, written);
 }
 
-TEST_F(HostLinkPage, ANewConnectionEndsTheOneBefore) {
+TEST_F(HostLinkPage, ANewConnectionClosesThePreviousOne) {
     ListeningSocket listener;
     ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
     Peer after;
