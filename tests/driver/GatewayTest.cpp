@@ -18,24 +18,24 @@ TEST_F(Gateway, DispatchesLinesByTypeAndSubtype) {
     stopClocks(86'400);
     setenv("TZ", "UTC0", 1);
     tzset();
+    using Case = std::pair<const char*, const char*>;
     for (const auto& [line, want] :
-         {std::pair{"10;3;0;0;6;Outside", "log 2: presentation packet from node: 0A03 (Outside) | "},
-          {"10;3;3;0;1;", "10;255;3;0;1;86400\n"},
-          {"0;0;3;0;2;2.3", "log 2: mySensors gateway reports version: 2.3 | "},
-          {"255;254;3;0;3;", "J\\12\\00\\80mcmd\\08\\00getUnits | "},
-          {"300;3;3;0;6;", "log 2: sending config to node: 300;3;3;0;6;I | 300;3;3;0;6;I\n"},
-          {"0;255;3;0;9;x", "log 2: Gateway Message: x | "},
-          {"10;255;3;0;9;x", "log 2: Node Message: (0A) x | "},
-          {"10;255;3;0;11;x", "log 2: node (0A) sketch name: x | "},
-          {"10;255;3;0;12;x", "log 2: node (0A) sketch version: x | "},
-          {"0;255;3;0;14;x", "log 2: Gateway Ready: x | "},
-          {"10;255;3;0;14;x", "log 2: Node: (0A) x | "},
-          {"10;255;3;0;7;", ""},
-          {"10;3;2;0;2;", ""},
-          {"10;255;4;0;0;x", ""},
-          {"", "log 4: failed to parse Command: () | "},
-          {"1;2;3;4;5", "log 2: malformed mySensors packet: (1;2;3;4;5) | log 4: failed to parse Command: "
-                        "(1;2;3;4;5) | "}}) {
+         {Case("10;3;0;0;6;Outside", "log 2: presentation packet from node: 0A03 (Outside) | "),
+          Case("10;3;3;0;1;", "10;255;3;0;1;86400\n"),
+          Case("0;0;3;0;2;2.3", "log 2: mySensors gateway reports version: 2.3 | "),
+          Case("255;254;3;0;3;", "J\\12\\00\\80mcmd\\08\\00getUnits | "),
+          Case("300;3;3;0;6;", "log 2: sending config to node: 300;3;3;0;6;I | 300;3;3;0;6;I\n"),
+          Case("0;255;3;0;9;x", "log 2: Gateway Message: x | "),
+          Case("10;255;3;0;9;x", "log 2: Node Message: (0A) x | "),
+          Case("10;255;3;0;11;x", "log 2: node (0A) sketch name: x | "),
+          Case("10;255;3;0;12;x", "log 2: node (0A) sketch version: x | "),
+          Case("0;255;3;0;14;x", "log 2: Gateway Ready: x | "),
+          Case("10;255;3;0;14;x", "log 2: Node: (0A) x | "), Case("10;255;3;0;7;", ""),
+          Case("10;3;2;0;2;", ""), Case("10;255;4;0;0;x", ""),
+          Case("", "log 4: failed to parse Command: () | "),
+          Case("1;2;3;4;5",
+               "log 2: malformed mySensors packet: (1;2;3;4;5) | log 4: failed to parse Command: "
+               "(1;2;3;4;5) | ")}) {
         driver_->HandleMSCommand(line);
         EXPECT_EQ(effects(), want) << line;
     }
