@@ -1,6 +1,6 @@
 // What is measured without sockets: a set line, and documents beside plain structs that hold the same tree.
 #include "document/CXML.hpp"
-#include "endpoints/AddressIndex.hpp"
+#include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "mysensors/VarTypeConverter.hpp"

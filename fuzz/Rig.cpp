@@ -1,6 +1,5 @@
 #include "fuzz/Rig.hpp"
 
-#include "endpoints/AddressIndex.hpp"
 #include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "hostlink/cHearthixCommand.hpp"

@@ -1,74 +1,48 @@
-// The Kbdb format. The writer knows one version, one byte order and one order of entries; the reader takes
-// both byte orders, entries in any order and junk in between. That is on purpose: documents come from other
-// writers too.
-#include "document/CXML.hpp"
+// Reads and writes the Kbdb format, in streams and in strings. The writer uses one version, one byte order
+// and one order of entries. The reader also accepts the other byte order, entries in any order and junk
+// between them, because documents come from other writers too.
+#include "document/TreeWalk.hpp"
 #include "runtime/files/ByteOrder.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "shell/log/Log.hpp"
 
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace hearthix {
 
 namespace {
 
-constexpr std::uint8_t kVersion = 'A';
-constexpr std::uint8_t kLittleEndianMark = 'L';
-constexpr std::uint8_t kBigEndianMark = 'B';
-constexpr std::uint8_t kValueTag = 'V';
-constexpr std::uint8_t kChildTag = 'O';
-constexpr std::uint8_t kEndTag = 'E';
+constexpr char kVersion = 'A';
+constexpr char kLittleEndianMark = 'L';
+constexpr char kBigEndianMark = 'B';
+constexpr char kValueTag = 'V';
+constexpr char kChildTag = 'O';
+constexpr char kEndTag = 'E';
 
-// Collects the small pieces of a document and hands them to the stream in large ones.
-class KbdbWriter {
-public:
-    explicit KbdbWriter(BinaryStream& stream) : stream_(stream) { stream_.LittleEndian = true; }
+void appendText(std::string& bytes, const String& text) {
+    char length[4];
+    encodeNumber(length, sizeof length, text.size(), true);
+    bytes.append(length, sizeof length).append(text.view());
+}
 
-    // A node as far as its first child: header and values.
-    void begin(const Dictionary& values) {
-        constexpr char kHeader[] = {'K', 'b', 'd', 'b', kVersion, kLittleEndianMark, ' ', ' '};
-        held_.append(kHeader, sizeof kHeader);
-        for (const auto& entry : values.entries()) {
-            tag(kValueTag);
-            text(entry.key.asString());
-            text(entry.value.asString());
-            RuntimeBackgroundTask();
-        }
+// Appends a node up to its first child.
+void appendStart(std::string& bytes, const CXML& node) {
+    bytes.append("KbdbAL  ");
+    for (const auto& entry : node.Values->entries()) {
+        bytes.push_back(kValueTag);
+        appendText(bytes, entry.key.asString());
+        appendText(bytes, entry.value.asString());
+        RuntimeBackgroundTask();
     }
-    void child(std::string_view name) {
-        tag(kChildTag);
-        text(name);
-    }
-    void end() { tag(kEndTag); }
-    void flush() {
-        stream_.Write(held_);
-        held_.clear();
-    }
-
-private:
-    static constexpr std::size_t kMostHeld = 65536;
-
-    void tag(std::uint8_t value) { held_.push_back(static_cast<char>(value)); }
-    void text(std::string_view bytes) {
-        char length[4];
-        encodeNumber(length, sizeof length, bytes.size(), true);
-        held_.append(length, sizeof length).append(bytes);
-        if (held_.size() >= kMostHeld)
-            flush();
-    }
-
-    BinaryStream& stream_;
-    std::string held_;
-};
+}
 
 void readHeader(BinaryStream& stream) {
     if (stream.Read(4) != kKbdbMagic || stream.ReadUInt8() > kVersion)
         throw RuntimeException();
     const std::uint8_t byteOrder = stream.ReadUInt8();
-    // Of the stream, and not of the node: a child's mark stays in force for the rest of its parent.
+    // The order belongs to the stream: the mark of a child also applies to the rest of its parent.
     if (byteOrder == kBigEndianMark)
         stream.LittleEndian = false;
     else if (byteOrder == kLittleEndianMark)
@@ -86,29 +60,20 @@ String readText(BinaryStream& stream, TextEncoding encoding) {
 } // namespace
 
 void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
-    struct Frame {
-        const CXML* node;
-        std::int64_t next;
-    };
-    KbdbWriter out(*stream);
-    out.begin(*Values);
-    std::vector<Frame> open{{this, 0}};
-    while (!open.empty()) {
-        Frame& frame = open.back();
-        if (frame.next > frame.node->Containers.Ubound()) {
-            out.end();
-            open.pop_back();
-            continue;
-        }
-        const Ref<CXML>& child = frame.node->Containers[frame.next++];
-        RuntimeBackgroundTask();
+    stream->LittleEndian = true;
+    // Written in one piece, because the many small pieces would take three times as long.
+    std::string bytes;
+    appendStart(bytes, *this);
+    const auto enter = [&](const Ref<CXML>& child, std::int64_t) {
         if (child.isNil())
-            continue;
-        out.child(child->Name);
-        out.begin(*child->Values);
-        open.push_back({child.get(), 0});
-    }
-    out.flush();
+            return false;
+        bytes.push_back(kChildTag);
+        appendText(bytes, child->Name);
+        appendStart(bytes, *child);
+        return true;
+    };
+    walkTree(*this, enter, [&] { bytes.push_back(kEndTag); });
+    stream->Write(bytes);
 }
 
 void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
@@ -128,7 +93,7 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
         case kChildTag: {
             const auto child = Ref<CXML>::make();
             child->Name = readText(in, TextEncoding::none);
-            // In the tree before it is read: a failure inside it keeps what was read.
+            // Appended before it is read, so that the tree keeps what was read before a failure.
             node.Containers.Append(child);
             open.push_back(child.get());
             readHeader(in);
@@ -138,6 +103,26 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
         }
         RuntimeBackgroundTask();
     }
+}
+
+String CXML::SaveToString() const {
+    const auto block = Ref<MemoryBlock>::make();
+    const auto stream = Ref<BinaryStream>::make(block);
+    SaveToBinaryData(stream);
+    stream->Close();
+    return block->StringValue(0, block->Size());
+}
+
+void CXML::loadFromString(const String& text) {
+    if (text.empty() || Left(text, 4) != kKbdbMagic)
+        return;
+    const auto stream = Ref<BinaryStream>::make(text);
+    LoadFromBinaryStream(stream);
+    stream->Close();
+}
+
+String CXML::DecodeXMLString(const String& text) const {
+    return ReplaceAll(text, "_", " ");
 }
 
 Ref<MemoryBlock> CXML::NewBinaryBlock(Integer size, const String& byteOrder) const {

@@ -1,4 +1,4 @@
-// How keys and values become UTF-8.
+// The two rules that make keys and values UTF-8.
 #pragma once
 
 #include "runtime/text/Encoding.hpp"
@@ -6,12 +6,12 @@
 
 namespace hearthix {
 
-// For a key used to look up: converts all that isn't UTF-8, untagged text too.
+// For a key to look up: converts everything that is not UTF-8, untagged text included.
 inline String keyForReading(const String& key) {
     return key.encoding() == Encodings::UTF8 ? key : ConvertEncoding(key, Encodings::UTF8);
 }
 
-// For a key or value about to be stored: untagged bytes are taken to be UTF-8 already.
+// For a key or value to store: untagged bytes are assumed to be UTF-8.
 inline String textForStoring(const String& text) {
     if (text.encoding() == TextEncoding::none)
         return DefineEncoding(text, Encodings::UTF8);

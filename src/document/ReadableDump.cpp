@@ -1,5 +1,5 @@
-// A document as text for a person. Nothing reads it back.
-#include "document/CXML.hpp"
+// Prints a document as text for people. Nothing reads this text.
+#include "document/TreeWalk.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
@@ -32,32 +32,21 @@ void writeValues(BinaryStream& stream, const Dictionary& values, Integer depth) 
 } // namespace
 
 void CXML::saveToReadableString(const Ref<BinaryStream>& stream, Integer depth) const {
-    struct Frame {
-        const CXML* node;
-        std::int64_t next;
-    };
     BinaryStream& out = *stream;
     writeValues(out, *Values, depth);
-    std::vector<Frame> open{{this, 1}};
-    while (!open.empty()) {
-        Frame& frame = open.back();
-        if (frame.next > frame.node->Containers.Ubound()) {
-            open.pop_back();
-            continue;
-        }
-        const Integer level = depth + static_cast<Integer>(open.size()) - 1;
-        const std::int64_t index = frame.next++;
-        const Ref<CXML>& child = frame.node->Containers[index];
-        out.Write(indentOf(level));
-        RuntimeBackgroundTask();
+    const auto enter = [&](const Ref<CXML>& child, std::int64_t index) {
+        if (index == 0)
+            return false;
+        out.Write(indentOf(depth));
         if (child.isNil()) {
             out.Write(concat("Container is nil at index ", Str(index), EndOfLine));
-            continue;
+            return false;
         }
         out.Write(concat("Container: ", child->Name, " "));
-        writeValues(out, *child->Values, level + 1);
-        open.push_back({child.get(), 1});
-    }
+        writeValues(out, *child->Values, ++depth);
+        return true;
+    };
+    walkTree(*this, enter, [&] { --depth; });
 }
 
 String CXML::getAsDebugData() const {

@@ -1,4 +1,4 @@
-// The values of a node, as strings and as what the strings stand for.
+// The values of a node, as strings and as other types.
 #include "document/CXML.hpp"
 #include "document/EncodingRules.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
@@ -26,7 +26,7 @@ Integer numberField(const String& text, const String& separator, Integer index) 
 
 } // namespace
 
-// The stored string under a key, or null.
+// Returns the stored string of a key, or null.
 const String* CXML::stored(const String& key) const {
     const Variant* value = Values->find(keyForReading(key));
     return value != nullptr ? &value->asString() : nullptr;

@@ -1,6 +1,5 @@
 #include "endpoints/cMSEndpoint.hpp"
 
-#include "endpoints/AddressIndex.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "ports/iAbstractPort.hpp"
@@ -14,40 +13,42 @@ namespace hearthix {
 
 using HearthixSupport::HearthixSocket;
 using HearthixSupport::WriteLog;
+using mySensors::AddressIndex;
 
-namespace {
+Ref<mySensors::AddressTable> mySensors::AddressIndex;
 
-Ref<cMSEndpoint> held(const Variant* entry) {
-    return entry != nullptr ? Ref<cMSEndpoint>(entry->objectAs<cMSEndpoint>()) : nullptr;
+void mySensors::AddressTable::enter(const Ref<cMSEndpoint>& endpoint) {
+    SetValue(endpoint->RootIndexString, endpoint);
+    auto& children = byNode_[lowByte(endpoint->nodeID)];
+    children.resize(256);
+    children[lowByte(endpoint->childID)] = endpoint.get();
 }
 
-// The form of a value. Hosts take 0 for on here; commands to a node have it the other way round.
-void setValue(cHearthixCommand& message, const cMSCommand& command) {
-    if (!IsNumeric(command.PayLoad)) {
-        message.AddMulti("mcmd", "SetDesc");
-        message.AddMulti("DATA", command.PayLoad);
-    } else if (mySensors::isVarTypeDimmable(command.SubType)) {
-        message.AddMulti("mcmd", "SetValue");
-        message.AddMulti("Valu", command.PayLoad);
-    } else {
-        message.AddMulti("mcmd", Val(command.PayLoad) == 0 ? "ON" : "OFF");
-    }
-}
-
-} // namespace
-
-Ref<cMSEndpoint> cMSEndpoint::find(const String& rootAddress) {
-    return held(mySensors::AddressIndex->find(rootAddress));
-}
-
-cMSEndpoint* cMSEndpoint::find(Integer node, Integer child) {
-    return mySensors::AddressIndex->at(node, child);
+Ref<cMSEndpoint> mySensors::AddressTable::at(const String& rootAddress) const {
+    const Variant* entry = find(rootAddress.view());
+    return Ref<cMSEndpoint>(entry != nullptr ? entry->objectAs<cMSEndpoint>() : nullptr);
 }
 
 Ref<cMSEndpoint> cMSEndpoint::create(Integer node, Integer child, Integer) {
     auto endpoint = Ref<cMSEndpoint>::make(node, child);
-    endpoint->enter();
+    if (child == mySensors::kNodeLevelChild) {
+        WriteLog(concat("creating unit at node level for node: ", Globals::formatHexOfLowByte(node)));
+        AddressIndex->enter(endpoint);
+        return endpoint;
+    }
+    WriteLog(concat("creating child object at Address: ", endpoint->RootIndexString));
+    AddressIndex->enter(endpoint);
+    const Ref<cMSEndpoint> parent = AddressIndex->at(node, mySensors::kNodeLevelChild);
+    if (parent.isNil())
+        throw KeyNotFoundException();
+    parent->subUnits->SetValue(endpoint->RootIndexString, endpoint);
     return endpoint;
+}
+
+Ref<cMSEndpoint> cMSEndpoint::createWithNode(Integer node, Integer child) {
+    if (AddressIndex->at(node, mySensors::kNodeLevelChild).isNil())
+        create(node, mySensors::kNodeLevelChild);
+    return create(node, child);
 }
 
 cMSEndpoint::cMSEndpoint(Integer node, Integer child)
@@ -55,32 +56,21 @@ cMSEndpoint::cMSEndpoint(Integer node, Integer child)
       subUnits(Ref<Dictionary>::make(std::size_t{1})), childID(child) {
 }
 
-void cMSEndpoint::enter() {
-    const Ref<cMSEndpoint> self(this);
-    const bool isNode = childID == mySensors::kNodeLevelChild;
-    WriteLog(isNode ? concat("creating unit at node level for node: ", Globals::formatHexOfLowByte(nodeID))
-                    : concat("creating child object at Address: ", RootIndexString));
-    mySensors::AddressIndex->enter(nodeID, childID, self);
-    if (isNode)
-        return;
-    cMSEndpoint* node = find(nodeID, mySensors::kNodeLevelChild);
-    if (node == nullptr)
-        throw KeyNotFoundException();
-    node->subUnits->SetValue(RootIndexString, self);
-}
-
-// What the host is told about units: their creation, and their node's battery.
+// Commands to the host that concern a unit as a whole: its creation and its battery level.
 
 void cMSEndpoint::CreateHearthixUnitForVariableType(Integer variableType) {
     const String suffix = mySensors::varTypeToSuffix(variableType);
+    // These two may log, so they come before the record is filled.
+    const String dimmable = MP::convertBoolToKey(mySensors::isVarTypeDimmable(variableType));
+    const String readOnly = MP::convertBoolToKey(mySensors::isVarTypeReadOnly(variableType));
     cHearthixCommand request;
     request.SetMulti("mcmd", "NewU");
     request.SetMulti("addr", concat(RootIndexString, ".", suffix));
     if (DeviceName.empty())
         DeviceName = concat("(", RootIndexString, ")");
     request.SetMulti("Name", concat(DeviceName, " ", suffix));
-    request.SetMulti("Dimm", MP::convertBoolToKey(mySensors::isVarTypeDimmable(variableType)));
-    request.SetMulti("RdNL", MP::convertBoolToKey(mySensors::isVarTypeReadOnly(variableType)));
+    request.SetMulti("Dimm", dimmable);
+    request.SetMulti("RdNL", readOnly);
     request.SetMulti("List", "My Sensors");
     HearthixSocket->SendCommand(request);
 }
@@ -100,8 +90,8 @@ void cMSEndpoint::CreateHearthixUnitForNode() {
 }
 
 bool cMSEndpoint::getBatteryLevelFromNode() {
-    const cMSEndpoint* node = find(nodeID, mySensors::kNodeLevelChild);
-    if (node == nullptr)
+    const Ref<cMSEndpoint> node = AddressIndex->at(nodeID, mySensors::kNodeLevelChild);
+    if (node.isNil())
         return false;
     batteryLevel = node->batteryLevel;
     return true;
@@ -120,7 +110,7 @@ void cMSEndpoint::SendOnlyBatteryLevel(Integer level) {
     }
 }
 
-// From the mesh to the host.
+// Messages of the mesh, for the host.
 
 void cMSEndpoint::HandleReceivedMSCommand(const cMSCommand& command) {
     if (command.childID == mySensors::kNodeLevelChild)
@@ -130,15 +120,15 @@ void cMSEndpoint::HandleReceivedMSCommand(const cMSCommand& command) {
 }
 
 void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
-    const String node = Globals::formatHexOfLowByte(nodeID);
+    const auto logRejected = [&](const char* reason) {
+        WriteLog(concat("node ", Globals::formatHexOfLowByte(nodeID), reason, command.RawCommand));
+    };
     if (command.messageType != mySensors::kInternal) {
-        WriteLog(concat("node ", node, " received a node level message that wasn't an internal command: ",
-                        command.RawCommand));
+        logRejected(" received a node level message that wasn't an internal command: ");
         return;
     }
     if (command.SubType != mySensors::kBatteryLevel) {
-        WriteLog(concat("node ", node, " recevied a node level internal message that wasn't a batteryLevel: ",
-                        command.RawCommand));
+        logRejected(" recevied a node level internal message that wasn't a batteryLevel: "); // (sic)
         return;
     }
     const Integer level = ValInteger(command.PayLoad);
@@ -152,38 +142,42 @@ void cMSEndpoint::handleNodeLevel(const cMSCommand& command) {
     }
 }
 
-bool cMSEndpoint::isNewType(Integer variableType) {
-    const bool hasBit = variableType >= 0 && variableType < 64;
-    const std::uint64_t bit = hasBit ? std::uint64_t{1} << static_cast<unsigned>(variableType) : 0;
-    if ((seenTypes & bit) != 0)
-        return false;
-    if (subUnits->find(variableType) == nullptr)
-        return true;
-    seenTypes |= bit;
-    return false;
-}
-
 void cMSEndpoint::handleChildLevel(const cMSCommand& command) {
-    if (isNewType(command.SubType)) {
+    const bool hasBit = command.SubType >= 0 && command.SubType < 64;
+    const std::uint64_t bit = hasBit ? std::uint64_t{1} << static_cast<unsigned>(command.SubType) : 0;
+    if ((seenTypes & bit) == 0 && !subUnits->HasKey(command.SubType)) {
         WriteLog(concat("creating Hearthix Unit for ", command.HearthixAddressWithSubtype));
         CreateHearthixUnitForVariableType(command.SubType);
+        // The payload may share the memory of a large chunk, which this entry must not keep.
         String first = command.PayLoad;
         first.compact();
         subUnits->SetValue(command.SubType, first);
     }
-    // One record for all values, which keeps its table's memory: nothing that sends another value runs until
-    // this one is sent.
+    seenTypes |= bit;
+    const bool isNumber = IsNumeric(command.PayLoad);
+    // This may log, so it comes before the record is filled.
+    const bool hasLevel = isNumber && mySensors::isVarTypeDimmable(command.SubType);
+    // Optimised: one record for all values keeps the memory of its table. No other value can be sent
+    // meanwhile.
     static cHearthixCommand message;
     message.AddMulti("addr", command.HearthixAddressWithSubtype);
-    setValue(message, command);
+    if (!isNumber) {
+        message.AddMulti("mcmd", "SetDesc");
+        message.AddMulti("DATA", command.PayLoad);
+    } else if (hasLevel) {
+        message.AddMulti("mcmd", "SetValue");
+        message.AddMulti("Valu", command.PayLoad);
+    } else {
+        // Inverted on purpose: hosts expect ON for 0, while "ON" from a host sends 1.
+        message.AddMulti("mcmd", Val(command.PayLoad) == 0 ? "ON" : "OFF");
+    }
     if (getBatteryLevelFromNode())
         message.AddMulti("Batt", Str(batteryLevel));
     HearthixSocket->SendCommand(message);
-    // The payload may be a part of a large chunk.
-    message.MultiDict->Clear();
+    message.MultiDict->Clear(); // the payload may share the memory of a large chunk
 }
 
-// From the host to the mesh: no queue, no retry, no acknowledgement.
+// Commands of the host, for the mesh. There is no queue, no retry and no acknowledgement.
 
 void cMSEndpoint::handleReceivedHearthixCommand(const Ref<cHearthixCommand>& command) {
     const Integer variableType = mySensors::SuffixToVarType(NthField(command->GetMulti("addr"), ".", 2));

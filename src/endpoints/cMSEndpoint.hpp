@@ -1,9 +1,9 @@
-// cMSEndpoint: a node of the mesh (child 255) or one child of it, and the place where the mesh's addresses
-// and the host's units meet.
+// cMSEndpoint: a node of the mesh (child 255) or one child of a node. It turns messages of the mesh into
+// commands for the host's units, and commands of the host into lines for the mesh.
 //
-// Endpoints enter themselves into mySensors.AddressIndex, which keeps them for the life of the process; a
-// second one for the same address takes the first one's place. A caller of an operation that logs holds a
-// reference of its own, since a host command that runs meanwhile may do just that.
+// mySensors.AddressIndex owns every endpoint until the process ends. A second endpoint for an address
+// replaces the first one there. An operation that logs may run a host command, which may replace an endpoint
+// in this way, so the caller of such an operation must keep its own reference to the endpoint.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
@@ -12,54 +12,82 @@
 #include "runtime/text/String.hpp"
 #include "runtime/values/Dictionary.hpp"
 
+#include <array>
 #include <cstdint>
+#include <vector>
 
 namespace hearthix {
 
 class cMSEndpoint : public Object {
 public:
-    // Makes an endpoint and enters it; the only way in which one comes to exist. The device type is dropped.
-    // A child of a node that has no endpoint raises KeyNotFoundException, and stays in the index.
-    static Ref<cMSEndpoint> create(Integer node, Integer child, Integer deviceType);
-    // The endpoint of a root address in any case, or nil.
-    static Ref<cMSEndpoint> find(const String& rootAddress);
-    // The same by the low bytes of its numbers. Borrowed, until the index changes.
-    static cMSEndpoint* find(Integer node, Integer child);
+    // Creates an endpoint and enters it in the index. The device type is ignored. If the node of a child has
+    // no endpoint, this raises KeyNotFoundException after the child was entered.
+    static Ref<cMSEndpoint> create(Integer node, Integer child, Integer deviceType = -1);
+    // Does the same, and creates the endpoint of the node first if that is missing.
+    static Ref<cMSEndpoint> createWithNode(Integer node, Integer child);
 
-    Integer nodeID = 0;          // whole, while the addresses hold its low byte
-    Integer batteryLevel = 0;    // percent, as the node sent it
-    std::uint64_t seenTypes = 0; // a bit for each variable type from 0 to 63 known to be in subUnits
-    String RootIndexString;      // the root address, such as 0A03
-    // Of a node: root address to child. Of a child: each variable type seen so far, to its first payload, of
-    // which only the key counts.
+    Integer nodeID = 0;       // the whole number; addresses contain its low byte
+    Integer batteryLevel = 0; // percent, as the node sent it
+    // Optimised: a bit for each variable type from 0 to 63 that is in subUnits. A value needs no access to
+    // that table then, which would slow down meshes of 2,500 endpoints and more.
+    std::uint64_t seenTypes = 0;
+    String RootIndexString; // the root address, such as 0A03
+    // A node: root address to child. A child: each variable type that was seen to its first payload; only the
+    // keys are used.
     Ref<Dictionary> subUnits;
     Integer childID = 0;
     Integer DeviceType = 0;
     String DeviceTypeName;
     String displaySuffix;
-    String DeviceName; // the base of the names of the host's units
+    String DeviceName; // the names of the host's units begin with it
 
-    // A set message or a battery report, as commands to the host.
+    // Handles a set message or a battery report.
     virtual void HandleReceivedMSCommand(const cMSCommand& command);
-    // Does nothing: units come from values.
+    // Does nothing, because units are created from values.
     virtual void makeSensibleDevicesFromPresentation() {}
     virtual void CreateHearthixUnitForVariableType(Integer variableType);
     virtual void CreateHearthixUnitForNode();
-    // Copies the node's level. False when the node has no endpoint.
+    // Copies the level of the node; false if the node has no endpoint.
     virtual bool getBatteryLevelFromNode();
-    // Tells the host a new level on every unit of this child, without changing their values.
+    // Reports a new level for every unit of this child, without a value.
     virtual void SendOnlyBatteryLevel(Integer level);
-    // A command of the host, as one line to the node.
+    // Sends a command of the host to the node, as one line.
     virtual void handleReceivedHearthixCommand(const Ref<cHearthixCommand>& command);
 
 private:
     friend class Ref<cMSEndpoint>;
     cMSEndpoint(Integer node, Integer child);
 
-    void enter();
     void handleNodeLevel(const cMSCommand& command);
     void handleChildLevel(const cMSCommand& command);
-    bool isNewType(Integer variableType);
 };
+
+namespace mySensors {
+
+// Every endpoint by its root address. No entry is ever removed, and only enter adds one.
+//
+// Optimised: a second table finds an endpoint by its two numbers. Every value needs two look-ups, and those
+// by address would cost half as much again as the rest of its way.
+class AddressTable : public Dictionary {
+public:
+    void enter(const Ref<cMSEndpoint>& endpoint);
+    // Returns the endpoint of a root address, in capitals or small letters; nil if there is none.
+    Ref<cMSEndpoint> at(const String& rootAddress) const;
+    // Returns the endpoint of the low bytes of two numbers; nil if there is none.
+    Ref<cMSEndpoint> at(Integer node, Integer child) const {
+        const auto& children = byNode_[lowByte(node)];
+        return Ref<cMSEndpoint>(children.empty() ? nullptr : children[lowByte(child)]);
+    }
+
+private:
+    static std::uint8_t lowByte(Integer number) noexcept { return static_cast<std::uint8_t>(number); }
+
+    std::array<std::vector<cMSEndpoint*>, 256> byNode_; // the children of a node, if it has any
+};
+
+// Nil until start-up.
+extern Ref<AddressTable> AddressIndex;
+
+} // namespace mySensors
 
 } // namespace hearthix

@@ -1,6 +1,5 @@
-// From a command of the host to the endpoint that its address names.
+// Routes a command of the host to the endpoint of its address.
 #include "gateway/cMySensors.hpp"
-#include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "shell/log/Log.hpp"
@@ -11,15 +10,11 @@ using HearthixSupport::WriteLog;
 
 namespace {
 
-// Units outlive the driver in the host, endpoints don't: a command for an unknown one makes it, from the
-// address alone.
-Ref<cMSEndpoint> createFromAddress(const String& root, const String& suffix) {
-    const Integer variableType = mySensors::SuffixToVarType(suffix);
-    const Integer node = ValInteger(concat("&h", Left(root, 2)));
-    const Integer child = ValInteger(concat("&h", Right(root, 2)));
-    if (cMSEndpoint::find(node, mySensors::kNodeLevelChild) == nullptr)
-        cMSEndpoint::create(node, mySensors::kNodeLevelChild, mySensors::kNoDeviceType);
-    return cMSEndpoint::create(node, child, variableType);
+// Units outlive the driver, endpoints do not. A command to a unit without an endpoint creates one from the
+// address.
+Ref<cMSEndpoint> createFromAddress(const String& root) {
+    return cMSEndpoint::createWithNode(ValInteger(concat("&h", Left(root, 2))),
+                                       ValInteger(concat("&h", Right(root, 2))));
 }
 
 } // namespace
@@ -42,9 +37,9 @@ void cMySensors::HandleHearthixCommand(const Ref<cHearthixCommand>& command) {
         return;
     }
     const String root = NthField(address, ".", 1);
-    Ref<cMSEndpoint> endpoint = cMSEndpoint::find(root);
+    Ref<cMSEndpoint> endpoint = mySensors::AddressIndex->at(root);
     if (endpoint.isNil())
-        endpoint = createFromAddress(root, NthField(address, ".", 2));
+        endpoint = createFromAddress(root);
     if (endpoint.isNil()) {
         WriteLog("worknode is nil in HandleHearthixCommand");
         return;

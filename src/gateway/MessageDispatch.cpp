@@ -1,7 +1,8 @@
-// The switchboard of the gateway side: what becomes of each line.
+// Dispatches each line from the gateway by its message type.
 #include "gateway/cMySensors.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
 #include "mysensors/Vocabulary.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "shell/log/Globals.hpp"
 #include "shell/log/Log.hpp"
 
@@ -37,7 +38,7 @@ void cMySensors::handleInternal(const cMSCommand& command, const String& line) {
     const String node = Globals::formatHexOfLowByte(command.nodeID);
     const String& payload = command.PayLoad;
     switch (command.SubType) {
-    case mySensors::kBatteryLevel: handleBattery(command); break;
+    case mySensors::kBatteryLevel: handleBattery(command, line); break;
     case mySensors::kTime: sendTimeToNode(command.nodeID); break;
     case mySensors::kVersion: handleVersion(command); break;
     case mySensors::kIdRequest:
@@ -68,22 +69,31 @@ void cMySensors::handleVersion(const cMSCommand& command) {
         WriteLog(concat("mySensors gateway reports version: ", command.PayLoad));
 }
 
+// Both keep a reference to the endpoint: a host command that runs inside a log line may replace it in the
+// index.
+
 void cMySensors::handleSet(const cMSCommand& command) {
-    // Held here: a host command that runs in a log line may put another endpoint into the index.
-    Ref<cMSEndpoint> endpoint(cMSEndpoint::find(command.nodeID, command.childID));
-    if (endpoint.isNil()) {
-        if (cMSEndpoint::find(command.nodeID, mySensors::kNodeLevelChild) == nullptr)
-            cMSEndpoint::create(command.nodeID, mySensors::kNodeLevelChild, mySensors::kNoDeviceType);
-        endpoint = cMSEndpoint::create(command.nodeID, command.childID, command.SubType);
-    }
+    Ref<cMSEndpoint> endpoint = mySensors::AddressIndex->at(command.nodeID, command.childID);
+    if (endpoint.isNil())
+        endpoint = cMSEndpoint::createWithNode(command.nodeID, command.childID);
     endpoint->HandleReceivedMSCommand(command);
 }
 
-// No step for the node's own endpoint here: a battery report usually comes from the node as a whole.
-void cMySensors::handleBattery(const cMSCommand& command) {
-    Ref<cMSEndpoint> endpoint(cMSEndpoint::find(command.nodeID, command.childID));
-    if (endpoint.isNil())
-        endpoint = cMSEndpoint::create(command.nodeID, command.childID, mySensors::kNoDeviceType);
+void cMySensors::handleBattery(const cMSCommand& command, const String& line) {
+    Ref<cMSEndpoint> endpoint = mySensors::AddressIndex->at(command.nodeID, command.childID);
+    try {
+        // The endpoint of the node is not created here, since a battery report usually comes from the node
+        // itself.
+        if (endpoint.isNil())
+            endpoint = cMSEndpoint::create(command.nodeID, command.childID);
+    } catch (KeyNotFoundException& error) {
+        // For the message on standard error with which the process ends.
+        error.Message =
+            concat("the gateway line \"", LeftB(line, Log::kLongestBody),
+                   "\" reports the battery of a child of an unknown node; let the sketch report it "
+                   "with child 255, or after a value");
+        throw;
+    }
     endpoint->HandleReceivedMSCommand(command);
 }
 

@@ -4,8 +4,6 @@
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 
-#include <bitset>
-
 namespace hearthix::mySensors {
 
 namespace {
@@ -23,16 +21,12 @@ Array<Integer> usedIds(const CXML& units) {
     return ids;
 }
 
-// The scan runs to its end, so the highest free ID wins, and as nobody uses 254 it usually is that one: hosts
-// and nodes have always been told then that all is full.
+// The scan does not stop at the first free ID, so the highest one wins. That is usually 254, which means that
+// no ID is left. Hosts and nodes expect this.
 Integer highestFreeId(const Array<Integer>& used, Integer fallback) {
-    std::bitset<static_cast<std::size_t>(kHighestId) + 1> taken;
-    for (const Integer id : used)
-        if (id >= 0 && id <= kHighestId)
-            taken.set(static_cast<std::size_t>(id));
     Integer free = fallback;
     for (Integer id = 1; id <= kHighestId; ++id) {
-        if (!taken.test(static_cast<std::size_t>(id)))
+        if (used.IndexOf(id) < 0)
             free = id;
         RuntimeBackgroundTask();
     }

@@ -1,16 +1,16 @@
-// Node IDs. Which ones are taken is read from the host's units: every sensor that ever sent a value has one,
-// and a unit's address begins with its node's ID.
+// The choice of node IDs. The units of the host show which IDs are in use: every sensor that ever sent a
+// value has a unit, and the address of a unit begins with the node ID.
 #pragma once
 
 #include "document/CXML.hpp"
 
 namespace hearthix::mySensors {
 
-// What chooseNodeId yields when no ID is left. As an ID of a node, 254 is never given away.
+// The result of chooseNodeId if no ID is left. 254 is never assigned to a node.
 constexpr Integer kNoIdLeft = 254;
 
-// The ID for a new node: the highest one in use plus one, and from 254 on the highest one that is free. The
-// list has a container "unit" per unit with its "Address"; an empty list yields 1.
+// Returns the ID for a new node: the highest ID in use plus one, or the highest free ID if that sum is above
+// 253. Each unit is a container "unit" with an "Address". Without units the result is 1.
 Integer chooseNodeId(const CXML& units);
 
 } // namespace hearthix::mySensors

@@ -1,4 +1,4 @@
-// What the mesh asks of a controller: time, configuration, version. Each is one line, and nothing is kept.
+// Replies to requests of the mesh: time and configuration; and the version request of the watchdog.
 #include "gateway/cMySensors.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "shell/log/Globals.hpp"

@@ -1,4 +1,4 @@
-// The receive path, from the port's bytes to lines, and the answer to a node that asks for an ID.
+// The receive path, from the port's bytes to lines, and the reply to a node that requests an ID.
 #include "gateway/cMySensors.hpp"
 
 #include "endpoints/cMSEndpoint.hpp"
@@ -27,7 +27,7 @@ void cMySensors::PortDataAvailable(const String& data) {
     mySensors::gatewayIsAlive();
     dropStaleBytes();
 
-    // What was held has no line feed, so the search begins after it.
+    // The old content has no line feed, so the search begins after it.
     std::size_t lineEnd = buffer.size();
     buffer += data;
     lineEnd = buffer.view().find(kLineFeed, lineEnd);
@@ -38,11 +38,11 @@ void cMySensors::PortDataAvailable(const String& data) {
         HandleMSCommand(line);
         RuntimeBackgroundTask();
     }
-    // A fragment may lie here for hours, and must not keep the memory of a whole chunk.
+    // A fragment may stay here for hours and must not keep the memory of a whole chunk.
     buffer.compact();
 }
 
-// The clock of the rule is the silence between two arrivals, and not the age of what is held.
+// Measures the gap between two arrivals, not the age of the buffer.
 void cMySensors::dropStaleBytes() {
     const Date now;
     if (LastDataRead && !buffer.empty() &&
@@ -61,7 +61,7 @@ void cMySensors::PortError(const String& message, Integer code) {
 }
 
 void cMySensors::gotUnitsFromHearthix(const Ref<cHearthixCommand>& command) {
-    // Held here: another list may arrive in a log line below.
+    // A local reference, because a log line below may run the arrival of another list.
     const auto units = Ref<CXML>::make();
     unitXMLFromHearthix = units;
     try {

@@ -1,12 +1,13 @@
-// cMySensors: the one object that stands between the gateway and the host.
+// cMySensors: the one object between the gateway and the host.
 //
-// It cuts the gateway's byte stream into lines, answers what the mesh asks of a controller, hands values and
-// battery levels to the endpoints, and routes the host's commands to them. Lines are handled one at a time in
-// the order of their arrival. Any log line may run a host command before it returns.
+// It cuts the gateway's byte stream into lines, answers requests of the mesh (time, configuration, node IDs),
+// passes values and battery levels to the endpoints, and routes commands of the host to them. Lines are
+// handled one at a time, in the order of arrival. Every log line may run a host command before the call
+// returns.
 //
-// Its operations are in four files: reception and node IDs in cMySensors.cpp, what becomes of a line in
-// MessageDispatch.cpp, time, configuration and version in NodeServices.cpp, and the way of a host's command
-// in CommandRouting.cpp.
+// The operations are implemented in four files: the receive path and node IDs in cMySensors.cpp, the dispatch
+// of lines in MessageDispatch.cpp, time, configuration and version in NodeServices.cpp, and the routing of
+// host commands in CommandRouting.cpp.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -23,26 +24,27 @@ namespace hearthix {
 
 class cMySensors : public iAbstractPortReceiver {
 public:
-    bool outstandingPing = false; // the next version message answers a ping and isn't logged
+    bool outstandingPing = false; // the next version message is the answer to a ping and is not logged
 
-    // A command that isn't for the driver itself: the answer to a unit request, or a command to a unit.
+    // Handles a unit list, or a command to a unit.
     virtual void HandleHearthixCommand(const Ref<cHearthixCommand>& command);
-    // Bytes from the gateway. What is left of a line after more than five seconds of silence is thrown away.
+    // Handles the complete lines and keeps the rest. The rest is discarded if the next bytes arrive more than
+    // five seconds later.
     void PortDataAvailable(const String& data) override;
-    // Every failure of the port ends the driver.
+    // Ends the driver.
     void PortError(const String& message, Integer code) override;
-    // One line without its end.
+    // Handles one line, without its line end.
     virtual void HandleMSCommand(const String& line);
-    // Seconds from midnight of 1970-01-01 on the local clock, the low 32 bits of them. No date means now.
+    // Returns the seconds since 1970-01-01 00:00 on the local clock, cut to 32 bits. No date means now.
     virtual std::uint32_t getMySensorDate(const std::optional<Date>& when) const;
     virtual void sendTimeToNode(Integer node);
     virtual void sendConfigToNode(Integer node, Integer child, const String& value);
-    // The host's list of units: picks a node ID that none of them uses for the node that waits for one.
+    // Handles the unit list of the host: assigns a node ID to the node that waits for one.
     virtual void gotUnitsFromHearthix(const Ref<cHearthixCommand>& command);
     virtual void requestVersion();
 
 private:
-    // A node without an ID, which names itself by these for now.
+    // A node without an ID and the address that it uses meanwhile.
     struct IdRequest {
         Integer nodeID;
         Integer childID;
@@ -51,17 +53,17 @@ private:
     void dropStaleBytes();
     void handleInternal(const cMSCommand& command, const String& line);
     void handleSet(const cMSCommand& command);
-    void handleBattery(const cMSCommand& command);
+    void handleBattery(const cMSCommand& command, const String& line);
     void handleVersion(const cMSCommand& command);
 
     String buffer; // the bytes after the last line feed
     std::optional<Date> LastDataRead;
     Ref<CXML> unitXMLFromHearthix;         // the latest unit list
-    std::optional<IdRequest> waitingForID; // the latest that has no answer yet
+    std::optional<IdRequest> waitingForID; // the latest request, until it is answered
 };
 
 namespace Globals {
-// The one gateway driver; nil until start-up has opened the port.
+// The one gateway driver. Nil until start-up has opened the port.
 extern Ref<cMySensors> gMySensors;
 } // namespace Globals
 

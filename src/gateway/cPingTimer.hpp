@@ -1,7 +1,7 @@
 // cPingTimer: the watchdog over the gateway's stream.
 //
-// Ten seconds without a byte from the gateway, and it asks for the gateway's version, as a ping; ten more,
-// and it ends the process. Any byte puts it back to the start.
+// After ten seconds without a byte from the gateway it sends a ping (a version request). After ten more
+// seconds it ends the process. Every byte restarts it.
 #pragma once
 
 #include "runtime/events/Timer.hpp"
@@ -12,7 +12,7 @@ class cPingTimer : public Timer {
 public:
     cPingTimer();
 
-    bool pingSent = false; // a ping is out, and nothing has come since
+    bool pingSent = false; // a ping was sent, and no byte has arrived since
 
     void Event_Action() override;
     virtual void resetTimeout();
@@ -20,10 +20,10 @@ public:
 
 namespace mySensors {
 
-// Nil until the gateway's first sign of life.
+// Nil until the gateway has connected or sent a byte.
 extern Ref<cPingTimer> gPingTimer;
 
-// A sign of life from the gateway: starts the watchdog, or puts it back to the start.
+// Starts or restarts the watchdog.
 void gatewayIsAlive();
 
 } // namespace mySensors

@@ -1,5 +1,5 @@
-// Reading and writing of the common message, the fixed packet of the host link. The reader and the writer
-// differ on purpose: each serves a different generation of hosts (docs/host-link.md lists the differences).
+// Reads and writes the common message, the fixed packet of the host link. Reader and writer differ on
+// purpose, because each serves another generation of hosts (docs/host-link.md lists the differences).
 #include "hostlink/cHearthixCommand.hpp"
 #include "runtime/files/MemoryBlock.hpp"
 #include "runtime/text/Numbers.hpp"
@@ -9,25 +9,14 @@ namespace hearthix {
 
 namespace {
 
-// Offsets of the normal form.
+// Offsets; the header file lists them all.
 constexpr std::size_t kLength = 1;
 constexpr std::size_t kVersion = 2;
-constexpr std::size_t kTransaction = 3;
-constexpr std::size_t kInterfaceType = 4;
-constexpr std::size_t kUnitClass = 5;
-constexpr std::size_t kFlags = 6;
+constexpr std::size_t kLogLevel = 2;
 constexpr std::size_t kCode = 7;
-constexpr std::size_t kCommand = 8;
-constexpr std::size_t kAddress1 = 9;
-constexpr std::size_t kAddress2 = 10;
-constexpr std::size_t kLevel = 11;
-constexpr std::size_t kParam1 = 12;
-constexpr std::size_t kParam2 = 13;
-constexpr std::size_t kSignalStrength = 15;
 constexpr std::size_t kRawData = 10;
 constexpr std::size_t kAnalogDigits = 12;
-// Offsets of the log packet.
-constexpr std::size_t kLogLevel = 2;
+constexpr std::size_t kSignalStrength = 15;
 
 constexpr Integer kHighestLogLevel = 4;
 constexpr Integer kLevelThatReadsAsZero = 76;
@@ -35,13 +24,6 @@ constexpr Integer kDefaultTransaction = 64;
 constexpr Integer kNoAddress = 128;
 constexpr Integer kLeastBody = 13;
 constexpr Integer kCarriageReturn = 13;
-
-bool isOneOf(const String& letter, std::string_view letters) {
-    for (std::size_t i = 0; i < letters.size(); ++i)
-        if (RuntimeStringCompare(letter, letters.substr(i, 1)))
-            return true;
-    return false;
-}
 
 void useDefault(String& field, const String& value) {
     if (field.empty())
@@ -58,8 +40,8 @@ void HearthixSupport::ErrorPacketReceived(const cHearthixCommand&) {
 void HearthixSupport::LogCommandReceived(const cHearthixCommand&) {
 }
 
-// The code of a sensor with a low battery is that of a full one plus 1. Codes are compared as all commands
-// are, so "q" and "u" count as 81 and 85.
+// A sensor with a low battery sends its usual code plus 1. The comparison ignores case, so "q" and "u" count
+// as 81 and 85.
 void cHearthixCommand::foldLowBattery() {
     for (const Integer code : {5, 85, 1, 81}) {
         if (Command == ChrB(code)) {
@@ -71,53 +53,56 @@ void cHearthixCommand::foldLowBattery() {
 }
 
 bool cHearthixCommand::InitFromCommonMessage(const String& packet) {
-    const auto byteString = [&](std::size_t offset) { return packet.cut(offset, 1); };
-    const auto number = [&](std::size_t offset) { return static_cast<Integer>(packet.byteAt(offset)); };
-
     RawCommonCommand = packet;
-    Header = byteString(0);
+    Header = packet.cut(0, 1);
     if (Header == "E") {
-        Code = byteString(kCode);
+        Code = packet.cut(kCode, 1);
         HearthixSupport::ErrorPacketReceived(*this);
         return false;
     }
-    if (!isOneOf(Header, "XYLMN"))
+    if (Header.empty() || InStr(1, "XYLMN", Header) == 0)
         return false;
-    PacketLength = number(kLength);
+    PacketLength = packet.byteAt(kLength);
     if (Header == "L") {
-        // A level byte above the highest level is no level but the first byte of the text.
-        LogData = number(kLogLevel);
-        const bool hasLevel = LogData <= kHighestLogLevel;
+        // A larger byte is not a level but the first byte of the text.
+        const bool hasLevel = packet.byteAt(kLogLevel) <= kHighestLogLevel;
+        LogData = hasLevel ? packet.byteAt(kLogLevel) : kHighestLogLevel;
         LogMessage = packet.cut(hasLevel ? kLogLevel + 1 : kLogLevel);
-        LogData = hasLevel ? LogData : kHighestLogLevel;
         HearthixSupport::LogCommandReceived(*this);
         return true;
     }
-
-    Version = byteString(kVersion);
-    TransactionID = number(kTransaction);
-    InterfaceType = byteString(kInterfaceType);
-    UnitClass = byteString(kUnitClass);
-    Flags = number(kFlags);
-    ParseFlags();
-    Code = byteString(kCode);
-    Command = byteString(kCommand);
-    foldLowBattery();
-    Address1 = byteString(kAddress1);
-    Address2 = byteString(kAddress2);
-    level = number(kLevel);
-    if (level == kLevelThatReadsAsZero)
-        level = 0;
-    param1 = number(kParam1);
-    param2 = number(kParam2);
-    if (InterfaceType == "P")
-        HearthixSupport::gSignalStrength = number(kSignalStrength);
-    if (Header == "M")
-        rawAnalog16 = ValInteger(concat("&h", packet.cut(kAnalogDigits, 4)));
+    readFields(packet);
     return true;
 }
 
-// What follows the address bytes, filler included; it depends on the command.
+// Reads the fields of the normal form in the order of the packet.
+void cHearthixCommand::readFields(const String& packet) {
+    std::size_t offset = kVersion;
+    const auto nextText = [&] { return packet.cut(offset++, 1); };
+    const auto nextNumber = [&] { return static_cast<Integer>(packet.byteAt(offset++)); };
+    Version = nextText();
+    TransactionID = nextNumber();
+    InterfaceType = nextText();
+    UnitClass = nextText();
+    Flags = nextNumber();
+    ParseFlags();
+    Code = nextText();
+    Command = nextText();
+    foldLowBattery();
+    Address1 = nextText();
+    Address2 = nextText();
+    level = nextNumber();
+    if (level == kLevelThatReadsAsZero)
+        level = 0;
+    param1 = nextNumber();
+    param2 = nextNumber();
+    if (InterfaceType == "P")
+        HearthixSupport::gSignalStrength = packet.byteAt(kSignalStrength);
+    if (Header == "M")
+        rawAnalog16 = ValInteger(concat("&h", packet.cut(kAnalogDigits, 4)));
+}
+
+// Returns the bytes between the addresses and the filler. They depend on the command.
 String cHearthixCommand::commandForm() const {
     if (Command == "Z") {
         MemoryBlock measurement(8);

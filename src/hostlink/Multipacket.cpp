@@ -1,10 +1,10 @@
-// Reading and writing of the multipacket, the key and value packet of the host link.
+// Reads and writes the multipacket, the key and value packet of the host link.
 #include "hostlink/cHearthixCommand.hpp"
 #include "runtime/files/BinaryStream.hpp"
 #include "runtime/files/ByteOrder.hpp"
 #include "runtime/text/StringFunctions.hpp"
 
-#include <cstring>
+#include <algorithm>
 
 namespace hearthix {
 
@@ -12,49 +12,22 @@ namespace {
 
 constexpr std::size_t kHeaderSize = 4;
 constexpr std::size_t kFlagsOffset = 3;
-constexpr Integer kKeySize = 4;
+constexpr std::size_t kKeySize = 4;
 constexpr std::uint8_t kLittleEndianFlag = 128;
 constexpr std::size_t kNumberSize = 2;
-constexpr std::size_t kExpectedEntries = 8;
+constexpr std::size_t kUsualEntries = 8;
 
-// The four-byte form of a key: padded with blanks at the left, or cut to its last four bytes.
+// Returns the four-byte form of a key: padded with blanks at the left, or its last four bytes.
 String wireKey(const String& key) {
-    return LenB(key) == kKeySize ? key : RightB(concat("    ", key), kKeySize);
+    return key.size() == kKeySize ? key : RightB(concat("    ", key), kKeySize);
 }
-
-// Writes a packet front to back into memory of its size.
-class PacketWriter {
-public:
-    explicit PacketWriter(char* target) : at_(target) {}
-
-    void put(std::string_view bytes) {
-        if (!bytes.empty())
-            std::memcpy(at_, bytes.data(), bytes.size());
-        at_ += bytes.size();
-    }
-    void putByte(std::uint8_t value) { *at_++ = static_cast<char>(value); }
-    void putKey(const String& key) {
-        if (key.size() == static_cast<std::size_t>(kKeySize))
-            put(key.view());
-        else
-            put(wireKey(key));
-    }
-    // Cut to the low 16 bits, as the format has no more.
-    void putNumber(std::size_t value) {
-        encodeNumber(at_, kNumberSize, value, true);
-        at_ += kNumberSize;
-    }
-
-private:
-    char* at_;
-};
 
 } // namespace
 
 Dictionary& cHearthixCommand::pairs() {
     isMultiPacket = true;
     if (MultiDict.isNil())
-        MultiDict = Ref<Dictionary>::make(kExpectedEntries);
+        MultiDict = Ref<Dictionary>::make(kUsualEntries);
     return *MultiDict;
 }
 
@@ -85,20 +58,28 @@ Array<String> cHearthixCommand::GetKeys() const {
 String cHearthixCommand::GetRawMultipacket() {
     if (MultiDict.isNil())
         return GetRawCommand();
+    // Optimised: the packet is written into memory of its exact size.
     std::size_t size = kHeaderSize;
     for (const auto& entry : MultiDict->entries())
-        size += static_cast<std::size_t>(kKeySize) + kNumberSize + entry.value.asString().size();
-
-    return String::build(size, TextEncoding::none, [&](char* target) {
-        PacketWriter packet(target);
-        packet.put("J");
-        packet.putNumber(size);
-        packet.putByte(kLittleEndianFlag);
+        size += kKeySize + kNumberSize + entry.value.asString().size();
+    return String::build(size, TextEncoding::none, [&](char* at) {
+        const auto put = [&at](std::string_view bytes) { at = std::copy(bytes.begin(), bytes.end(), at); };
+        // Cut to 16 bits, because the format has no more.
+        const auto putNumber = [&at](std::size_t number) {
+            encodeNumber(at, kNumberSize, number, true);
+            at += kNumberSize;
+        };
+        put("J");
+        putNumber(size);
+        put("\x80");
         for (const auto& entry : MultiDict->entries()) {
             const String& value = entry.value.asString();
-            packet.putKey(entry.key.asString());
-            packet.putNumber(value.size());
-            packet.put(value.view());
+            const std::string_view key = entry.key.asString();
+            const std::size_t keySize = std::min(key.size(), kKeySize);
+            put(std::string_view("    ").substr(keySize));
+            put(key.substr(key.size() - keySize));
+            putNumber(value.size());
+            put(value);
         }
     });
 }
@@ -108,7 +89,7 @@ bool cHearthixCommand::initFromMultiPacket(const String& packet) {
     RawCommonCommand = packet;
     MultiFlags = packet.byteAt(kFlagsOffset);
     LittleEndian = (packet.byteAt(kFlagsOffset) & kLittleEndianFlag) != 0;
-    MultiDict = Ref<Dictionary>::make(kExpectedEntries);
+    MultiDict = Ref<Dictionary>::make(kUsualEntries);
     BinaryStream stream(packet);
     stream.LittleEndian = LittleEndian;
     stream.setPosition(kHeaderSize);

@@ -3,20 +3,17 @@
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 
-#include <array>
-
 namespace hearthix {
 
 String cHearthixCommand::GetHouseCode() const {
-    // In floating point, so that no digits overflow; far beyond any letter there is none.
+    // Calculated as a double, so that long addresses do not overflow. Chr returns no character for them.
     return Chr(toInteger(Val(concat("&h", Address1)) + static_cast<double>(AscB("A"))));
 }
 
 void cHearthixCommand::SetHouseCode(const String& houseCode) {
-    static constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOP";
-    for (std::size_t i = 0; i < kLetters.size(); ++i)
-        if (RuntimeStringCompare(houseCode, kLetters.substr(i, 1)))
-            Address1 = Hex(static_cast<Integer>(i));
+    const Integer position = InStr(1, "ABCDEFGHIJKLMNOP", houseCode);
+    if (LenB(houseCode) == 1 && position > 0)
+        Address1 = Hex(position - 1);
 }
 
 String cHearthixCommand::GetUnitCode() const {
@@ -24,25 +21,21 @@ String cHearthixCommand::GetUnitCode() const {
 }
 
 void cHearthixCommand::SetUnitCode(Integer unitCode) {
-    // Two's complement on purpose, so that no number overflows.
+    // Calculated without a sign, so that the lowest number does not overflow.
     Address2 = Hex(static_cast<Integer>(static_cast<std::uint64_t>(unitCode) - 1));
 }
 
 void cHearthixCommand::ParseFlags() {
-    struct FlagBit {
-        std::uint64_t bit;
-        bool cHearthixCommand::*property;
+    const auto setIf = [this](bool& property, std::uint64_t bit) {
+        property = property || Bitwise::BitAnd(static_cast<std::uint64_t>(Flags), bit) != 0;
     };
-    static constexpr std::array<FlagBit, 7> kBits{{{128, &cHearthixCommand::fDoTransmit},
-                                                   {64, &cHearthixCommand::fCCM},
-                                                   {32, &cHearthixCommand::fAddressOnly},
-                                                   {16, &cHearthixCommand::fCommandOnly},
-                                                   {8, &cHearthixCommand::fWireless},
-                                                   {4, &cHearthixCommand::fPassThrough},
-                                                   {2, &cHearthixCommand::fStacked}}};
-    for (const FlagBit& each : kBits)
-        if (Bitwise::BitAnd(static_cast<std::uint64_t>(Flags), each.bit) != 0)
-            this->*each.property = true;
+    setIf(fDoTransmit, 128);
+    setIf(fCCM, 64);
+    setIf(fAddressOnly, 32);
+    setIf(fCommandOnly, 16);
+    setIf(fWireless, 8);
+    setIf(fPassThrough, 4);
+    setIf(fStacked, 2);
 }
 
 void cHearthixCommand::SetFlag(const String& bit) {

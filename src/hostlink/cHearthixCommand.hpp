@@ -1,11 +1,11 @@
-// cHearthixCommand: the one record for everything exchanged with the host, in either direction.
+// cHearthixCommand: the record for everything exchanged with the host, in both directions.
 //
-// A received packet fills only the properties of its kind. To send, make a record, fill it with SetMulti (a
-// multipacket) or with the setters (a common message) and hand it to the host socket. A position beyond the
-// end of a packet reads as empty or 0, and no range is checked; what looks at entries raises
-// NilObjectException on a record that has none.
+// A received packet fills the properties of its kind only. To send, create a record, fill it with SetMulti (a
+// multipacket) or with the setters (a common message) and pass it to the host socket. Bytes beyond the end of
+// a packet read as empty or 0, and numbers are not checked. GetMulti, GetKeys, hasKey and MakeAck raise
+// NilObjectException on a record that never had an entry.
 //
-// The normal common message, one byte a field:
+// The normal common message, one byte per field:
 //
 //   0 type  1 length of the whole packet  2 version  3 transaction  4 interface type  5 unit class  6 flags
 //   7 code  8 command  9 address 1  10 address 2  11 level  12 parameter 1  13 parameter 2  14 blank  15 CR
@@ -15,9 +15,8 @@
 //   0 "J"  1-2 length of the whole packet, little-endian  3 flags, 128: numbers are little-endian  4 entries
 //   an entry: 0-3 key  4-5 length of the value  6 value
 //
-// docs/host-link.md has both in full, with worked bytes. Of the operations, those on the common message stand
-// in CommonMessage.cpp, those on the multipacket in Multipacket.cpp, the texts for people in
-// CommandDescriptions.cpp, and what both share in cHearthixCommand.cpp.
+// docs/host-link.md describes both, with example bytes. The operations are implemented in CommonMessage.cpp,
+// Multipacket.cpp, CommandDescriptions.cpp (texts for people) and, for the rest, cHearthixCommand.cpp.
 #pragma once
 
 #include "runtime/core/Array.hpp"
@@ -30,8 +29,8 @@ namespace hearthix {
 
 class cHearthixCommand : public Object {
 public:
-    // The common message. One-byte fields are strings of length 1 or empty; numbers from a packet are
-    // unsigned bytes.
+    // The common message. One-byte fields are strings of length 0 or 1; numbers of a packet are unsigned
+    // bytes.
     String Header;
     Integer PacketLength = 0;
     String Version;
@@ -46,20 +45,17 @@ public:
     Integer level = 0;
     Integer param1 = 0;
     Integer param2 = 0;
-    // Its flags, one by one.
+    // The bits of Flags.
     bool fDoTransmit = false;
-    bool fCCM = false; // the command is for this driver and not for a unit
+    bool fCCM = false; // the command is for this driver, not for a unit
     bool fAddressOnly = false;
     bool fCommandOnly = false;
     bool fWireless = false;
     bool fPassThrough = false;
     bool fStacked = false;
-    bool LowBattery = false; // the command code as received said so
-    // What commands that have a form of their own carry.
-    String analog0;
-    String analog1;
-    String analog2;
-    String analog3;
+    bool LowBattery = false; // the received command code was one of a low battery
+    // Fields of special commands and packet types.
+    String analog0, analog1, analog2, analog3;
     Integer rawAnalog16 = 0;
     double DoubleMeasurement = 0;
 
@@ -68,90 +64,92 @@ public:
     String LogMessage;
 
     // The multipacket.
+    // A record with isMultiPacket and no MultiDict must not be sent: GetRawCommand and GetRawMultipacket
+    // would call each other until the stack overflows. SetMulti and initFromMultiPacket set both.
     bool isMultiPacket = false;
-    Ref<Dictionary> MultiDict; // nil until the first use
+    Ref<Dictionary> MultiDict; // nil until the first entry
     Integer MultiFlags = 0;
     bool LittleEndian = false;
 
-    // Of either kind.
-    String RawCommonCommand; // the whole packet as received
-    Date TimeStamp;          // the moment of construction
+    // Both kinds.
+    String RawCommonCommand; // the whole received packet
+    Date TimeStamp;          // the time of construction
 
-    // Part of the record as its users know it; nothing here uses them.
+    // Part of the record's definition, but unused.
     String Name;
     bool WaitForAck = false;
     bool fSecurity = false;
     double SentAtTicks = 0;
 
-    // Reads a common message. True when the record now holds a packet of an accepted type.
+    // Reads a common message. Returns whether its type is accepted.
     virtual bool InitFromCommonMessage(const String& packet);
-    // The whole record for a person, over several lines that end in a carriage return.
+    // Returns the whole record as readable text. Its lines end in a carriage return.
     virtual String DebugString() const;
     virtual String GetCommandCodeDescription() const;
-    // "A" for an address that is no hexadecimal digit.
+    // Returns "A" if the address is not a hexadecimal digit.
     virtual String GetHouseCode() const;
-    // Decimal text from 1 on; "1" for an address that is no hexadecimal digit.
+    // Returns a decimal number from 1; "1" if the address is not a hexadecimal digit.
     virtual String GetUnitCode() const;
     virtual String GetCommandCode() const { return Command; }
-    // A letter from A to P; anything else changes nothing.
+    // Accepts a letter from A to P and ignores everything else.
     virtual void SetHouseCode(const String& houseCode);
     virtual void SetUnitCode(Integer unitCode);
-    // Flips the bit in Flags: setting one twice clears it there, while its property stays true.
+    // Inverts a bit of Flags. A second call clears the bit there, while its property stays true.
     virtual void SetFlag(const String& bit);
-    // Sets the property of each bit in Flags; clears none.
+    // Sets the property of each bit in Flags, and clears none.
     virtual void ParseFlags();
     virtual void SetCommand(const String& command) { Command = command; }
-    // The packet to send, in the form that the record calls for. Stores the defaults of empty fields into the
-    // record. A common message without an Address2 loses its Address1 as well, and goes out a byte shorter.
+    // Returns the packet to send and stores defaults in empty fields. A common message without an Address2
+    // loses its Address1 too and is a byte shorter.
     virtual String GetRawCommand();
     virtual Integer GetTransactionID() const { return TransactionID; }
     virtual void SetTransactionID(Integer transactionID) { TransactionID = transactionID; }
-    // One line with command and address, for logs.
+    // Returns command and address in one line.
     virtual String GetLogLine() const;
     virtual void SetLevel(Integer value) { level = value; }
-    // Puts raw data into the address fields, for the command "X".
+    // Stores raw data in the address fields, for the command "X".
     virtual void SetRawData(const String& data);
     virtual void SetParam1(Integer value) { param1 = value; }
     virtual void SetParam2(Integer value) { param2 = value; }
     virtual String GetErrorCodeDescription() const;
-    // The value under a key, which is brought to its four-byte form first; empty when it is missing. Like
-    // GetKeys and hasKey it raises NilObjectException on a record that never had an entry.
+    // Returns the value of a key, or an empty string. Here and in hasKey the key is first padded or cut to
+    // four bytes.
     virtual String GetMulti(const String& key) const;
     virtual Array<String> GetKeys() const;
-    // The packet of a multipacket; of a record without entries, its common message.
+    // Returns the multipacket, or the common message if there are no entries.
     virtual String GetRawMultipacket();
-    // Reads a multipacket. Always true: what is cut off yields a shorter value.
+    // Reads a multipacket. Always returns true; an incomplete packet yields a shorter value.
     virtual bool initFromMultiPacket(const String& packet);
-    // Stores a pair under the key exactly as given; only writing brings it to four bytes.
+    // Stores a pair under the key as given. Only the packet contains the key's four-byte form.
     virtual void SetMulti(const String& key, const String& value);
-    // The same for a key that the record is known not to hold.
+    // Stores a pair faster, under a key that the record does not contain yet.
     void AddMulti(const String& key, const String& value);
-    // A new record that acknowledges this one by its "PkID".
+    // Returns a new record that acknowledges this one by its "PkID".
     virtual Ref<cHearthixCommand> MakeAck() const;
-    // The raw data of a received "X" command.
+    // Returns the raw data of a received "X" command.
     virtual String GetSendRawData() const;
     virtual bool hasKey(const String& key) const;
 
 private:
     Dictionary& pairs();
+    void readFields(const String& packet);
     void foldLowBattery();
     String commandForm() const;
 };
 
 namespace HearthixSupport {
 
-// The latest signal strength that the host has sent. Kept for callers that know it; nothing here uses it.
+// The latest signal strength from the host; unused.
 extern Integer gSignalStrength;
 
-// Called for each error packet and each log packet from the host. They do nothing.
+// Hooks for error packets and log packets from the host. They do nothing.
 void ErrorPacketReceived(const cHearthixCommand& command);
 void LogCommandReceived(const cHearthixCommand& command);
 
 } // namespace HearthixSupport
 
-// Values of multipackets.
 namespace MP {
-// "true" and "False": the host knows the two words in just this case.
+// Returns "true" or "False" (sic), the two words that the host knows.
 String convertBoolToKey(bool value);
 } // namespace MP
 

@@ -1,6 +1,5 @@
 #include "hostlink/cHearthixDeviceSocket.hpp"
 
-#include "runtime/files/BinaryStream.hpp"
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/StringFunctions.hpp"
@@ -8,13 +7,6 @@
 #include "shell/log/Log.hpp"
 
 namespace hearthix {
-
-namespace {
-
-constexpr Integer kSmallestMultipacket = 5; // bytes in the buffer before the first one is believed
-constexpr std::size_t kCommonLengthOffset = 1;
-
-} // namespace
 
 Ref<cHearthixDeviceSocket> HearthixSupport::HearthixSocket;
 
@@ -44,56 +36,37 @@ void cHearthixDeviceSocket::SendLog(const String& message, Integer level) {
     Write(concat("L", ChrB(LenB(body) + 2), body));
 }
 
+// An incomplete common message does not end the loop, which then never ends: the host must deliver each
+// common message in one piece.
 void cHearthixDeviceSocket::Event_DataAvailable() {
+    constexpr std::size_t kLeastMultipacket = 5; // fewer bytes are always read as a common message
     Buffer += ReadAll();
-    while (LenB(Buffer) > 0) {
-        if (LenB(Buffer) >= kSmallestMultipacket && LeftB(Buffer, 1) == "J") {
-            if (takeMultipacket() == Turn::waitForMore)
-                break;
-        } else {
-            takeCommonMessage();
-        }
+    while (!Buffer.empty()) {
+        const bool isMulti = Buffer.size() >= kLeastMultipacket && LeftB(Buffer, 1) == "J";
+        const std::size_t length = Buffer.byteAt(1) + (isMulti ? 256U * Buffer.byteAt(2) : 0U);
+        const bool isComplete = length <= Buffer.size();
+        const bool goesOn = isComplete ? handlePacket(length, isMulti) : !isMulti;
+        if (!goesOn)
+            break;
         RuntimeBackgroundTask();
     }
 }
 
-// Cut out before it is handled: a handler can run this event again.
-String cHearthixDeviceSocket::cutFromBuffer(Integer length) {
-    String packet = LeftB(Buffer, length);
-    Buffer.removeFront(packet.size());
-    return packet;
-}
-
-cHearthixDeviceSocket::Turn cHearthixDeviceSocket::takeMultipacket() {
-    BinaryStream header(Buffer);
-    header.Read(1);
-    header.LittleEndian = true;
-    const Integer length = header.ReadUInt16();
-    header.Close();
-    if (LenB(Buffer) < length)
-        return Turn::waitForMore;
-    const String packet = cutFromBuffer(length);
+// False if the loop must end. The packet leaves the buffer before it is handled, because the handler may run
+// the data event again.
+bool cHearthixDeviceSocket::handlePacket(std::size_t length, bool isMulti) {
+    const String packet = Buffer.cut(0, length);
+    Buffer.removeFront(length);
     const auto command = Ref<cHearthixCommand>::make();
-    if (!command->initFromMultiPacket(packet)) {
-        SendLog("mySensors: unable to parse multipacket", 1);
-        return Turn::waitForMore;
-    }
-    handler_(command);
-    return Turn::goOn;
-}
-
-// A message that is not all there leaves the buffer as it is, and the caller's loop looks at it again and
-// again: the host delivers each common message in one piece.
-void cHearthixDeviceSocket::takeCommonMessage() {
-    const Integer length = Buffer.byteAt(kCommonLengthOffset);
-    if (length > LenB(Buffer))
-        return;
-    const String packet = cutFromBuffer(length);
-    const auto command = Ref<cHearthixCommand>::make();
-    if (command->InitFromCommonMessage(packet))
+    if (isMulti ? command->initFromMultiPacket(packet) : command->InitFromCommonMessage(packet)) {
         handler_(command);
+        return true;
+    }
+    if (isMulti)
+        SendLog("mySensors: unable to parse multipacket", 1);
     else
         SendLog("mySensors: Received malformed packet from host", 4);
+    return !isMulti;
 }
 
 void CommandSupportModule::GetUnitsFromHearthix() {

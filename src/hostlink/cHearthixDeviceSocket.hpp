@@ -1,14 +1,14 @@
-// cHearthixDeviceSocket: the one connection from the driver back to the host.
+// cHearthixDeviceSocket: the connection from the driver back to the host.
 //
-// It says who it is when the connection comes up, cuts the host's byte stream into packets, hands each to its
-// command handler, and writes commands and log lines. SendCommand and SendLog only buffer; the bytes leave
-// with the next Poll or pass of the event loop.
+// It sends the opening line when the connection is up, cuts the host's byte stream into packets, passes each
+// packet to its command handler, and sends commands and log lines. SendCommand and SendLog only buffer the
+// bytes; the next Poll or pass of the event loop sends them.
 //
-// A handler that logs polls this socket, so the data event can run again inside itself; every packet is gone
-// from the buffer before it is handled, so none is handled twice.
+// A handler that logs polls this socket, so the data event can run inside itself. Each packet leaves the
+// buffer before it is handled, so none is handled twice.
 //
-// The framing trusts the host (docs/host-link.md says with what): a common message that has arrived only in
-// part, and a length of 0, keep the event turning without end.
+// The framing trusts the host (see docs/host-link.md): an incomplete common message or a length of 0 keeps
+// the data event in its loop without end.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
@@ -21,29 +21,25 @@ class cHearthixDeviceSocket : public TCPSocket {
 public:
     using CommandHandler = void (*)(const Ref<cHearthixCommand>&);
 
-    // Gets every well-formed packet.
+    // The handler receives every packet that was read.
     explicit cHearthixDeviceSocket(CommandHandler handler) : handler_(handler) {}
 
-    // Tells the host which of its children this is; set before Connect.
+    // Identifies this process to the host; set it before Connect.
     String ConnectionID;
 
     void Event_Connected() override;
-    // Any failure, the host's closing among them, ends the driver.
+    // Ends the driver, also when the host closes the connection.
     void Event_Error(const RuntimeException& error) override;
     void Event_DataAvailable() override;
     virtual void SendCommand(cHearthixCommand& command);
-    // Packs a line of at most 249 bytes; a longer one is cut.
+    // Sends at most 249 characters of the message.
     virtual void SendLog(const String& message, Integer level);
 
 private:
-    enum class Turn { goOn, waitForMore };
+    bool handlePacket(std::size_t length, bool isMulti);
 
-    Turn takeMultipacket();
-    void takeCommonMessage();
-    String cutFromBuffer(Integer length);
-
-    // So that no portion of a long stream ends inside a packet's first bytes, which would hold the loop
-    // above.
+    // Makes every read end with a packet, because a packet's first bytes alone would keep the data event in
+    // its loop.
     void noteArrived(std::string_view bytes) override { boundary_.pass(bytes); }
     std::size_t missingBytes() const noexcept override { return boundary_.missing(); }
 
@@ -53,15 +49,15 @@ private:
 };
 
 namespace HearthixSupport {
-// The one host socket; nil until the connection is opened.
+// The one host socket. Nil until the connection is opened.
 extern Ref<cHearthixDeviceSocket> HearthixSocket;
 
-// Makes the host socket, whichever it is at the time of a line, the sink of the log.
+// Sends log lines to the current HearthixSocket.
 void logToHost();
 } // namespace HearthixSupport
 
 namespace CommandSupportModule {
-// Asks the host for its list of units. The answer comes later, as a "setUnits" multipacket.
+// Requests the unit list of the host. The reply is a later "setUnits" multipacket.
 void GetUnitsFromHearthix();
 } // namespace CommandSupportModule
 

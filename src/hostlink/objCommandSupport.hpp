@@ -1,5 +1,4 @@
-// The command codes of security sensors. None has one here: all are empty and stay so, and a comparison with
-// one is a comparison with the empty string.
+// The command codes of security sensors. They are empty and stay empty, so only an empty command equals them.
 #pragma once
 
 #include "runtime/text/String.hpp"

@@ -16,9 +16,12 @@ constexpr std::array kSuffixes{
     "IR",   "IR",    "FLOW",      "VOLUME",  "LOCK",     "LEVEL",    "VOLTAGE", "CURRENT", // 32 to 39
     "RGB",  "RGBW",  "ID",        "PREFIX",  "COOL",     "HEAT"};                          // 40 to 45
 
+static_assert(kSuffixes.size() == mySensors::kLastVariableType + 1,
+              "the last variable type must be changed too");
+
 constexpr Integer kFan = 21;
 
-// The second and later numbers that share a suffix with an earlier one.
+// These numbers share their suffix with a lower number.
 bool isSkipped(Integer number) {
     return number == 30 || number == 31 || number == 20;
 }
@@ -30,7 +33,7 @@ void mySensors::createVarTypeConverter() {
     Integer number = 0;
     for (const char* suffix : kSuffixes)
         varTypeConverter->SetValue(number++, suffix);
-    // The hosts' name for 21, put over the protocol's own.
+    // Replaces the protocol's own name, because hosts know this one.
     varTypeConverter->SetValue(kFan, "FAN");
 
     for (const Variant& key : varTypeConverter->Keys())

@@ -1,16 +1,17 @@
-// The two-way table of variable types: their number in the MySensors serial API, and the short name, the
-// suffix, that the host's unit addresses end in.
+// The two-way table of variable types: the number in the MySensors serial API, and the suffix, the short name
+// at the end of the host's unit addresses.
 #pragma once
 
 #include "runtime/values/Dictionary.hpp"
 
 namespace hearthix::mySensors {
 
-// Integer keys give suffixes, string keys give numbers. Nil until start-up builds it; read only afterwards.
+constexpr Integer kLastVariableType = 45;
+
+// Integer keys have suffixes as values, string keys have numbers. Nil until start-up; read-only afterwards.
 extern Ref<Dictionary> varTypeConverter;
 
-// Builds the table anew. Where several numbers share a suffix it leads back to the first of them, apart from
-// "IR", which leads to the last.
+// Creates the table. A suffix of several numbers leads to the lowest of them, but "IR" leads to the highest.
 void createVarTypeConverter();
 
 } // namespace hearthix::mySensors

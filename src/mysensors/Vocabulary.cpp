@@ -2,6 +2,7 @@
 
 #include "mysensors/VarTypeConverter.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "shell/log/Log.hpp"
 
 #include <algorithm>
@@ -12,91 +13,53 @@ namespace hearthix {
 
 namespace {
 
-constexpr std::array kMessageTypes{"presentation", "SET value", "REQuest value", "internal", "stream"};
+// Each list contains a number, a blank and its name per entry.
 
-constexpr std::array kAcks{"normal message", "ack response"};
+constexpr const char* kMessageTypes = "0 presentation|1 SET value|2 REQuest value|3 internal|4 stream";
 
-constexpr std::array kPresentations{"Door",
-                                    "Motion",
-                                    "Smoke",
-                                    "Binary",
-                                    "Dimmer",
-                                    "window covering",
-                                    "Temperature",
-                                    "Humidity",
-                                    "Barometer",
-                                    "Wind Speed",
-                                    "Rain",
-                                    "UV",
-                                    "weight",
-                                    "Power",
-                                    "Heater",
-                                    "Distance",
-                                    "Light",
-                                    "Arduino",
-                                    "Arduino Repeater",
-                                    "Lock",
-                                    "IR",
-                                    "Water Meter",
-                                    "Air Quality",
-                                    "Custom",
-                                    "Dust Level",
-                                    "Scene Controller",
-                                    "RGB",
-                                    "RGBW",
-                                    "Color",
-                                    "HVAC",
-                                    "Multimeter",
-                                    "Sprinkler",
-                                    "Water Leak",
-                                    "Sound",
-                                    "Vibration",
-                                    "Moisture"};
+constexpr const char* kAcks = "0 normal message|1 ack response";
 
-constexpr std::array kInternals{"battery level",
-                                "requesting time",
-                                "requesting version info",
-                                "requesting new node ID",
-                                "sending new ID",
-                                "start/stop inclusion mode",
-                                "requesting config",
-                                "find parent",
-                                "find parent response",
-                                "log message",
-                                "child transfer message",
-                                "node reporting sketch name",
-                                "node reporting sketch version",
-                                "request for node reboot",
-                                "gateway reports ready",
-                                "signing request",
-                                "request nonce",
-                                "nonce response"};
+constexpr const char* kPresentations =
+    "0 Door|1 Motion|2 Smoke|3 Binary|4 Dimmer|5 window covering|6 Temperature|7 Humidity|8 Barometer|"
+    "9 Wind Speed|10 Rain|11 UV|12 weight|13 Power|14 Heater|15 Distance|16 Light|17 Arduino|"
+    "18 Arduino Repeater|19 Lock|20 IR|21 Water Meter|22 Air Quality|23 Custom|24 Dust Level|"
+    "25 Scene Controller|26 RGB|27 RGBW|28 Color|29 HVAC|30 Multimeter|31 Sprinkler|32 Water Leak|"
+    "33 Sound|34 Vibration|35 Moisture";
 
-constexpr Integer kLastVariableType = 45;
+constexpr const char* kInternals =
+    "0 battery level|1 requesting time|2 requesting version info|3 requesting new node ID|"
+    "4 sending new ID|5 start/stop inclusion mode|6 requesting config|7 find parent|"
+    "8 find parent response|9 log message|10 child transfer message|11 node reporting sketch name|"
+    "12 node reporting sketch version|13 request for node reboot|14 gateway reports ready|"
+    "15 signing request|16 request nonce|17 nonce response";
 
 constexpr std::array<Integer, 10> kNotDimmable{2, 15, 16, 19, 20, 29, 30, 31, 36, 43};
 constexpr std::array<Integer, 23> kWritable{2,  3,  15, 19, 20, 21, 22, 24, 25, 26, 27, 28,
                                             29, 30, 31, 32, 33, 36, 40, 41, 42, 44, 45};
 
-const char* nameOf(std::span<const char* const> names, Integer number) {
-    const bool known = number >= 0 && number < static_cast<Integer>(names.size());
-    return known ? names[static_cast<std::size_t>(number)] : nullptr;
+// Returns the name of a number, or an empty string.
+String nameOf(const String& list, Integer number) {
+    const String key = Str(number) + " ";
+    for (const String& entry : Split(list, "|"))
+        if (Left(entry, Len(key)) == key)
+            return Mid(entry, Len(key) + 1);
+    return {};
 }
 
-String nameOrUnknown(std::span<const char* const> names, Integer number) {
-    const char* name = nameOf(names, number);
-    return name != nullptr ? name : "unknown";
+String nameOrUnknown(const String& list, Integer number) {
+    const String name = nameOf(list, number);
+    return name.empty() ? "unknown" : name;
 }
 
-// At least three digits, after the sign of a negative number.
+// Returns at least three digits, after the sign of a negative number.
 String threeDigits(Integer number) {
-    const auto value = static_cast<std::uint64_t>(number);
-    const String digits = Str(number < 0 ? ~value + 1 : value);
-    return concat(number < 0 ? "-" : "", String("000").cut(std::min<std::size_t>(digits.size(), 3)), digits);
+    const bool isNegative = number < 0;
+    const String digits = Mid(Str(number), isNegative ? 2 : 1);
+    return concat(isNegative ? "-" : "", Left("000", 3 - Len(digits)), digits);
 }
 
 bool isVarType(Integer number) {
-    return number >= 0 && number <= kLastVariableType;
+    return number >= 0 && number <= mySensors::kLastVariableType;
 }
 
 bool isKnownVarType(Integer variableType) {
@@ -121,8 +84,8 @@ String mySensors::describeAck(Integer ack) {
 }
 
 String mySensors::DescribePresentationSubType(Integer subType) {
-    const char* name = nameOf(kPresentations, subType);
-    return name != nullptr ? String(name) : concat("Unknown ", threeDigits(subType));
+    const String name = nameOf(kPresentations, subType);
+    return name.empty() ? concat("Unknown ", threeDigits(subType)) : name;
 }
 
 String mySensors::DescribeInteralMessageType(Integer subType) {
@@ -130,7 +93,7 @@ String mySensors::DescribeInteralMessageType(Integer subType) {
 }
 
 String mySensors::varTypeToSuffix(Integer variableType) {
-    // The numbers come first in it, in order.
+    // The first entries of the table are those of the numbers, in order.
     const Dictionary& table = *varTypeConverter;
     return isVarType(variableType) ? table.ValueAt(variableType).asString()
                                    : concat("UNKN", threeDigits(variableType));

@@ -1,4 +1,4 @@
-// The numbers of the MySensors serial API, as names for people and as properties of host units.
+// The numbers of the MySensors serial API: their names for people, and what they mean for the host's units.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -11,12 +11,10 @@ constexpr Integer kSet = 1;
 constexpr Integer kRequest = 2;
 constexpr Integer kInternal = 3;
 constexpr Integer kStream = 4;
-// The child that stands for the node as a whole.
+// The child ID of the node itself.
 constexpr Integer kNodeLevelChild = 255;
-// The device type of an endpoint that no presentation has named.
-constexpr Integer kNoDeviceType = -1;
 
-// The subtypes of internal messages that the driver acts on.
+// The subtypes of internal messages that the driver handles.
 enum InternalType : Integer {
     kBatteryLevel = 0,
     kTime = 1,
@@ -32,15 +30,15 @@ enum InternalType : Integer {
 String describeMessageType(Integer messageType);
 String describeAck(Integer ack);
 String DescribePresentationSubType(Integer subType);
-String DescribeInteralMessageType(Integer subType);
+String DescribeInteralMessageType(Integer subType); // (sic)
 
-// The suffix of a variable type; "UNKN" and the number for one that the table lacks.
+// Returns the suffix of a variable type, or "UNKN" and the number for an unknown one.
 String varTypeToSuffix(Integer variableType);
-// The variable type of a suffix in any case; -1 when there is none.
+// Returns the variable type of a suffix in capitals or small letters, or -1.
 Integer SuffixToVarType(const String& suffix);
 
-// Whether a unit for this variable carries a level, and whether it can't be commanded. An unknown type counts
-// as both, and is logged.
+// Return whether a unit for this variable has a level, and whether it is read-only. Both are true for an
+// unknown type, and they log it. The log line may run a host command before they return.
 bool isVarTypeDimmable(Integer variableType);
 bool isVarTypeReadOnly(Integer variableType);
 

@@ -14,19 +14,17 @@ namespace {
 
 constexpr std::size_t kNumbers = 5;
 
-// Takes the number and the ";" after it off the front of a line. False when there is no ";".
+// Reads a number and removes it and the ";" behind it from the line. False if there is no ";".
 bool takeNumber(std::string_view& line, Integer& number) {
-    std::string_view rest = line;
+    const std::size_t end = line.find(';');
+    if (end == std::string_view::npos)
+        return false;
+    // Optimised: nearly all numbers are plain digits.
+    std::string_view rest = line.substr(0, end);
     number = takeDigits(rest);
-    // Nearly all are plain digits; what else stands there is read as any number is.
-    if (!rest.starts_with(';')) {
-        const std::size_t end = line.find(';');
+    if (!rest.empty())
         number = ValInteger(line.substr(0, end));
-        if (end == std::string_view::npos)
-            return false;
-        rest = line.substr(end);
-    }
-    line = rest.substr(1);
+    line.remove_prefix(end + 1);
     return true;
 }
 
@@ -84,10 +82,7 @@ String cMSCommand::describeSubType() const {
 }
 
 String mySensors::rootAddressOf(Integer node, Integer child) {
-    const auto first = Globals::hexDigits(static_cast<std::uint8_t>(node));
-    const auto second = Globals::hexDigits(static_cast<std::uint8_t>(child));
-    const char address[] = {first[0], first[1], second[0], second[1]};
-    return String(std::string_view(address, sizeof address), TextEncoding::utf8);
+    return Globals::formatHexOfLowByte(node).append(Globals::formatHexOfLowByte(child));
 }
 
 } // namespace hearthix

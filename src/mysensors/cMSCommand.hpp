@@ -1,9 +1,9 @@
-// cMSCommand: one MySensors message, as a line of the serial API taken apart.
+// cMSCommand: one MySensors message, parsed from a line of the serial API.
 //
 //   node-id ; child-sensor-id ; command ; ack ; type ; payload
 //
-// Five decimal numbers and a text, separated by ";"; the line end is gone by now. Junk in a number reads as
-// 0, no range is checked, and what follows a sixth ";" is dropped.
+// Five decimal numbers and a text, separated by ";", without a line end. A number that does not begin with
+// digits reads as 0, no range is checked, and fields after the sixth are ignored.
 #pragma once
 
 #include "runtime/core/Object.hpp"
@@ -13,10 +13,10 @@ namespace hearthix {
 
 class cMSCommand : public Object {
 public:
-    // Parses the line; good tells whether it was one.
+    // Parses the line and stores in good whether that succeeded.
     explicit cMSCommand(const String& line);
 
-    String RawCommand; // stays empty: hosts know the log lines that quote it without a text
+    String RawCommand; // always empty, as hosts expect of the log lines that quote it
     Integer nodeID = 0;
     Integer childID = 0;
     Integer messageType = 0;
@@ -25,9 +25,9 @@ public:
     String PayLoad;
     String rootAddress; // two hexadecimal digits of the node, two of the child
     bool good = false;
-    String HearthixAddressWithSubtype; // the unit's address; of a set message only
+    String HearthixAddressWithSubtype; // the address of the unit; empty unless this is a set message
 
-    // Fills in the properties. False, and everything as it was, for a line of fewer than six fields.
+    // Fills the properties. For a line of fewer than six fields it returns false and changes nothing.
     virtual bool parseCommand(const String& line);
 
 private:
@@ -36,7 +36,7 @@ private:
 };
 
 namespace mySensors {
-// The root address of a child, from the low byte of each number: node 10, child 3 is 0A03.
+// Returns the root address, built from the low byte of each number: node 10, child 3 is 0A03.
 String rootAddressOf(Integer node, Integer child);
 } // namespace mySensors
 

@@ -1,6 +1,6 @@
 #include "shell/App.hpp"
 
-#include "endpoints/AddressIndex.hpp"
+#include "endpoints/cMSEndpoint.hpp"
 #include "gateway/cMySensors.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "hostlink/cHearthixDeviceSocket.hpp"
@@ -34,14 +34,16 @@ void logDetail(const String& message) {
 } // namespace
 
 Integer App::Event_Run(const Array<String>& arguments) {
+    // For people who start the driver by hand. A host always passes more arguments.
     if (arguments.Ubound() < kConnectionID)
-        explainUse();
+        PrintError(
+            "usage: hearthix-mysensors DEVICE|IP HOST PORT ID [GATEWAY PORT]; see man hearthix-mysensors");
     if (arguments.Ubound() == 1) {
         printBanner();
         drain();
         return 0;
     }
-    // Known to hosts as it stands; the version in it follows neither the banner's nor the release's.
+    // Hosts know this text. Its version is independent of the banner and of the release.
     const String readyText = "mySensors Serial Remote Control interface version 1.2 (build 005) ready.";
     Random random;
     DoEvents(random.InRange(100, 500));
@@ -68,14 +70,9 @@ void App::printBanner() const {
         Print(String(line) + Chr(13));
 }
 
-// For people who start it by hand; a host's command line is never that short.
-void App::explainUse() const {
-    PrintError("usage: hearthix-mysensors DEVICE|IP HOST PORT ID [GATEWAY PORT]; see man hearthix-mysensors");
-}
-
 bool App::connectToHost(const Array<String>& arguments) const {
     const Integer start = Ticks();
-    // Read in this order: the first one missing raises.
+    // The first missing argument raises OutOfBoundsException.
     const String& address = arguments[kHostAddress];
     const Integer port = ValInteger(arguments[kHostPort]);
     HearthixSupport::OpenHearthixConnection(address, port, arguments[kConnectionID]);
@@ -92,7 +89,7 @@ void App::openGateway(const Array<String>& arguments) const {
         Globals::gAbstractedPort = Ref<cSerialPortAbstractor>::make(transport);
         return;
     }
-    // From the end: hosts may put arguments of their own in between.
+    // Counted from the end, because hosts may insert arguments of their own.
     const String& address = arguments[arguments.Ubound() - 1];
     const Integer port = ValInteger(arguments[arguments.Ubound()]);
     logDetail(concat("mySensors making IP connection to (", address, ") port (", Str(port), ")"));
@@ -107,7 +104,7 @@ void App::runUntilQuit() const {
     Globals::gAbstractedPort->PortClose();
 }
 
-// About a second in which pending writes to the host still leave.
+// Runs events for about a second, so that pending writes to the host are sent.
 void App::drain() const {
     for (int i = 1; i <= 100; ++i) {
         DoEvents(10);

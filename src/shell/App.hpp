@@ -1,4 +1,4 @@
-// App: the driver's whole life, from the arguments to the exit status.
+// App: the process, from its arguments to its exit status.
 #pragma once
 
 #include "runtime/process/ConsoleApplication.hpp"
@@ -9,24 +9,23 @@ class App : public ConsoleApplication {
 public:
     App() : ConsoleApplication(kLongVersion) {}
 
-    // The one object of this class, from the start of the process to its end.
+    // Returns the only object of this class.
     static App& instance() { return static_cast<App&>(ConsoleApplication::instance()); }
 
-    Integer SleepTime = 0; // kept for callers that know it; nothing here uses it
+    Integer SleepTime = 0; // unused
 
-    // Arguments: transport ("IP" or a serial port's name), host address, host port, connection ID, and for a
-    // TCP gateway its address and port as the last two. One argument alone prints the banner. 0 on every
-    // orderly way out.
+    // Arguments: transport ("IP" or the name of a serial port), host address, host port, connection ID, and
+    // for "IP" the address and port of the gateway as the last two. A single argument prints the banner.
+    // Returns 0 unless an exception ends the process.
     Integer Event_Run(const Array<String>& arguments) override;
-    // Prints the stack and lets the process end.
+    // Prints the stack. The process ends afterwards.
     bool Event_UnhandledException(const RuntimeException& error) override;
 
-    // The release's version; the banner and the ready text have numbers of their own, as hosts know them.
+    // The version of the release. Banner and ready text contain other numbers, which hosts expect.
     static constexpr const char* kLongVersion = "1.0.3 (build 005)";
 
 private:
     void printBanner() const;
-    void explainUse() const;
     bool connectToHost(const Array<String>& arguments) const;
     void openGateway(const Array<String>& arguments) const;
     void runUntilQuit() const;

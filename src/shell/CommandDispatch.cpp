@@ -20,7 +20,7 @@ void quit(const String& notice) {
 void handleControllerCommand(const cHearthixCommand& command) {
     const String& code = command.Command;
     if (code == "Q") {
-        quit("The drugre has been asked to quit. (1)");
+        quit("The drugre has been asked to quit. (1)"); // (sic)
     } else if (code == "P") {
         quit("The drugre has been asked to quit. (2)");
     } else if (code == "D") {
@@ -38,11 +38,10 @@ void answerPing() {
     HearthixSocket->SendCommand(answer);
 }
 
-// The stray apostrophe stays: hosts know the line with it.
 void setDebugMode(bool on) {
     Globals::DebugMode = on;
     HearthixSupport::WriteLog(on ? "MySensors plugin debug mode is now on"
-                                 : "MySensors plugin debug mode is now off'");
+                                 : "MySensors plugin debug mode is now off'"); // (sic)
 }
 
 } // namespace

@@ -1,14 +1,13 @@
-// What becomes of each packet from the host.
+// The dispatch of packets from the host.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
 
 namespace hearthix::CommandSupportModule {
 
-// Settles quit, debug, raw data and the host's ping. All other multipackets are the gateway driver's; any
-// other common message for the controller is dropped. A common message that isn't for the controller has no
-// entries to look at and ends in a NilObjectException, as does a command for the gateway that comes before
-// the gateway driver exists.
+// Handles quit, debug, raw data and ping. Other multipackets go to the gateway driver; other common messages
+// for the controller are ignored. NilObjectException is raised by a common message that is not for the
+// controller, because it has no entries, and by a command for the gateway before the gateway driver exists.
 void HandleIncomingCommand(const Ref<cHearthixCommand>& command);
 
 } // namespace hearthix::CommandSupportModule

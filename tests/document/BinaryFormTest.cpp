@@ -29,8 +29,8 @@ TEST_F(BinaryForm, IsWrittenByteByByte) {
     EXPECT_EQ(plain(block->toString()), "1KbdbAL  E");
 }
 
-// What comes out of bytes: the tree, or what was read ahead of an exception.
-TEST_F(BinaryForm, IsReadForgivingly) {
+// Documents and the trees that are read from them, up to an exception if there is one.
+TEST_F(BinaryForm, AcceptsUnusualDocuments) {
     struct Case {
         std::string hex;
         const char* text;
@@ -45,10 +45,10 @@ TEST_F(BinaryForm, IsReadForgivingly) {
         {"4B 62 64 63 41 4C 20 20 45", "", true},
         {"4B 62 64 62 41 42 20 20 56 00000001 61 00000001 31 45", "a=1 "},
         {"4B 62 64 62 41 42 20 20 4F 00000001 63" + kHeader + "45" + a1 + "45",
-         "a=1 c{} "}, // the child's order stays
+         "a=1 c{} "}, // the byte order of the child applies
         {kHeader + child + "4B 62 64 62 41 42 20 20 45 56 00000001 61 00000001 31 45", "a=1 c{} "},
         {kHeader + child + "4B 62 64 62 41 00 20 20" + a1 + "4545",
-         "c{a=1 } "}, // the root's holds, without a mark
+         "c{a=1 } "}, // without a mark, the order of the root applies
         {kHeader + child + kHeader + "45" + a1 + "45", "a=1 c{} "},
         {kHeader + "00 FF" + a1 + "65 76 6F 0A" + "45", "a=1 "}, // junk, small letters among it
         {kHeader + a1 + child + "4B 62 64 00" + a1, "a=1 c{} ", true},
@@ -63,7 +63,7 @@ TEST_F(BinaryForm, IsReadForgivingly) {
     EXPECT_EQ(logged, (std::vector<std::string>{"read error unable to get byte order"}));
 }
 
-TEST_F(BinaryForm, TagsWhatItReadAndLeavesTheRest) {
+TEST_F(BinaryForm, TagsTextsAndStopsAtTheEndTag) {
     CXML document;
     const auto stream = Ref<BinaryStream>::make(untagged("xx" + bytesOf(kExample) + "rest"));
     stream->setPosition(2);
@@ -74,7 +74,13 @@ TEST_F(BinaryForm, TagsWhatItReadAndLeavesTheRest) {
     EXPECT_EQ(document.GetContainer("UNIT", 1)->Name.encoding(), TextEncoding::none);
 }
 
-TEST_F(BinaryForm, MergesIntoWhatIsThere) {
+TEST_F(BinaryForm, CarriesLongTexts) {
+    CXML document;
+    document.loadFromString(node("", {{"k", std::string(70'000, 'x')}})->SaveToString());
+    EXPECT_EQ(document.GetStringValue("k").size(), 70'000U);
+}
+
+TEST_F(BinaryForm, AddsToTheExistingContent) {
     const auto document = node("", {{"A", "old"}, {"b", "2"}});
     document->loadFromString(untagged(bytesOf(kExample)));
     document->loadFromString(untagged(bytesOf(kExample)));
@@ -84,11 +90,11 @@ TEST_F(BinaryForm, MergesIntoWhatIsThere) {
     EXPECT_THROW(document->loadFromString("KBDBB"), RuntimeException);
 }
 
-TEST_F(BinaryForm, EndsQuietlyWhereverItIsCut) {
+TEST_F(BinaryForm, IsReadUpToWhereItIsCutOff) {
     const std::string whole = bytesOf(kExample);
     for (std::size_t cut = 0; cut < whole.size(); ++cut) {
         CXML document;
-        // Of a magic that has begun all four bytes are needed, at 0 and, behind the child's name, at 28.
+        // Only an incomplete magic raises: at 0, and at 28 after the name of the child.
         EXPECT_EQ(loadRaises(document, whole.substr(0, cut)), cut < 4 || (cut >= 20 && cut < 32)) << cut;
         std::string text = cut < 9 ? "" : cut < 14 ? "= " : cut < 19 ? "a= " : "a=1 ";
         if (cut > 19)
@@ -97,7 +103,7 @@ TEST_F(BinaryForm, EndsQuietlyWhereverItIsCut) {
     }
 }
 
-TEST_F(BinaryForm, NeverAllocatesForALengthAlone) {
+TEST_F(BinaryForm, AllocatesNothingForALengthWithoutBytes) {
     for (const char* entry : {"56 FFFFFFFF 61", "56 01000000 61 FFFFFFFF 61", "4F F0FFFFFF 61"}) {
         const std::string bytes = bytesOf(kHeader + entry);
         CXML document;
@@ -108,7 +114,7 @@ TEST_F(BinaryForm, NeverAllocatesForALengthAlone) {
     }
 }
 
-// Nesting without a limit: all is done on a stack that has two or three bytes for each level.
+// The stack has two or three bytes per level.
 constexpr std::size_t kLevels = 200'000;
 
 std::size_t levelsOf(const CXML& root) {
@@ -120,7 +126,7 @@ std::size_t levelsOf(const CXML& root) {
 }
 
 TEST_F(Depth, HasNoLimit) {
-    const Lowered stack(RLIMIT_STACK, 512 * 1024); // ample for a loop, also with sanitizers
+    const Lowered stack(RLIMIT_STACK, 512 * 1024); // enough for a loop, also with sanitizers
     auto root = nested(kLevels);
     const String bytes = root->SaveToString();
     EXPECT_TRUE(root->SaveToFile(item("deep")));
@@ -130,13 +136,13 @@ TEST_F(Depth, HasNoLimit) {
     EXPECT_EQ(again->SaveToString().view(), bytes.view());
     again = root->Clone();
     EXPECT_EQ(levelsOf(*again), kLevels);
-    // A part that someone else still holds outlives the rest, whole.
+    // A part with another owner survives completely.
     const Ref<CXML> inner = again->Containers[1]->Containers[1];
     again = nullptr;
     EXPECT_EQ(levelsOf(*inner), kLevels - 2);
     root->Release();
     EXPECT_EQ(levelsOf(*root), 0U);
-    // Half the bytes: no end tags, and perhaps a header that breaks off.
+    // Half of the bytes: without end tags, and perhaps with an incomplete header.
     loadRaises(*root, bytes.view().substr(0, bytes.size() / 2));
     EXPECT_EQ(root->Containers.Ubound(), 2);
 }

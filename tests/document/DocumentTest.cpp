@@ -15,7 +15,7 @@
 
 namespace tests = hearthix::testing;
 
-// The program's own definitions come ahead of the C library's.
+// The linker prefers these definitions to those of the C library.
 extern "C" int fsync(int descriptor) {
     tests::calls += "sync ";
     errno = EIO;
@@ -42,7 +42,7 @@ void* operator new(std::size_t size) {
         return memory;
     throw std::bad_alloc();
 }
-// Kept out of line: inlined, the compiler takes them for a mismatch.
+// Not inlined, because the compiler would then warn of a mismatched deallocation.
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }

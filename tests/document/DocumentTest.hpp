@@ -1,4 +1,5 @@
-// What the tests of documents share: bytes in hexadecimal, trees in one line, faults, a folder of their own.
+// Shared by the tests of documents: builders of trees, trees as text, simulated failures, and a temporary
+// folder.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -29,11 +30,11 @@ inline std::string plain(const String& text) {
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 Ref<CXML> node(const std::string& name, const Pairs& values, const std::vector<Ref<CXML>>& children = {});
-// A root with so many nodes below it, each the only child of the one above.
+// Returns a root with this number of nodes below it, each the only child of the previous one.
 Ref<CXML> nested(std::size_t levels);
-// Loads from bytes; true when that raised.
+// Loads from bytes and returns whether that raised RuntimeException.
 bool loadRaises(CXML& document, std::string_view bytes);
-// The tree in one line: "a=1 unit{b=2 } ".
+// Returns the tree in one line: "a=1 unit{b=2 } ".
 std::string textOf(const CXML& document);
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, std::string_view bytes);
@@ -50,7 +51,7 @@ inline bool failOwner = false;
 inline unsigned modeAtFirst = 0;
 inline std::size_t largestAllocation = 0;
 
-// A limit of the system's that is lower while this lives.
+// Lowers a limit of the process during its lifetime.
 class Lowered {
 public:
     Lowered(__rlimit_resource limit, rlim_t value) : limit_(limit) {
@@ -65,7 +66,7 @@ private:
     rlimit before_{};
 };
 
-// A clean log, a sound system, and a folder that goes with the test.
+// Provides an empty log and a temporary folder, without simulated failures.
 class DocumentTest : public ::testing::Test {
 protected:
     DocumentTest();
@@ -74,7 +75,7 @@ protected:
     Ref<FolderItem> item(const std::string& name) const {
         return Ref<FolderItem>::make(utf8(at(name).string()));
     }
-    // The names in the folder, sorted, each with a blank behind.
+    // Returns the names in the folder, sorted, each with a blank after it.
     std::string names() const;
 
     std::filesystem::path folder;

@@ -37,7 +37,7 @@ TEST_F(TypedValues, AreStoredAsTheseTexts) {
     EXPECT_EQ(plain(document.GetStringValue("K")), std::string(60, 'x'));
 }
 
-TEST_F(TypedValues, ReadTextAsNumbersAndTruth) {
+TEST_F(TypedValues, ReadTextAsNumbersAndBooleans) {
     using Case = std::tuple<const char*, Integer, double, std::uint64_t>;
     constexpr double kHuge = 18446744073709549568.;
     for (const auto& [text, integer, number, bits] :
@@ -71,7 +71,7 @@ TEST_F(TypedValues, HaveDefaultsForAbsentKeys) {
     EXPECT_EQ(document.GetKeyCount(), 0);
 }
 
-TEST_F(TypedValues, UnwrapTextInTwoWays) {
+TEST_F(TypedValues, DecodeWrappedTextInTwoWays) {
     using Case = std::tuple<std::string_view, const char*, bool>;
     const Case cases[] = {Case("en\0SGk="sv, "Hi", true),
                           Case("EN\0S\r\nGk="sv, "Hi", true),
@@ -93,7 +93,7 @@ TEST_F(TypedValues, UnwrapTextInTwoWays) {
 }
 
 TEST_F(TypedValues, ReadDatesColoursBytesAndFilesBack) {
-    // On 31 January 2021: other months lack that day.
+    // The present day is 31 January 2021, which other months do not have.
     clocks::replaceWallClock([] { return clocks::Nanoseconds{1'612'094'400} * 1'000'000'000; });
     for (const auto& [text, understood] : {std::pair{"3/7/2021 9:05:02", "3/7/2021 9:5:2"},
                                            {" 9:05", "0/0/0 9:5:0"},
@@ -121,7 +121,7 @@ TEST_F(TypedValues, ReadDatesColoursBytesAndFilesBack) {
     EXPECT_EQ(plain(document.GetFile("K")->ShellPath()), at("some file").string());
 }
 
-TEST_F(TypedValues, TreatKeysInAllCasesAndEncodingsAlike) {
+TEST_F(TypedValues, IgnoreCaseAndEncodingOfKeys) {
     document.SetStringValue(String("St\xE4rk", TextEncoding::latin1), "1");
     document.SetStringValue(untagged("ST\xC3\xA4RK"), "2"); // stored: untagged bytes are UTF-8
     EXPECT_EQ(textOf(document), "St\xC3\xA4rk=2 ");
@@ -129,7 +129,7 @@ TEST_F(TypedValues, TreatKeysInAllCasesAndEncodingsAlike) {
     EXPECT_FALSE(document.ObjectExists(untagged("st\xC3\xA4rk")));
 }
 
-TEST_F(TypedValues, AreCopiedWrappedByCloneAndPlainByInsert) {
+TEST_F(TypedValues, AreCopiedWrappedByCloneAndDecodedByInsert) {
     const auto source = node("n", {}, {node("c", {{"a", "1"}})});
     source->setEncryptedStringValue("k", "Hi");
     source->ValueBuffer[0] = "zero";

@@ -6,8 +6,6 @@
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Pages.hpp"
 
-#include <functional>
-
 namespace hearthix {
 namespace {
 
@@ -35,7 +33,7 @@ TEST(Command, MapsHouseAndUnitCodes) {
     }
 }
 
-TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
+TEST(Command, InvertsFlagsButKeepsTheirProperties) {
     const char* const kBits[] = {"128", "&h40", "32", " 16", "&b1000", "4x", "2", "1"};
     for (std::size_t i = 0; i < 8; ++i) {
         Command command;
@@ -50,37 +48,58 @@ TEST(Command, FlipsFlagsAndNeverClearsTheirProperties) {
     }
 }
 
+// Compares the packet of a record without entries. Both operations must return it.
+void expectPacket(Command& command, const char* bytes) {
+    const String packet = command.GetRawCommand();
+    EXPECT_EQ(Trim(Globals::Hexify(packet)).view(), bytes);
+    EXPECT_EQ(command.GetRawMultipacket().view(), packet.view());
+    EXPECT_EQ(command.PacketLength, LenB(packet));
+    EXPECT_EQ(packet.encoding(), TextEncoding::none);
+}
+
 TEST(CommonMessage, IsWrittenByteForByte) {
     struct Case {
         const char* command;
-        std::function<void(Command&)> fill;
+        const char* address1;
+        const char* address2;
+        Integer level;
+        Integer param2;
         const char* bytes;
     };
-    const Case cases[] = {
-        {"2", [](Command& c) { c.SetHouseCode("B"), c.SetUnitCode(3); },
-         "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
-        {"2", [](Command& c) { c.SetUnitCode(3); }, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
-        {"4", [](Command& c) { c.SetHouseCode("B"), c.SetLevel(76), c.SetParam1(1), c.SetParam2(255); },
-         "58 10 61 40 4C 58 00 30 34 80 4C 01 FF 20 20 0D"},
-        {"q", [](Command& c) { c.Header = "Y", c.SetTransactionID(200), c.SetFlag("64"), c.Code = "1"; },
-         "59 10 61 C8 4C 58 40 31 71 80 00 00 00 20 20 0D"},
-        {"Z", [](Command& c) { c.DoubleMeasurement = 1.5; },
-         "58 13 61 40 4C 58 00 30 5A 80 00 00 00 00 00 00 F8 3F 0D"},
-        {"A", [](Command& c) { c.SetUnitCode(2), c.SetLevel(5), c.analog0 = "a", c.analog3 = "bc"; },
-         "58 10 61 40 4C 58 00 30 41 80 31 05 61 62 63 0D"},
-        {"X", [](Command& c) { c.SetRawData("0123456789"); },
-         "58 15 61 40 4C 58 00 30 58 0A 30 31 32 33 34 35 36 37 38 39 0D"},
-        {"", [](Command&) {}, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D"}};
-    for (const Case& c : cases) {
+    for (const Case& c : {Case{"2", "1", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
+                          Case{"2", "", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
+                          Case{"4", "1", "", 76, 255, "58 10 61 40 4C 58 00 30 34 80 4C 00 FF 20 20 0D"},
+                          Case{"", "", "", 0, 0, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D"}}) {
         Command command;
-        command.SetCommand(c.command);
-        c.fill(command);
-        const String packet = command.GetRawCommand();
-        EXPECT_EQ(Trim(Globals::Hexify(packet)).view(), c.bytes);
-        EXPECT_EQ(command.GetRawMultipacket().view(), packet.view()); // without entries
-        EXPECT_EQ(command.PacketLength, LenB(packet));
-        EXPECT_EQ(packet.encoding(), TextEncoding::none);
+        command.Command = c.command;
+        command.Address1 = c.address1;
+        command.Address2 = c.address2;
+        command.SetLevel(c.level);
+        command.SetParam2(c.param2);
+        expectPacket(command, c.bytes);
     }
+}
+
+TEST(CommonMessage, HasSpecialForms) {
+    Command quit, measurement, analog, raw;
+    quit.Header = "Y";
+    quit.SetTransactionID(200);
+    quit.SetFlag("64");
+    quit.Code = "1";
+    quit.SetCommand("q");
+    expectPacket(quit, "59 10 61 C8 4C 58 40 31 71 80 00 00 00 20 20 0D");
+    measurement.SetCommand("Z");
+    measurement.DoubleMeasurement = 1.5;
+    expectPacket(measurement, "58 13 61 40 4C 58 00 30 5A 80 00 00 00 00 00 00 F8 3F 0D");
+    analog.SetCommand("A");
+    analog.SetUnitCode(2);
+    analog.SetLevel(5);
+    analog.analog0 = "a";
+    analog.analog3 = "bc";
+    expectPacket(analog, "58 10 61 40 4C 58 00 30 41 80 31 05 61 62 63 0D");
+    raw.SetCommand("X");
+    raw.SetRawData("0123456789");
+    expectPacket(raw, "58 15 61 40 4C 58 00 30 58 0A 30 31 32 33 34 35 36 37 38 39 0D");
 }
 
 TEST(CommonMessage, IsReadByPosition) {
@@ -98,7 +117,7 @@ TEST(CommonMessage, IsReadByPosition) {
     EXPECT_TRUE(
         command.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30 34 30 30 4C"))); // cut, and level 76
     EXPECT_EQ((std::vector{command.level, command.param1, command.param2}), (std::vector<Integer>{0, 0, 0}));
-    EXPECT_TRUE(command.fDoTransmit); // what was true stays true
+    EXPECT_TRUE(command.fDoTransmit); // never set back to false
     for (const auto& [received, stored] : {std::pair{5, 4}, {85, 84}, {1, 0}, {81, 80}, {84, 84}, {49, 49}}) {
         Command battery;
         EXPECT_TRUE(battery.InitFromCommonMessage(fromHex("58 10 61 40 4C 58 00 30") + ChrB(received)));
@@ -107,7 +126,7 @@ TEST(CommonMessage, IsReadByPosition) {
     }
 }
 
-TEST(CommonMessage, ReadsEachTypeInItsOwnWay) {
+TEST(CommonMessage, IsReadByItsType) {
     Command measured, wireless, log, text, loudest, error, refused;
     EXPECT_TRUE(measured.InitFromCommonMessage(fromHex("4D 10 61 40 4C 58 00 30 34 30 30 00 31 41 32 62")));
     EXPECT_EQ(measured.rawAnalog16, 0x1A2B);
@@ -147,7 +166,7 @@ TEST(Multipacket, IsWrittenByteForByte) {
                 Row{MP::convertBoolToKey(true), "true"}, Row{MP::convertBoolToKey(false), "False"}});
 }
 
-TEST(Multipacket, IsReadAsFarAsItGoes) {
+TEST(Multipacket, IsReadUpToWhereItIsCutOff) {
     using Case = std::pair<std::string_view, const char*>;
     for (const auto& [packet, want] :
          {Case("J", ""), Case("J\0\0\0mcmd\0\x02ONaddr\0\1x"sv, "mcmd=ON addr=x "),

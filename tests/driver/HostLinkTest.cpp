@@ -1,4 +1,4 @@
-// The page that describes the host link, held against the code, and the words of the link.
+// The examples in the page on the host link, the connection, and the readable texts of a record.
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Clock.hpp"
@@ -27,8 +27,16 @@ TEST_F(HostLinkPage, ExamplesAreWhatIsWritten) {
     socket.Event_Connected();
     socket.Flush();
     written.push_back(host_.take());
-    write([](auto& common) { common.SetHouseCode("B"), common.SetUnitCode(3), common.SetCommand("2"); });
-    write([](auto& quit) { quit.SetFlag("64"), quit.SetCommand("Q"), quit.Address2 = "\x80"; });
+    write([](auto& common) {
+        common.SetHouseCode("B");
+        common.SetUnitCode(3);
+        common.SetCommand("2");
+    });
+    write([](auto& quit) {
+        quit.SetFlag("64");
+        quit.SetCommand("Q");
+        quit.Address2 = "\x80";
+    });
     socket.SendLog("hello", 2);
     written.push_back(sent().at(0).bytes);
     write([](auto& request) { request.SetMulti("mcmd", "getUnits"); });
@@ -40,7 +48,7 @@ TEST_F(HostLinkPage, ExamplesAreWhatIsWritten) {
     EXPECT_EQ(examples, written);
 }
 
-TEST_F(HostLinkPage, ANewConnectionEndsTheOneBefore) {
+TEST_F(HostLinkPage, ANewConnectionClosesThePreviousOne) {
     ListeningSocket listener;
     ASSERT_TRUE(listener.Listen("127.0.0.1", 0));
     Peer after;
@@ -73,8 +81,8 @@ TEST(PacketBoundary, KnowsHowMuchOfAPacketIsMissing) {
     }
 }
 
-// From the wire Q is P with a low battery, and never arrives as itself.
-TEST_F(HostLinkPage, QuitHasWordsOfItsOwn) {
+// A received "Q" is read as "P" with a low battery, so only a test can send it.
+TEST_F(HostLinkPage, QuitHasItsOwnLogLine) {
     const auto quit = Ref<cHearthixCommand>::make();
     quit->fCCM = true;
     quit->SetCommand("q");
@@ -83,39 +91,43 @@ TEST_F(HostLinkPage, QuitHasWordsOfItsOwn) {
     EXPECT_TRUE(Globals::DoQuit);
 }
 
-TEST(Descriptions, TellWhatACodeMeans) {
-    struct Case {
-        const char* header;
-        bool forDriver;
-        const char* code;
-        const char* text;
-    };
-    for (const Case& c :
-         {Case{"n", true, "`", "pan left"}, Case{"N", true, "B", "tilt up"},
-          Case{"n", true, "z", "UNKNOWN Ninja command (7A)"}, Case{"X", true, "R", "R"},
-          Case{"y", true, "l", "Set transmitter output amplitude"}, Case{"X", true, "Z", "Unknown CCM code"},
-          Case{"X", false, "0", "All Units Off"}, Case{"Y", false, "f", "Status Request"},
-          Case{"X", false, "g", "UNKNOWN COMMAND CODE: (g) 0x67"}}) {
-        cHearthixCommand command;
-        command.Header = c.header, command.fCCM = c.forDriver, command.Command = c.code;
-        EXPECT_EQ(command.GetCommandCodeDescription().view(), c.text) << c.code;
-    }
-    for (const auto& [code, text] : {std::pair{"1", "Powerline reception error"},
-                                     {"9", "Power restored at controller"},
-                                     {"A", "UNKNOWN ERROR CODE: (A) 0x41"}}) {
-        cHearthixCommand command;
-        command.Code = code;
-        EXPECT_EQ(command.GetErrorCodeDescription().view(), text);
-    }
-    EXPECT_EQ(cHearthixCommand().GetCommandCodeDescription().view(), "Safe Condition");
-    cHearthixCommand on;
-    on.SetHouseCode("C"), on.SetUnitCode(3), on.SetCommand("2");
-    EXPECT_EQ(on.GetLogLine().view(), "ON for address C3");
-    on.SetFlag("10");
-    EXPECT_EQ(on.GetLogLine().view(), "stacked ON for address C3 (W)");
+String commandText(const char* header, bool forDriver, const char* code) {
+    cHearthixCommand command;
+    command.Header = header;
+    command.fCCM = forDriver;
+    command.Command = code;
+    return command.GetCommandCodeDescription();
 }
 
-TEST(Descriptions, PutARecordInManyLines) {
+String errorText(const char* code) {
+    cHearthixCommand command;
+    command.Code = code;
+    return command.GetErrorCodeDescription();
+}
+
+TEST(Descriptions, ExplainCodes) {
+    cHearthixCommand on;
+    on.SetHouseCode("C");
+    on.SetUnitCode(3);
+    on.SetCommand("2");
+    const String plain = on.GetLogLine();
+    on.SetFlag("10");
+    expectRows({Row{commandText("n", true, "`"), "pan left"}, Row{commandText("N", true, "B"), "tilt up"},
+                Row{commandText("n", true, "z"), "UNKNOWN Ninja command (7A)"},
+                Row{commandText("X", true, "R"), "R"},
+                Row{commandText("y", true, "l"), "Set transmitter output amplitude"},
+                Row{commandText("X", true, "Z"), "Unknown CCM code"},
+                Row{commandText("X", false, "0"), "All Units Off"},
+                Row{commandText("Y", false, "f"), "Status Request"},
+                Row{commandText("X", false, ""), "Safe Condition"},
+                Row{commandText("X", false, "|"), "UNKNOWN COMMAND CODE: (|) 0x7C"},
+                Row{errorText("1"), "Powerline reception error"},
+                Row{errorText("9"), "Power restored at controller"},
+                Row{errorText("A"), "UNKNOWN ERROR CODE: (A) 0x41"}, Row{plain, "ON for address C3"},
+                Row{on.GetLogLine(), "stacked ON for address C3 (W)"}});
+}
+
+TEST(Descriptions, ShowAWholeRecord) {
     setenv("TZ", "UTC0", 1);
     tzset();
     using Case = std::tuple<const char*, const char*, const char*>;

@@ -29,14 +29,10 @@ String Globals::Hexify(const String& bytes) {
     return text;
 }
 
-std::array<char, 2> Globals::hexDigits(std::uint8_t value) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    return {kDigits[value >> 4U], kDigits[value & 15U]};
-}
-
 String Globals::formatHex(std::uint8_t value) {
-    const auto digits = hexDigits(value);
-    return String(std::string_view(digits.data(), digits.size()), TextEncoding::utf8);
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    const char digits[] = {kDigits[value >> 4U], kDigits[value & 15U]};
+    return String(std::string_view(digits, sizeof digits), TextEncoding::utf8);
 }
 
 String Globals::formatHexOfLowByte(Integer value) {

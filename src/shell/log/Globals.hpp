@@ -1,30 +1,27 @@
-// The state of the process, and the two formatters of bytes.
+// The state of the process, and two formatters of bytes.
 //
-// The namespace's other members are declared next to their types: gAbstractedPort in ports/iAbstractPort.hpp,
-// gMySensors in gateway/cMySensors.hpp; writelog is in log/Log.hpp.
+// Other members of this namespace are declared with their types: gAbstractedPort in ports/iAbstractPort.hpp,
+// gMySensors in gateway/cMySensors.hpp, writelog in shell/log/Log.hpp.
 #pragma once
 
 #include "runtime/text/String.hpp"
 #include "runtime/values/Exceptions.hpp"
 
-#include <array>
 #include <cstdint>
 
 namespace hearthix::Globals {
 
-// Adds the detail lines to the log; switched by the host.
+// Enables the detail lines of the log. The host changes it.
 extern bool DebugMode;
-// Ends the main loop. Set for good: nothing clears it.
+// Ends the main loop. Never set back to false.
 extern bool DoQuit;
 
 // Prints the stack of an exception to standard output.
 void LogStack(const RuntimeException& error);
-// Every byte as a blank and two hexadecimal digits.
+// Returns a blank and two hexadecimal digits per byte.
 String Hexify(const String& bytes);
-// Two hexadecimal digits in capitals, bare and as a string.
-std::array<char, 2> hexDigits(std::uint8_t value);
+// Returns two hexadecimal digits in capitals.
 String formatHex(std::uint8_t value);
-// The same of the low eight bits of a number.
 String formatHexOfLowByte(Integer value);
 
 } // namespace hearthix::Globals
