@@ -25,7 +25,7 @@ void mySensors::AddressTable::enter(const Ref<cMSEndpoint>& endpoint) {
 }
 
 Ref<cMSEndpoint> mySensors::AddressTable::at(const String& rootAddress) const {
-    const Variant* entry = find(rootAddress.view());
+    const Variant* entry = find(rootAddress);
     return Ref<cMSEndpoint>(entry != nullptr ? entry->objectAs<cMSEndpoint>() : nullptr);
 }
 
