@@ -8,32 +8,29 @@ namespace clocks {
 
 namespace {
 
+Source replaced;
+
 Nanoseconds read(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
     return static_cast<Nanoseconds>(now.tv_sec) * kSecond + now.tv_nsec;
 }
 
-// A Date is made for every packet; the coarse clock costs a tenth of the exact one and is right to a timer
-// tick of a few milliseconds, which is as close as the rules about silence need it.
-Nanoseconds systemWallClock() {
-#ifdef CLOCK_REALTIME_COARSE
-    return read(CLOCK_REALTIME_COARSE);
-#else
-    return read(CLOCK_REALTIME);
-#endif
-}
-
-WallClock wallClock = systemWallClock;
-
 } // namespace
 
 Nanoseconds monotonic() {
-    return read(CLOCK_MONOTONIC);
+    return replaced.monotonic != nullptr ? replaced.monotonic() : read(CLOCK_MONOTONIC);
 }
 
+// Each packet creates a Date. The coarse clock costs a tenth of the exact one, and its precision of a few
+// milliseconds is enough for the rules about silence.
 Nanoseconds wall() {
-    return wallClock();
+#ifdef CLOCK_REALTIME_COARSE
+    constexpr clockid_t kClock = CLOCK_REALTIME_COARSE;
+#else
+    constexpr clockid_t kClock = CLOCK_REALTIME;
+#endif
+    return replaced.wall != nullptr ? replaced.wall() : read(kClock);
 }
 
 void sleep(Nanoseconds duration) {
@@ -41,8 +38,8 @@ void sleep(Nanoseconds duration) {
     nanosleep(&wait, nullptr);
 }
 
-void replaceWallClock(WallClock clock) {
-    wallClock = clock != nullptr ? clock : systemWallClock;
+void setSourceForTest(const Source& source) {
+    replaced = source;
 }
 
 } // namespace clocks

@@ -1,5 +1,4 @@
-// The clocks. Everything in the system that asks for the time asks here, so that a test can put another
-// clock in place.
+// The clocks. Every part of the system that needs the time asks here, so that a test can replace it.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -8,9 +7,9 @@
 
 namespace hearthix {
 
-// Sixtieths of a second from an arbitrary start; never goes back.
+// Sixtieths of a second from an arbitrary start; never decreases.
 Integer Ticks();
-// Microseconds from an arbitrary start; never goes back.
+// Microseconds from an arbitrary start; never decreases.
 double Microseconds();
 
 namespace clocks {
@@ -19,16 +18,24 @@ using Nanoseconds = std::int64_t;
 constexpr Nanoseconds kMillisecond = 1'000'000;
 constexpr Nanoseconds kSecond = 1'000'000'000;
 
-// From an arbitrary start; never goes back.
+// Time from an arbitrary start; never decreases.
 Nanoseconds monotonic();
-// From 1970-01-01 00:00 UTC, as precise as the system's timer tick; follows every change of the wall clock.
+// Time from 1970-01-01 00:00 UTC, as precise as the system's timer tick; follows changes of the wall clock.
 Nanoseconds wall();
-// Waits without serving anything.
+// Blocks without serving events. Always waits in real time.
 void sleep(Nanoseconds duration);
 
-// Puts another wall clock in place; null brings the system's back.
-using WallClock = Nanoseconds (*)();
-void replaceWallClock(WallClock clock);
+// The functions that supply the two times. A null member selects the system's clock.
+struct Source {
+    Nanoseconds (*monotonic)() = nullptr;
+    Nanoseconds (*wall)() = nullptr;
+};
+// Replaces both clocks; setSourceForTest({}) restores the system's.
+void setSourceForTest(const Source& source);
+// Replaces the wall clock and restores the monotonic one.
+inline void replaceWallClock(Nanoseconds (*wall)()) {
+    setSourceForTest({.wall = wall});
+}
 
 } // namespace clocks
 } // namespace hearthix
