@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -15,14 +16,24 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace hearthix {
 
+// The message from the resolver process. A pipe writes a message of this size as a whole.
+struct NameLookup::Answer {
+    static constexpr std::size_t kMost = 24;
+
+    int code = 0;
+    int systemCode = 0;
+    std::size_t count = 0;
+    std::array<NetworkAddress, kMost> addresses{};
+};
+
 namespace {
 
-// The codes of the system's resolver.
 class ResolverErrors : public std::error_category {
 public:
     const char* name() const noexcept override { return "name look-up"; }
@@ -34,18 +45,10 @@ std::error_code resolverError(int code) {
     return {code, category};
 }
 
-// What the resolver's process sends, in one piece that a pipe keeps whole.
-struct Answer {
-    static constexpr std::size_t kMost = 24;
+} // namespace
 
-    int code = 0;
-    int systemCode = 0;
-    std::size_t count = 0;
-    std::array<NetworkAddress, kMost> addresses{};
-};
-static_assert(sizeof(Answer) <= PIPE_BUF);
-
-Answer resolve(const std::string& host, const std::string& service, int flags) {
+NameLookup::Answer NameLookup::resolve(const std::string& host, const std::string& service, int flags) {
+    static_assert(sizeof(Answer) <= PIPE_BUF);
     Answer answer;
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
@@ -65,43 +68,49 @@ Answer resolve(const std::string& host, const std::string& service, int flags) {
     return answer;
 }
 
-// The life of the resolver's process. It lets go of all that it has inherited: a peer of this process must
-// see its connection end when this process ends, however long a name server takes.
-[[noreturn]] void answerTo(int pipe, const std::string& host, const std::string& service) {
-    for (int other = 0; other < static_cast<int>(sysconf(_SC_OPEN_MAX)) && other < 1024; ++other)
-        if (other != pipe)
-            close(other);
+// The body of the resolver process. It ends with its parent, and it closes all inherited descriptors, so that
+// the parent's peers see their connections end when the parent ends.
+void NameLookup::answerTo(int pipe, pid_t parent, const std::string& host, const std::string& service) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        _exit(EXIT_FAILURE); // it ended before the call above
+    const auto first = static_cast<unsigned>(pipe);
+    if (first > 0)
+        close_range(0, first - 1, 0);
+    close_range(first + 1, UINT_MAX, 0);
     const Answer answer = resolve(host, service, 0);
-    _exit(write(pipe, &answer, sizeof answer) == sizeof answer ? 0 : 1);
+    _exit(write(pipe, &answer, sizeof answer) == sizeof answer ? EXIT_SUCCESS : EXIT_FAILURE);
 }
-
-} // namespace
 
 void NameLookup::start(const String& host, Integer port) {
     cancel();
     addresses_.clear();
     error_.clear();
-    const Answer numeric =
-        resolve(std::string(host.view()), std::string(Str(port).view()), AI_NUMERICHOST | AI_NUMERICSERV);
+    const std::string name(host.view());
+    const std::string service(Str(port).view());
+    const Answer numeric = resolve(name, service, AI_NUMERICHOST | AI_NUMERICSERV);
     if (numeric.code == 0)
-        addresses_.assign(numeric.addresses.begin(), numeric.addresses.begin() + numeric.count);
+        accept(numeric);
     else
-        ask(host, port);
+        startResolver(name, service);
 }
 
-void NameLookup::ask(const String& host, Integer port) {
+void NameLookup::startResolver(const std::string& host, const std::string& service) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         error_ = systemError();
         return;
     }
+    answer_ = ends[0];
+    const pid_t parent = getpid();
+    // Keeps the process ID in use until cancel has waited for the resolver, in case the signal was ignored.
+    std::signal(SIGCHLD, SIG_DFL);
     resolver_ = fork();
     if (resolver_ == 0)
-        answerTo(ends[1], std::string(host.view()), std::string(Str(port).view()));
+        answerTo(ends[1], parent, host, service);
     if (resolver_ < 0)
         error_ = systemError();
     close(ends[1]);
-    answer_ = ends[0];
     if (resolver_ < 0)
         cancel();
 }
@@ -117,22 +126,23 @@ void NameLookup::cancel() {
 
 bool NameLookup::isPending() {
     pollfd watch{answer_, POLLIN, 0};
-    if (answer_ >= 0 && poll(&watch, 1, 0) > 0)
-        take();
-    return answer_ >= 0;
+    if (answer_ < 0 || poll(&watch, 1, 0) <= 0)
+        return answer_ >= 0;
+    Answer answer;
+    if (read(answer_, &answer, sizeof answer) == sizeof answer)
+        accept(answer);
+    else
+        error_ = std::make_error_code(std::errc::io_error); // the resolver process has died
+    cancel();
+    return false;
 }
 
-void NameLookup::take() {
-    Answer answer;
-    if (read(answer_, &answer, sizeof answer) != sizeof answer || answer.count > Answer::kMost)
-        error_ = std::make_error_code(std::errc::io_error);
-    else if (answer.code == EAI_SYSTEM)
-        error_ = {answer.systemCode, std::system_category()};
-    else if (answer.code != 0)
-        error_ = resolverError(answer.code);
+void NameLookup::accept(const Answer& answer) {
+    if (answer.code == 0)
+        addresses_.assign(answer.addresses.begin(), answer.addresses.begin() + std::min(answer.count, Answer::kMost));
     else
-        addresses_.assign(answer.addresses.begin(), answer.addresses.begin() + answer.count);
-    cancel();
+        error_ = answer.code == EAI_SYSTEM ? std::error_code(answer.systemCode, std::system_category())
+                                           : resolverError(answer.code);
 }
 
 } // namespace hearthix

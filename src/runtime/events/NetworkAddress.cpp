@@ -8,13 +8,15 @@
 
 namespace hearthix {
 
-int beginConnect(const NetworkAddress& to, std::error_code& error) {
+int beginConnect(const NetworkAddress& to, int receiveBuffer, std::error_code& error) {
     const int descriptor = socket(to.address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (descriptor < 0) {
         error = systemError();
         return -1;
     }
     setStreamOptions(descriptor);
+    if (receiveBuffer > 0)
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&to.address), to.length) == 0 ||
         errno == EINPROGRESS)
         return descriptor;

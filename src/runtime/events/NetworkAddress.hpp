@@ -1,4 +1,4 @@
-// Addresses of the network, and the first step of a connection to one.
+// Network addresses and the steps of connecting to one.
 #pragma once
 
 #include <system_error>
@@ -12,12 +12,13 @@ struct NetworkAddress {
     socklen_t length;
 };
 
-// Starts to connect, without a wait. The new descriptor, non-blocking, or -1 and the error. Once it is
-// writable, connectOutcome tells how it went.
-int beginConnect(const NetworkAddress& to, std::error_code& error);
+// Starts to connect without blocking. Returns a non-blocking descriptor that the caller owns, or -1 and the
+// error. A receive buffer of 0 bytes selects the system's default. Once the descriptor is writable,
+// connectOutcome returns the result.
+int beginConnect(const NetworkAddress& to, int receiveBuffer, std::error_code& error);
 std::error_code connectOutcome(int descriptor);
 
-// Small packets aren't delayed, and a silent peer is asked for a sign of life now and then.
+// Sends small packets without delay and checks a silent peer from time to time.
 void setStreamOptions(int descriptor);
 
 } // namespace hearthix

@@ -3,7 +3,7 @@
 namespace hearthix {
 
 void SendBuffer::append(std::string_view bytes) {
-    // Moving down only what is no longer than what was sent keeps the cost of a byte constant.
+    // Moves the unsent bytes only if they are no more than the sent ones, so each byte costs constant time.
     if (head_ > 0 && bytes_.size() + bytes.size() > bytes_.capacity() && head_ >= size()) {
         bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(head_));
         head_ = 0;

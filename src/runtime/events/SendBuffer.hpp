@@ -1,4 +1,4 @@
-// Bytes that wait to be sent: appended at the end, taken from the front, at linear cost over a whole stream.
+// Bytes to be sent: appended at the end, removed from the front, at a constant cost per byte.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ public:
     void clear();
 
 private:
-    // What a burst has left allocated is given back once the buffer is empty.
+    // An empty buffer releases memory beyond this size.
     static constexpr std::size_t kKept = std::size_t{1024} * 1024;
 
     std::vector<char> bytes_;

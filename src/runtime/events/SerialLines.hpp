@@ -1,18 +1,15 @@
-// The two ways to open a serial line.
+// The settings of serial lines.
 #pragma once
-
-#include "runtime/text/String.hpp"
 
 #include <string>
 #include <system_error>
 
 namespace hearthix {
 
-// Both give an open, non-blocking descriptor, or -1 and the error. The caller owns the descriptor.
-
-// A terminal device, for this process alone: 115200 baud, 8 data bits, no parity, raw.
+// Opens a terminal device for this process alone: 115200 baud, 8 data bits, no parity, raw. Returns a
+// non-blocking descriptor that the caller owns, or -1 and the error; ENOTTY if the device is not a terminal.
 int openTerminal(const std::string& path, bool raiseDtr, std::error_code& error);
-// The far end of a TCP stream. Waits for ten seconds at most, the look-up of a name included.
-int openNetworkLine(const String& host, Integer port, std::error_code& error);
+// Makes a TCP connection fail within half a minute after the peer has vanished.
+void detectLostPeer(int descriptor);
 
 } // namespace hearthix
