@@ -12,8 +12,8 @@ namespace hearthix {
 class PacketBoundary {
 public:
     void pass(std::string_view bytes) noexcept;
-    // The number of bytes up to the end of the packet, or up to the end of its length while that is incomplete.
-    // 0 between two packets.
+    // The number of bytes up to the end of the packet, or up to the end of its length while that is
+    // incomplete. 0 between two packets.
     std::size_t missing() const noexcept;
 
 private:

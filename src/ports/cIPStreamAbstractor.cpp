@@ -57,7 +57,8 @@ void cIPStreamAbstractor::Event_Connected() {
 
 void cIPStreamAbstractor::Event_DataAvailable() {
     if (Parent.isNil())
-        explain(concat("sends data before the driver is ready; use socket://", endpoint(), " in place of IP"));
+        explain(
+            concat("sends data before the driver is ready; use socket://", endpoint(), " in place of IP"));
     Parent->PortDataAvailable(ReadAll());
 }
 

@@ -1,8 +1,8 @@
 // A gateway on a serial line: 115200 baud, 8 data bits, no parity, one stop bit, DTR raised; or on a network
 // line, which is named socket://HOST:PORT and may send data from the start.
 //
-// The constructor opens the line. If it fails, it logs a line, sets DoQuit and leaves the port closed. Every send
-// waits until the bytes have left.
+// The constructor opens the line. If it fails, it logs a line, sets DoQuit and leaves the port closed. Every
+// send waits until the bytes have left.
 #pragma once
 
 #include "ports/iAbstractPort.hpp"

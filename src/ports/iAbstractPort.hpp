@@ -6,8 +6,8 @@
 
 namespace hearthix {
 
-// Receives the data and the failure of a port. A port without a receiver raises NilObjectException instead; it
-// does not buffer.
+// Receives the data and the failure of a port. A port without a receiver raises NilObjectException instead;
+// it does not buffer.
 class iAbstractPortReceiver : public virtual Object {
 public:
     // The bytes of one read, which may begin and end anywhere in a message.

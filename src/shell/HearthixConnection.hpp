@@ -18,9 +18,9 @@ void OpenHearthixConnection(const String& address, Integer port, const String& c
 // Returns whether the connection is established.
 bool WaitForHearthixConnection(Integer seconds);
 
-// Runs events for some milliseconds while the gateway's line is being opened. "ping" is answered. A command that
-// needs the gateway has to wait, and so have all commands after it except "ping". While 64 KiB of commands are
-// waiting, the host is not served.
+// Runs events for some milliseconds while the gateway's line is being opened. "ping" is answered. A command
+// that needs the gateway has to wait, and so have all commands after it except "ping". While 64 KiB of
+// commands are waiting, the host is not served.
 void serveHostOnly();
 // Handles the commands that had to wait, in their order.
 void handleWaitingCommands();

@@ -53,10 +53,10 @@ TEST_F(PortsTest, DeliverABacklogInTurnsAndBeforeTheFailure) {
         void PortError(const String&, Integer) override { sizes.push_back(0); }
         std::vector<std::size_t> sizes;
     };
-    const FakeClock clock;
     for (const bool failsEarly : {false, true}) {
         Peer gateway;
         const auto port = connect(gateway);
+        const FakeClock clock;
         const auto receiver = Ref<Receiver>::make();
         port->PortSetParent(receiver);
         std::vector<std::size_t> expected(100, StreamDevice::kReadBudget);

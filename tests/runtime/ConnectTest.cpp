@@ -48,7 +48,7 @@ extern "C" int getaddrinfo(const char* host, const char* service, const addrinfo
     const std::string name(host);
     if (!name.starts_with("fake") || (hints->ai_flags & AI_NUMERICHOST) != 0)
         return reinterpret_cast<decltype(&getaddrinfo)>(dlsym(RTLD_NEXT, "getaddrinfo"))(host, service, hints,
-                                                                                        found);
+                                                                                         found);
     if (name == "fake-dies")
         _exit(0);
     if (name == "fake-isolated")
@@ -197,10 +197,12 @@ TEST(Connect, DetectsALostPeerOfALine) {
     NotedLine line;
     line.SerialPort = Ref<SerialDevice>::make("line", String("127.0.0.1"), gateway.listener.Port());
     ASSERT_TRUE(line.Open());
-    for (const auto& [level, name, value] :
-         {std::tuple(SOL_SOCKET, SO_KEEPALIVE, 1), {IPPROTO_TCP, TCP_KEEPIDLE, 10},
-          {IPPROTO_TCP, TCP_KEEPINTVL, 5}, {IPPROTO_TCP, TCP_KEEPCNT, 3},
-          {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000}, {IPPROTO_TCP, TCP_NODELAY, 1}})
+    for (const auto& [level, name, value] : {std::tuple(SOL_SOCKET, SO_KEEPALIVE, 1),
+                                             {IPPROTO_TCP, TCP_KEEPIDLE, 10},
+                                             {IPPROTO_TCP, TCP_KEEPINTVL, 5},
+                                             {IPPROTO_TCP, TCP_KEEPCNT, 3},
+                                             {IPPROTO_TCP, TCP_USER_TIMEOUT, 25'000},
+                                             {IPPROTO_TCP, TCP_NODELAY, 1}})
         EXPECT_EQ(line.option(level, name), value) << name;
 }
 

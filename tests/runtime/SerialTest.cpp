@@ -79,18 +79,23 @@ TEST_F(SerialTest, FindsCharacterDevicesOnly) {
     EXPECT_EQ(System::SerialPort(name_)->path().view(), name_.view());
     EXPECT_EQ(System::SerialPort(NthField(name_, "/", 4))->path().view(), name_.view()); // below /dev/pts
     EXPECT_FALSE(System::SerialPort("tty").isNil()); // the only one of its driver
-    for (const char* name :
-         {"", "no-such-port", "/dev/no-such-port", "/etc/passwd", "/dev"})
+    for (const char* name : {"", "no-such-port", "/dev/no-such-port", "/etc/passwd", "/dev"})
         EXPECT_TRUE(System::SerialPort(name).isNil()) << name;
     EXPECT_TRUE(System::SerialPort(name_ + String(std::string_view("\0x", 2))).isNil());
 }
 
 TEST_F(SerialTest, ReadsTheHostAndPortOfANetworkLine) {
-    for (const auto& [name, host, port] :
-         {std::tuple("socket://h:1", "h", 1), {"SOCKET://a.b:65535", "a.b", 65535},
-          {"socket://[::1]:5003", "::1", 5003}, {"socket://::1:5003", "", 0}, {"socket://h:0", "", 0},
-          {"socket://h:65536", "", 0}, {"socket://h:50a3", "", 0}, {"socket://:5003", "", 0},
-          {"socket://[]:5003", "", 0}, {"socket://h:", "", 0}, {"socket://h", "", 0}}) {
+    for (const auto& [name, host, port] : {std::tuple("socket://h:1", "h", 1),
+                                           {"SOCKET://a.b:65535", "a.b", 65535},
+                                           {"socket://[::1]:5003", "::1", 5003},
+                                           {"socket://::1:5003", "", 0},
+                                           {"socket://h:0", "", 0},
+                                           {"socket://h:65536", "", 0},
+                                           {"socket://h:50a3", "", 0},
+                                           {"socket://:5003", "", 0},
+                                           {"socket://[]:5003", "", 0},
+                                           {"socket://h:", "", 0},
+                                           {"socket://h", "", 0}}) {
         const Ref<SerialDevice> device = System::SerialPort(name);
         EXPECT_EQ(device.isNil(), port == 0) << name;
         EXPECT_TRUE(device.isNil() || (device->host() == host && device->port() == port)) << name;

@@ -1,7 +1,7 @@
 // Preloaded into a driver with SLOW_LINE set: its terminal is a serial line at 115200 baud.
 //
-// A pseudo-terminal accepts everything at once. Here the terminal buffers 4 KiB, sends 11,520 bytes a second and
-// reports what it has not yet sent.
+// A pseudo-terminal accepts everything at once. Here the terminal buffers 4 KiB, sends 11,520 bytes a second
+// and reports what it has not yet sent.
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>

@@ -1,8 +1,9 @@
 // Connects to a host by its name or address.
 //
-// The addresses of a name are tried in the resolver's order. The next attempt starts as soon as an attempt has
-// failed, or kAttemptDelay after the previous one while that is still pending. The first connection wins and
-// the other attempts are closed. So an address that never answers does not keep the others from being tried.
+// The addresses of a name are tried in the resolver's order. The next attempt starts as soon as an attempt
+// has failed, or kAttemptDelay after the previous one while that is still pending. The first connection wins
+// and the other attempts are closed. So an address that never answers does not keep the others from being
+// tried.
 #pragma once
 
 #include "runtime/events/NameLookup.hpp"
@@ -25,15 +26,15 @@ public:
     // Starts the look-up or the first attempt. A receive buffer of 0 bytes selects the system's default.
     void start(const String& host, Integer port, int receiveBuffer);
     void cancel();
-    // Continues without blocking. Returns the connection, a non-blocking descriptor that the caller owns, or -1
-    // if there is none yet or, with isPending false, if all attempts have failed.
+    // Continues without blocking. Returns the connection, a non-blocking descriptor that the caller owns, or
+    // -1 if there is none yet or, with isPending false, if all attempts have failed.
     int advance();
     bool isPending() const noexcept { return isLookingUp() || !attempts_.empty(); }
     // The latest failure.
     const std::error_code& error() const noexcept { return error_; }
 
-    // When to call advance again: as soon as the descriptor is readable during a look-up, or writable after it,
-    // and at dueAt in any case.
+    // When to call advance again: as soon as the descriptor is readable during a look-up, or writable after
+    // it, and at dueAt in any case.
     int descriptor() const noexcept;
     bool isLookingUp() const noexcept { return lookup_.descriptor() >= 0; }
     std::int64_t dueAt() const noexcept;

@@ -1,8 +1,8 @@
 // What the event loop serves: descriptors and timers.
 //
-// A source adds itself to the loop when it opens its descriptor and removes itself when it closes. Before each
-// wait the loop asks the source which events it wants. During serve the loop owns a reference to the source,
-// so the source may close itself and its owner may release it.
+// A source adds itself to the loop when it opens its descriptor and removes itself when it closes. Before
+// each wait the loop asks the source which events it wants. During serve the loop owns a reference to the
+// source, so the source may close itself and its owner may release it.
 #pragma once
 
 #include "runtime/core/Object.hpp"

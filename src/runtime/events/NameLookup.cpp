@@ -139,7 +139,8 @@ bool NameLookup::isPending() {
 
 void NameLookup::accept(const Answer& answer) {
     if (answer.code == 0)
-        addresses_.assign(answer.addresses.begin(), answer.addresses.begin() + std::min(answer.count, Answer::kMost));
+        addresses_.assign(answer.addresses.begin(),
+                          answer.addresses.begin() + std::min(answer.count, Answer::kMost));
     else
         error_ = answer.code == EAI_SYSTEM ? std::error_code(answer.systemCode, std::system_category())
                                            : resolverError(answer.code);

@@ -1,9 +1,9 @@
 // Looks up the addresses of a host's name without blocking.
 //
-// A numeric address is available at once. For a name the system's resolver can block for half a minute when the
-// name server is silent, so a forked copy of this process calls it and sends the answer through a pipe.
-// Cancelling a look-up ends that process; so does the end of this process. docs/architecture.md says why it is
-// not a thread.
+// A numeric address is available at once. For a name the system's resolver can block for half a minute when
+// the name server is silent, so a forked copy of this process calls it and sends the answer through a pipe.
+// Cancelling a look-up ends that process; so does the end of this process. docs/architecture.md says why it
+// is not a thread.
 #pragma once
 
 #include "runtime/events/NetworkAddress.hpp"

@@ -1,8 +1,8 @@
 // A serial line. Assign a device and the settings, then call Open.
 //
-// A terminal device is opened exclusively, raw, with one stop bit and no flow control; modem control lines are
-// ignored. A line on the network is a TCP connection, which has no settings. A lost peer is detected within half
-// a minute. A device that accepts no byte for ten seconds during XmitWait counts as failed.
+// A terminal device is opened exclusively, raw, with one stop bit and no flow control; modem control lines
+// are ignored. A line on the network is a TCP connection, which has no settings. A lost peer is detected
+// within half a minute. A device that accepts no byte for ten seconds during XmitWait counts as failed.
 #pragma once
 
 #include "runtime/events/SerialDevices.hpp"
@@ -23,11 +23,11 @@ public:
     Integer Baud = kBaud115200;
     bool DataTerminalReady = false;
 
-    // Returns false, with the reason in LastErrorCode, if the line cannot be opened. On the network this tries all
-    // addresses of the name for at most ten seconds and calls whileOpening meanwhile.
+    // Returns false, with the reason in LastErrorCode, if the line cannot be opened. On the network this
+    // tries all addresses of the name for at most ten seconds and calls whileOpening meanwhile.
     bool Open();
-    // Waits until the written bytes have left the machine (on the network: until the system has accepted them) or
-    // until the device has failed. Runs no events.
+    // Waits until the written bytes have left the machine (on the network: until the system has accepted
+    // them) or until the device has failed. Runs no events.
     void XmitWait();
 
     virtual void Event_DataAvailable() {}

@@ -29,9 +29,9 @@ private:
 namespace System {
 
 // Returns the port of a name, or nil. "socket://HOST:PORT" is a line on the network, with an IPv6 address in
-// brackets. A name that begins with a slash is a path. Any other name is looked up in /dev, /dev/serial/by-id,
-// /dev/serial/by-path and /dev/pts. Only a character device counts. It is not opened, because that resets many
-// gateway boards; so Serial::Open finds out whether it is a terminal.
+// brackets. A name that begins with a slash is a path. Any other name is looked up in /dev,
+// /dev/serial/by-id, /dev/serial/by-path and /dev/pts. Only a character device counts. It is not opened,
+// because that resets many gateway boards; so Serial::Open finds out whether it is a terminal.
 Ref<SerialDevice> SerialPort(const String& name);
 
 } // namespace System

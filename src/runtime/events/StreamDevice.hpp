@@ -1,23 +1,23 @@
 // What a TCP connection and a serial line have in common: bytes in, bytes out, and their events.
 //
 // Output. Write only buffers. Buffered bytes leave with the next pass of the event loop, the next Poll or
-// Flush, or when the buffer exceeds kSendMark. Past kSendCeiling the device fails and discards the bytes, so a
-// peer that never reads costs bounded memory.
+// Flush, or when the buffer exceeds kSendMark. Past kSendCeiling the device fails and discards the bytes, so
+// a peer that never reads costs bounded memory.
 //
-// Input. A turn reads at most kReadBudget bytes and then runs the data event. If the budget was used up and the
-// event loop is serving the device, it starts another turn until kServeTime has passed. Each Poll inside an
-// event shares the budget of the current turn. The rest of a backlog stays in the system, where the peer has to
-// wait: it neither fills memory nor keeps the loop from other devices, even if each command waits for a slow
-// serial line. If the stream consists of packets, a turn also reads the rest of a packet that has begun
-// (missingBytes), so it ends where a packet ends or where the peer has paused.
+// Input. A turn reads at most kReadBudget bytes and then runs the data event. If the budget was used up and
+// the event loop is serving the device, it starts another turn until kServeTime has passed. Each Poll inside
+// an event shares the budget of the current turn. The rest of a backlog stays in the system, where the peer
+// has to wait: it neither fills memory nor keeps the loop from other devices, even if each command waits for
+// a slow serial line. If the stream consists of packets, a turn also reads the rest of a packet that has
+// begun (missingBytes), so it ends where a packet ends or where the peer has paused.
 //
 // A Poll within kDrainedTime after a read that found nothing more does not read again, because code that logs
-// polls three times in a row. Past kMostNested levels of an event inside itself, Poll only writes, so no stream
-// exhausts the stack.
+// polls three times in a row. Past kMostNested levels of an event inside itself, Poll only writes, so no
+// stream exhausts the stack.
 //
-// Failure. The device first delivers the bytes that had arrived before the failure, in turns as usual. It then
-// closes and runs the error event once, never inside a data event. Internally a failure is a std::error_code;
-// LastErrorCode returns its number.
+// Failure. The device first delivers the bytes that had arrived before the failure, in turns as usual. It
+// then closes and runs the error event once, never inside a data event. Internally a failure is a
+// std::error_code; LastErrorCode returns its number.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
@@ -63,7 +63,8 @@ public:
 
 protected:
     bool isOpen() const noexcept { return open_; }
-    // Opens the device with a non-blocking descriptor, which it then owns, or with -1 while there is none yet.
+    // Opens the device with a non-blocking descriptor, which it then owns, or with -1 while there is none
+    // yet.
     void attach(int descriptor);
     // Records a failure. A later serve or Poll reports it.
     void fail(const std::error_code& error);
@@ -78,8 +79,8 @@ protected:
     virtual ssize_t transmit(const char* bytes, std::size_t count) = 0;
     // Whether a read that returns fewer bytes than requested has emptied the system's buffer.
     virtual bool shortReadDrains() const noexcept = 0;
-    // For streams of packets: called with all bytes in order. missingBytes returns how many bytes complete the
-    // packet that has begun, or the known part of it.
+    // For streams of packets: called with all bytes in order. missingBytes returns how many bytes complete
+    // the packet that has begun, or the known part of it.
     virtual void noteArrived(std::string_view bytes) { (void)bytes; }
     virtual std::size_t missingBytes() const noexcept { return 0; }
     // While a device is opening, the loop calls serveOpening instead of reading and writing.
@@ -103,11 +104,11 @@ private:
     bool open_ = false;
     int descriptor_ = -1;
     std::error_code lastError_;
-    std::error_code failure_;            // not yet reported
-    std::size_t unreadAtFailure_ = 0;    // arrived before the failure and still to be delivered
-    int nested_ = 0;                     // data events of this device in progress
-    bool blocked_ = false;               // the system accepted less than the output buffer contained
-    std::size_t budget_ = kReadBudget;   // rest of the current turn's
+    std::error_code failure_;          // not yet reported
+    std::size_t unreadAtFailure_ = 0;  // arrived before the failure and still to be delivered
+    int nested_ = 0;                   // data events of this device in progress
+    bool blocked_ = false;             // the system accepted less than the output buffer contained
+    std::size_t budget_ = kReadBudget; // rest of the current turn's
     std::size_t sendAgainAt_ = kSendMark;
     std::int64_t drainedAt_ = 0; // time of the latest read that found nothing more
     String received_;

@@ -1,8 +1,8 @@
 // A TCP connection. Set Address and Port, then call Connect.
 //
 // Connect returns at once. Later polls and passes of the event loop look up the name and establish the
-// connection; see Connector for names with several addresses. The peer's closing of the connection counts as an
-// error. Small packets are sent without delay, and keep-alive is on.
+// connection; see Connector for names with several addresses. The peer's closing of the connection counts as
+// an error. Small packets are sent without delay, and keep-alive is on.
 #pragma once
 
 #include "runtime/events/Connector.hpp"

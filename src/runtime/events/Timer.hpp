@@ -1,7 +1,7 @@
 // A timer that fires once, Period milliseconds after Mode was set to single.
 //
-// The event runs inside DoEvents. Setting Mode to single again restarts the countdown. An event that may release
-// its own timer and then continues must own a reference to it.
+// The event runs inside DoEvents. Setting Mode to single again restarts the countdown. An event that may
+// release its own timer and then continues must own a reference to it.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
