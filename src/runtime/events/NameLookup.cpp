@@ -3,7 +3,6 @@
 #include "runtime/core/SystemError.hpp"
 #include "runtime/text/Numbers.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -22,16 +21,6 @@
 
 namespace hearthix {
 
-// The message from the resolver process. A pipe writes a message of this size as a whole.
-struct NameLookup::Answer {
-    static constexpr std::size_t kMost = 24;
-
-    int code = 0;
-    int systemCode = 0;
-    std::size_t count = 0;
-    std::array<NetworkAddress, kMost> addresses{};
-};
-
 namespace {
 
 class ResolverErrors : public std::error_category {
@@ -40,15 +29,22 @@ public:
     std::string message(int code) const override { return gai_strerror(code); }
 };
 
-std::error_code resolverError(int code) {
-    static const ResolverErrors category;
-    return {code, category};
-}
+// The message from the resolver process. A pipe writes a message of this size as a whole.
+struct Answer {
+    std::error_code error() const {
+        static const ResolverErrors category;
+        return code == EAI_SYSTEM ? std::error_code(systemCode, std::system_category())
+                                  : std::error_code(code, category);
+    }
 
-} // namespace
+    int code = EAI_SYSTEM;
+    int systemCode = EIO; // if the resolver process has died
+    std::size_t count = 0;
+    std::array<NetworkAddress, 24> addresses{};
+};
+static_assert(sizeof(Answer) <= PIPE_BUF);
 
-NameLookup::Answer NameLookup::resolve(const std::string& host, const std::string& service, int flags) {
-    static_assert(sizeof(Answer) <= PIPE_BUF);
+Answer resolve(const std::string& host, const std::string& service, int flags) {
     Answer answer;
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
@@ -58,7 +54,7 @@ NameLookup::Answer NameLookup::resolve(const std::string& host, const std::strin
     answer.systemCode = errno;
     if (answer.code != 0)
         return answer;
-    for (const addrinfo* each = found; each != nullptr && answer.count < Answer::kMost;
+    for (const addrinfo* each = found; each != nullptr && answer.count < answer.addresses.size();
          each = each->ai_next) {
         NetworkAddress& next = answer.addresses[answer.count++];
         next.length = each->ai_addrlen;
@@ -70,17 +66,17 @@ NameLookup::Answer NameLookup::resolve(const std::string& host, const std::strin
 
 // The body of the resolver process. It ends with its parent, and it closes all inherited descriptors, so that
 // the parent's peers see their connections end when the parent ends.
-void NameLookup::answerTo(int pipe, pid_t parent, const std::string& host, const std::string& service) {
+[[noreturn]] void answerTo(int pipe, pid_t parent, const std::string& host, const std::string& service) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
         _exit(EXIT_FAILURE); // it ended before the call above
-    const auto first = static_cast<unsigned>(pipe);
-    if (first > 0)
-        close_range(0, first - 1, 0);
-    close_range(first + 1, UINT_MAX, 0);
+    dup2(pipe, STDIN_FILENO);
+    close_range(STDIN_FILENO + 1, UINT_MAX, 0);
     const Answer answer = resolve(host, service, 0);
-    _exit(write(pipe, &answer, sizeof answer) == sizeof answer ? EXIT_SUCCESS : EXIT_FAILURE);
+    _exit(write(STDIN_FILENO, &answer, sizeof answer) == sizeof answer ? EXIT_SUCCESS : EXIT_FAILURE);
 }
+
+} // namespace
 
 void NameLookup::start(const String& host, Integer port) {
     cancel();
@@ -90,7 +86,7 @@ void NameLookup::start(const String& host, Integer port) {
     const std::string service(Str(port).view());
     const Answer numeric = resolve(name, service, AI_NUMERICHOST | AI_NUMERICSERV);
     if (numeric.code == 0)
-        accept(numeric);
+        addresses_.assign(numeric.addresses.begin(), numeric.addresses.begin() + numeric.count);
     else
         startResolver(name, service);
 }
@@ -129,21 +125,13 @@ bool NameLookup::isPending() {
     if (answer_ < 0 || poll(&watch, 1, 0) <= 0)
         return answer_ >= 0;
     Answer answer;
-    if (read(answer_, &answer, sizeof answer) == sizeof answer)
-        accept(answer);
+    static_cast<void>(read(answer_, &answer, sizeof answer) == sizeof answer);
+    if (answer.code == 0)
+        addresses_.assign(answer.addresses.begin(), answer.addresses.begin() + answer.count);
     else
-        error_ = std::make_error_code(std::errc::io_error); // the resolver process has died
+        error_ = answer.error();
     cancel();
     return false;
-}
-
-void NameLookup::accept(const Answer& answer) {
-    if (answer.code == 0)
-        addresses_.assign(answer.addresses.begin(),
-                          answer.addresses.begin() + std::min(answer.count, Answer::kMost));
-    else
-        error_ = answer.code == EAI_SYSTEM ? std::error_code(answer.systemCode, std::system_category())
-                                           : resolverError(answer.code);
 }
 
 } // namespace hearthix

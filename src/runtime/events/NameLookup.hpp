@@ -37,13 +37,7 @@ public:
     std::vector<NetworkAddress> takeAddresses() { return std::exchange(addresses_, {}); }
 
 private:
-    struct Answer;
-
-    static Answer resolve(const std::string& host, const std::string& service, int flags);
-    [[noreturn]] static void answerTo(int pipe, pid_t parent, const std::string& host,
-                                      const std::string& service);
     void startResolver(const std::string& host, const std::string& service);
-    void accept(const Answer& answer);
 
     int answer_ = -1;
     pid_t resolver_ = -1;

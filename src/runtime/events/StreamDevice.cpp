@@ -49,7 +49,7 @@ void StreamDevice::dropDescriptor() {
     EventLoop::instance().remove(*this);
     if (descriptor_ >= 0)
         ::close(std::exchange(descriptor_, -1));
-    output_.clear();
+    output_ = String();
     blocked_ = false;
     sendAgainAt_ = kSendMark;
 }
@@ -65,7 +65,7 @@ void StreamDevice::fail(const std::error_code& error) {
         failure_ = error;
         unreadAtFailure_ = arrivedBytes(descriptor_);
     }
-    output_.clear();
+    output_ = String();
     blocked_ = false;
 }
 
@@ -92,10 +92,10 @@ void StreamDevice::flushOutput() {
         return;
     blocked_ = false;
     while (!output_.empty()) {
-        const std::string_view waiting = output_.front();
+        const std::string_view waiting = output_.view();
         const ssize_t sent = transmit(waiting.data(), waiting.size());
         if (sent > 0) {
-            output_.consume(static_cast<std::size_t>(sent));
+            output_.removeFront(static_cast<std::size_t>(sent));
             continue;
         }
         if (sent < 0 && errno == EINTR)

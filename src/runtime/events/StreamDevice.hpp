@@ -1,27 +1,21 @@
-// What a TCP connection and a serial line have in common: bytes in, bytes out, and their events.
+// The common part of a TCP connection and a serial line: bytes in, bytes out, and their events.
 //
-// Output. Write only buffers. Buffered bytes leave with the next pass of the event loop, the next Poll or
-// Flush, or when the buffer exceeds kSendMark. Past kSendCeiling the device fails and discards the bytes, so
-// a peer that never reads costs bounded memory.
+// Output. Write only buffers. The bytes leave with the next pass of the event loop, the next Poll or Flush,
+// or when the buffer exceeds kSendMark. Past kSendCeiling the device fails and discards them.
 //
-// Input. A turn reads at most kReadBudget bytes and then runs the data event. If the budget was used up and
-// the event loop is serving the device, it starts another turn until kServeTime has passed. Each Poll inside
-// an event shares the budget of the current turn. The rest of a backlog stays in the system, where the peer
-// has to wait: it neither fills memory nor keeps the loop from other devices, even if each command waits for
-// a slow serial line. If the stream consists of packets, a turn also reads the rest of a packet that has
-// begun (missingBytes), so it ends where a packet ends or where the peer has paused.
+// Input. A turn reads at most kReadBudget bytes and then runs the data event. In a pass of the event loop a
+// device has one turn, and further ones until kServeTime has passed if each budget is used up. All polls in a
+// pass share the budget of the latest turn. So a backlog stays in the system and does not delay other
+// devices, even if each command waits for a slow serial line. A turn also reads the rest of a packet that has
+// begun (missingBytes). A Poll within kDrainedTime after a read that found nothing does not read again,
+// because code that logs polls three times. Past kMostNested levels of an event inside itself, Poll only
+// writes, to limit the stack.
 //
-// A Poll within kDrainedTime after a read that found nothing more does not read again, because code that logs
-// polls three times in a row. Past kMostNested levels of an event inside itself, Poll only writes, so no
-// stream exhausts the stack.
-//
-// Failure. The device first delivers the bytes that had arrived before the failure, in turns as usual. It
-// then closes and runs the error event once, never inside a data event. Internally a failure is a
-// std::error_code; LastErrorCode returns its number.
+// Failure. The device first delivers, in turns, the bytes that arrived before the failure. Then it closes and
+// runs the error event once, never inside a data event.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
-#include "runtime/events/SendBuffer.hpp"
 #include "runtime/text/String.hpp"
 
 #include <cstddef>
@@ -112,7 +106,7 @@ private:
     std::size_t sendAgainAt_ = kSendMark;
     std::int64_t drainedAt_ = 0; // time of the latest read that found nothing more
     String received_;
-    SendBuffer output_;
+    String output_;
 };
 
 } // namespace hearthix
