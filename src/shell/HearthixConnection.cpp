@@ -12,9 +12,6 @@ namespace hearthix {
 
 namespace {
 
-constexpr Integer kTicksOfSecond = 60;
-constexpr int kReceiveBuffer = 256 * 1024;
-
 bool isGatewayOpening = false;
 std::deque<Ref<cHearthixCommand>> waiting;
 std::size_t waitingBytes = 0;
@@ -52,13 +49,14 @@ void HearthixSupport::OpenHearthixConnection(const String& address, Integer port
     HearthixSocket->Address = address.empty() ? String("127.0.0.1") : address;
     HearthixSocket->Port = port == 0 ? 20300 : port;
     HearthixSocket->ConnectionID = connectionID;
-    HearthixSocket->receiveBuffer = kReceiveBuffer;
+    HearthixSocket->receiveBuffer = 256 * 1024; // so that "close" does not wait behind megabytes
     HearthixSocket->Connect();
 }
 
 bool HearthixSupport::WaitForHearthixConnection(Integer seconds) {
+    constexpr Integer kTicksPerSecond = 60;
     const Integer start = Ticks();
-    while (!HearthixSocket->IsConnected() && Ticks() - start < seconds * kTicksOfSecond) {
+    while (!HearthixSocket->IsConnected() && Ticks() - start < seconds * kTicksPerSecond) {
         ConsoleApplication::DoEvents(10);
         HearthixSocket->Poll();
         RuntimeBackgroundTask();

@@ -1,14 +1,44 @@
 #include "runtime/events/Connector.hpp"
 
+#include "runtime/core/SystemError.hpp"
 #include "runtime/values/Clock.hpp"
 
-#include <algorithm>
 #include <utility>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <unistd.h>
 
 namespace hearthix {
+
+namespace {
+
+// Starts to connect. Returns a non-blocking descriptor that the caller owns, or -1 and the error.
+int beginConnect(const NetworkAddress& to, int receiveBuffer, std::error_code& error) {
+    const int descriptor = socket(to.address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (descriptor < 0) {
+        error = systemError();
+        return -1;
+    }
+    setStreamOptions(descriptor);
+    if (receiveBuffer > 0)
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&to.address), to.length) == 0 ||
+        errno == EINPROGRESS)
+        return descriptor;
+    error = systemError();
+    close(descriptor);
+    return -1;
+}
+
+} // namespace
+
+void setStreamOptions(int descriptor) {
+    const int on = 1;
+    setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+}
 
 void Connector::start(const String& host, Integer port, int receiveBuffer) {
     cancel();
@@ -58,10 +88,11 @@ int Connector::takeWinner() {
             continue;
         }
         attempts_.erase(attempts_.begin() + static_cast<std::ptrdiff_t>(i));
-        const std::error_code outcome = connectOutcome(watch.fd);
-        if (!outcome)
+        int outcome = 0;
+        socklen_t size = sizeof outcome;
+        if (getsockopt(watch.fd, SOL_SOCKET, SO_ERROR, &outcome, &size) == 0 && outcome == 0)
             return watch.fd;
-        error_ = outcome;
+        error_ = {outcome, std::system_category()};
         nextAt_ = 0;
         close(watch.fd);
     }

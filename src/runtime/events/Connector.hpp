@@ -14,6 +14,9 @@
 
 namespace hearthix {
 
+// Sends small packets without delay and checks a silent peer from time to time.
+void setStreamOptions(int descriptor);
+
 class Connector {
 public:
     static constexpr std::int64_t kAttemptDelay = 250'000'000; // nanoseconds

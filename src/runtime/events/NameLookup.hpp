@@ -6,7 +6,6 @@
 // is not a thread.
 #pragma once
 
-#include "runtime/events/NetworkAddress.hpp"
 #include "runtime/text/String.hpp"
 
 #include <string>
@@ -14,9 +13,15 @@
 #include <utility>
 #include <vector>
 
+#include <sys/socket.h>
 #include <sys/types.h>
 
 namespace hearthix {
+
+struct NetworkAddress {
+    sockaddr_storage address;
+    socklen_t length;
+};
 
 class NameLookup {
 public:
