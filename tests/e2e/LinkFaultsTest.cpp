@@ -390,7 +390,7 @@ TEST(Load, AnEndlessStreamOfCommandsDelaysNothingElse) {
             while (!over.stop_requested()) {
                 char bytes[1000];
                 [[maybe_unused]] ssize_t count = read(talk.gateway.descriptor(), bytes, sizeof bytes);
-                count = write(talk.gateway.descriptor(), kSignOfLife.data(), kSignOfLife.size());
+                count = send(talk.gateway.descriptor(), kSignOfLife.data(), kSignOfLife.size(), MSG_NOSIGNAL);
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         });
