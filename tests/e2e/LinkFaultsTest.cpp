@@ -12,7 +12,6 @@
 
 #include <netdb.h>
 #include <sys/socket.h>
-#include <termios.h>
 
 namespace hearthix::test {
 
@@ -194,17 +193,6 @@ TEST(NoMoreFiles, IsAFailureToConnect) {
         const char* words = isSerial ? "Too many open files" : "NilObjectException";
         EXPECT_NE(ending.errors.find(words), std::string::npos) << ending.errors;
     }
-}
-
-TEST(SerialLine, IsRawAt115200Baud8N1) {
-    const Conversation talk(Transport::serial);
-    termios settings{};
-    ASSERT_EQ(tcgetattr(talk.gateway.descriptor(), &settings), 0);
-    EXPECT_EQ(cfgetospeed(&settings), speed_t{B115200});
-    EXPECT_EQ(settings.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS), tcflag_t{CS8});
-    EXPECT_EQ(settings.c_lflag & (ECHO | ICANON | ISIG | IEXTEN), tcflag_t{0});
-    EXPECT_EQ(settings.c_oflag & OPOST, tcflag_t{0});
-    EXPECT_EQ(settings.c_iflag & (IXON | IXOFF | ICRNL | INLCR | IGNCR | ISTRIP), tcflag_t{0});
 }
 
 TEST(SerialLine, ThatCannotBeOpenedEndsTheDriver) {

@@ -61,6 +61,13 @@ extern "C" int getaddrinfo(const char* host, const char* service, const addrinfo
 namespace hearthix {
 namespace {
 
+std::string portOf(int descriptor) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    EXPECT_EQ(getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size), 0);
+    return '.' + std::to_string(ntohs(address.sin_port));
+}
+
 struct Target {
     Target() { EXPECT_TRUE(listener.Listen("127.0.0.1", 0)); }
     std::string port() const { return '.' + std::to_string(listener.Port()); }
@@ -72,31 +79,25 @@ struct Target {
 struct DeadPorts {
     DeadPorts() {
         sockaddr_in address{};
-        socklen_t size = sizeof address;
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        for (int& each : sockets) {
-            each = socket(AF_INET, SOCK_STREAM, 0);
-            EXPECT_EQ(bind(each, reinterpret_cast<sockaddr*>(&address), size), 0);
-        }
-        EXPECT_EQ(listen(sockets[1], 0), 0);
-        getsockname(sockets[1], reinterpret_cast<sockaddr*>(&address), &size);
-        EXPECT_EQ(connect(sockets[2], reinterpret_cast<sockaddr*>(&address), size), 0);
+        const auto* const loopback = reinterpret_cast<const sockaddr*>(&address);
+        EXPECT_EQ(bind(refusing, loopback, sizeof address), 0);
+        EXPECT_EQ(bind(full, loopback, sizeof address), 0);
+        EXPECT_EQ(listen(full, 0), 0);
+        address.sin_port = htons(static_cast<std::uint16_t>(std::atoi(&portOf(full)[1])));
+        EXPECT_EQ(connect(queued, loopback, sizeof address), 0);
     }
     ~DeadPorts() {
-        for (const int each : sockets)
+        for (const int each : {refusing, full, queued})
             close(each);
     }
-    std::string port(int index) const {
-        sockaddr_in address{};
-        socklen_t size = sizeof address;
-        getsockname(sockets[index], reinterpret_cast<sockaddr*>(&address), &size);
-        return '.' + std::to_string(ntohs(address.sin_port));
-    }
-    std::string refused() const { return port(0); }
-    std::string silent() const { return port(1); }
+    std::string refused() const { return portOf(refusing); }
+    std::string silent() const { return portOf(full); }
 
-    int sockets[3];
+    int refusing = socket(AF_INET, SOCK_STREAM, 0);
+    int full = socket(AF_INET, SOCK_STREAM, 0);
+    int queued = socket(AF_INET, SOCK_STREAM, 0);
 };
 
 struct NotedLine : Serial {

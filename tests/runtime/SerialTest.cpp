@@ -120,8 +120,11 @@ TEST_F(SerialTest, SetsTheLineUpAsAGatewayNeedsIt) {
     ioctl(slave_, TIOCNXCL);
     termios after{};
     tcgetattr(slave_, &after);
-    EXPECT_EQ(after.c_cflag & (CRTSCTS | CSTOPB | CLOCAL | CREAD), tcflag_t{CLOCAL | CREAD});
-    EXPECT_EQ(after.c_iflag & (IXON | IXOFF | IXANY), tcflag_t{0});
+    EXPECT_EQ(after.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS | CLOCAL | CREAD),
+              tcflag_t{CS8 | CLOCAL | CREAD});
+    EXPECT_EQ(after.c_iflag & (IXON | IXOFF | IXANY | ICRNL | INLCR | IGNCR | ISTRIP), tcflag_t{0});
+    EXPECT_EQ(after.c_lflag & (ECHO | ICANON | ISIG | IEXTEN), tcflag_t{0});
+    EXPECT_EQ(after.c_oflag & OPOST, tcflag_t{0});
     EXPECT_EQ(cfgetospeed(&after), speed_t{B115200});
 }
 
