@@ -4,7 +4,7 @@
 
 namespace hearthix {
 
-// A multipacket has a length of two bytes, a common message one of a single byte.
+// The length has two bytes in a multipacket and one byte in a common message.
 std::size_t PacketBoundary::headSize() const noexcept {
     return known_ > 0 && (head_[0] == 'J' || head_[0] == 'j') ? 3 : 2;
 }
@@ -18,18 +18,18 @@ void PacketBoundary::pass(std::string_view bytes) noexcept {
             return;
         head_[known_++] = static_cast<unsigned char>(bytes.front());
         bytes.remove_prefix(1);
-        leaveHead();
+        finishHead();
     }
 }
 
-// A length shorter than the head leaves the rest of the head to the next packet. One of 0 ends all framing.
-void PacketBoundary::leaveHead() noexcept {
+// If the length is shorter than the head, the next packet begins inside it. A length of 0 ends the framing.
+void PacketBoundary::finishHead() noexcept {
     while (known_ >= headSize()) {
         const std::size_t length = head_[1] + (headSize() == 3 ? std::size_t{256} * head_[2] : 0);
-        const std::size_t taken = length == 0 ? known_ : std::min(length, known_);
+        const std::size_t used = length == 0 ? known_ : std::min(length, known_);
         rest_ = length - std::min(length, known_);
-        std::copy(head_ + taken, head_ + known_, head_);
-        known_ -= taken;
+        std::copy(head_ + used, head_ + known_, head_);
+        known_ -= used;
     }
 }
 

@@ -1,7 +1,7 @@
-// Where the host's byte stream stands between two packets.
+// Finds the packet boundaries in the host's byte stream.
 //
-// Sees the bytes as they come, and knows of the packet that has begun how many are missing. It knows no more
-// of a packet than its first bytes: docs/host-link.md has the framing.
+// It reads the length at the start of each packet and counts how many bytes are missing from the current one.
+// docs/host-link.md describes the framing.
 #pragma once
 
 #include <cstddef>
@@ -12,17 +12,17 @@ namespace hearthix {
 class PacketBoundary {
 public:
     void pass(std::string_view bytes) noexcept;
-    // Bytes to the end of the packet, or to the end of its length where that has not come yet. 0 between two
-    // packets.
+    // The number of bytes up to the end of the packet, or up to the end of its length while that is
+    // incomplete. 0 between two packets.
     std::size_t missing() const noexcept;
 
 private:
     std::size_t headSize() const noexcept;
-    void leaveHead() noexcept;
+    void finishHead() noexcept;
 
-    unsigned char head_[3] = {}; // type and length of the packet that has begun
-    std::size_t known_ = 0;      // bytes of the head that have come
-    std::size_t rest_ = 0;       // bytes after the head that have not
+    unsigned char head_[3] = {}; // type and length of the current packet
+    std::size_t known_ = 0;      // bytes of the head that have arrived
+    std::size_t rest_ = 0;       // bytes after the head that have not arrived
 };
 
 } // namespace hearthix

@@ -57,21 +57,27 @@ void cIPStreamAbstractor::Event_Connected() {
 
 void cIPStreamAbstractor::Event_DataAvailable() {
     if (Parent.isNil())
-        explain(concat("speaks before the driver can listen; name it socket://", Address, ":", Str(Port),
-                       ", in place of IP"));
+        explain(
+            concat("sends data before the driver is ready; use socket://", endpoint(), " in place of IP"));
     Parent->PortDataAvailable(ReadAll());
 }
 
 void cIPStreamAbstractor::Event_Error(const RuntimeException& error) {
     if (Parent.isNil())
         explain(
-            concat("can't be had: ", error.Message, "; check its address and port, and whether it is on"));
+            concat("is unavailable: ", error.Message, "; check its address and port, and whether it is on"));
     Parent->PortError(String(), LastErrorCode());
 }
 
-// Without a receiver the process ends in a stack dump, from which nobody learns what to do.
-void cIPStreamAbstractor::explain(const String& trouble) const {
-    PrintError(concat("the gateway at ", Address, ":", Str(Port), " ", trouble));
+// Printed before the stack dump, which does not say what to do.
+void cIPStreamAbstractor::explain(const String& problem) const {
+    PrintError(concat("the gateway at ", endpoint(), " ", problem));
+}
+
+// The address and the port as one text, with an IPv6 address in brackets.
+String cIPStreamAbstractor::endpoint() const {
+    const bool isIPv6 = InStr(1, Address, ":") > 0;
+    return concat(isIPv6 ? "[" : "", Address, isIPv6 ? "]:" : ":", Str(Port));
 }
 
 void cIPStreamAbstractor::PortClear() {

@@ -1,7 +1,7 @@
-// A gateway at the end of a TCP stream.
+// A gateway behind a TCP connection.
 //
-// The constructor connects and doesn't return before the connection is up or 600 ticks have passed; events of
-// the host run meanwhile. A gateway that speaks or fails in that time meets a port without a receiver.
+// The constructor waits until it is connected, for at most 600 ticks, and runs events meanwhile. A gateway
+// that sends data or fails during that time raises NilObjectException, because the port has no receiver yet.
 #pragma once
 
 #include "ports/iAbstractPort.hpp"
@@ -11,13 +11,13 @@ namespace hearthix {
 
 class cIPStreamAbstractor : public TCPSocket, public iAbstractPort {
 public:
-    // Called when the connection comes up, which is the gateway's first sign of life.
+    // Called when the connection is established, the gateway's first sign of life.
     using ConnectedHandler = void (*)();
 
     cIPStreamAbstractor(const String& address, Integer port, ConnectedHandler onConnected);
 
     Ref<iAbstractPortReceiver> Parent;
-    bool InitialFlush = false; // set on connection. Kept for callers; nothing here uses it
+    bool InitialFlush = false; // set on connection; unused
 
     void Event_DataAvailable() override;
     void Event_Error(const RuntimeException& error) override;
@@ -27,14 +27,15 @@ public:
     bool PortOpen() override;
     void PortClose() override { Close(); }
     void PortClear() override;
-    // Reads everything and drops it.
+    // Discards all received bytes.
     void PortFlush() override;
     void PortPoll() override { Poll(); }
-    // A TCP stream has nothing like a transmit wait: polls.
+    // Polls, because a TCP connection has no transmit wait.
     void PortXmitWait() override { Poll(); }
 
 private:
-    void explain(const String& trouble) const;
+    void explain(const String& problem) const;
+    String endpoint() const;
 
     ConnectedHandler onConnected_;
 };

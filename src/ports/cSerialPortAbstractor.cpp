@@ -6,38 +6,34 @@
 
 namespace hearthix {
 
-namespace {
-
-void giveUp(const String& notice) {
-    Log::send(notice, 4);
-    Globals::DoQuit = true;
-}
-
-} // namespace
-
-cSerialPortAbstractor::cSerialPortAbstractor(const String& portName) : MyPortName(portName) {
+cSerialPortAbstractor::cSerialPortAbstractor(const String& portName, WaitHandler onWait)
+    : MyPortName(portName), onWait_(onWait) {
     SetupAndOpen();
 }
 
 void cSerialPortAbstractor::SetupAndOpen() {
     SerialPort = System::SerialPort(MyPortName);
-    if (SerialPort.isNil()) {
-        PrintError(
-            concat("no serial port is named ", MyPortName,
-                   "; give the path of a terminal device, such as /dev/ttyUSB0, or socket://HOST:PORT"));
-        giveUp(concat("mySensors: unable to find a serial port named: ", MyPortName));
-        return;
-    }
     Bits = kBits8;
     Parity = kParityNone;
     Baud = kBaud115200;
     DataTerminalReady = true;
-    if (Open()) {
+    if (SerialPort && Open()) {
         Flush();
         return;
     }
-    PrintError(explainOpenFailure(*SerialPort, lastError()));
-    giveUp(concat("mySensors: unable to open the port named: ", MyPortName));
+    // A device that is not a terminal counts as not found.
+    const bool isFound = SerialPort && lastError() != std::errc::inappropriate_io_control_operation;
+    if (isFound)
+        PrintError(explainOpenFailure(*SerialPort, lastError()));
+    else
+        PrintError(
+            concat("no serial port is named ", MyPortName,
+                   "; give the path of a terminal device, such as /dev/ttyUSB0, or socket://HOST:PORT"));
+    Log::send(concat(isFound ? "mySensors: unable to open the port named: "
+                             : "mySensors: unable to find a serial port named: ",
+                     MyPortName),
+              4);
+    Globals::DoQuit = true;
 }
 
 void cSerialPortAbstractor::Event_DataAvailable() {

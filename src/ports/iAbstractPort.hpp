@@ -1,4 +1,4 @@
-// One interface over the ways to reach the gateway, and the one that a port calls back.
+// The interface of all connections to the gateway, and the interface of the object that receives their data.
 #pragma once
 
 #include "runtime/core/Object.hpp"
@@ -6,17 +6,17 @@
 
 namespace hearthix {
 
-// Gets what a port receives. A port that has no receiver when data or a failure arrive raises
-// NilObjectException: nothing is kept for a later one.
+// Receives the data and the failure of a port. A port without a receiver raises NilObjectException instead;
+// it does not buffer.
 class iAbstractPortReceiver : public virtual Object {
 public:
-    // Bytes in whatever pieces they arrived; a piece has no relation to a message.
+    // The bytes of one read, which may begin and end anywhere in a message.
     virtual void PortDataAvailable(const String& data) = 0;
-    // A failure of the port. The code is the system's error number.
+    // The message is empty; the code is the system's error number.
     virtual void PortError(const String& message, Integer code) = 0;
 };
 
-// A port opens in its constructor. A failing send is told later, through PortError.
+// A port opens in its constructor. It reports a failed send later, through PortError.
 class iAbstractPort : public virtual Object {
 public:
     virtual void PortSetParent(const Ref<iAbstractPortReceiver>& receiver) = 0;
@@ -26,18 +26,18 @@ public:
     virtual bool PortOpen() = 0;
     // Closing a closed port is allowed.
     virtual void PortClose() = 0;
-    // Closes, and forgets the receiver.
+    // Closes the port and releases the receiver.
     virtual void PortClear() = 0;
     // Clears the port's buffers.
     virtual void PortFlush() = 0;
-    // Lets the port do its pending work now.
+    // Serves the port now and runs its events.
     virtual void PortPoll() = 0;
-    // Waits until what was sent has left.
+    // Waits until the sent bytes have left.
     virtual void PortXmitWait() = 0;
 };
 
 namespace Globals {
-// The gateway's port; nil until start-up has opened it.
+// The gateway's port; nil until its constructor has returned.
 extern Ref<iAbstractPort> gAbstractedPort;
 } // namespace Globals
 

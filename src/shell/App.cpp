@@ -59,6 +59,7 @@ Integer App::Event_Run(const Array<String>& arguments) {
     Globals::gAbstractedPort->PortSetParent(Globals::gMySensors);
     if (!Globals::DoQuit)
         Log::send(readyText, 2);
+    HearthixSupport::handleWaitingCommands();
     runUntilQuit();
     drain();
     return 0;
@@ -86,7 +87,8 @@ void App::openGateway(const Array<String>& arguments) const {
     const String& transport = arguments[kTransport];
     if (transport != "IP") {
         logDetail(concat("mySensors making local serial connection to port named (", transport, ")"));
-        Globals::gAbstractedPort = Ref<cSerialPortAbstractor>::make(transport);
+        Globals::gAbstractedPort =
+            Ref<cSerialPortAbstractor>::make(transport, &HearthixSupport::serveHostOnly);
         return;
     }
     // Counted from the end, because hosts may insert arguments of their own.

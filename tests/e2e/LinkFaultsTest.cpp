@@ -1,4 +1,4 @@
-// Links that break at any byte, that stall, that can't be had, or that carry much at once.
+// Links that break at any byte, stall, are slow, can't be opened, or carry much at once.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,6 @@
 
 #include <netdb.h>
 #include <sys/socket.h>
-#include <termios.h>
 
 namespace hearthix::test {
 
@@ -20,7 +19,8 @@ namespace {
 
 const std::string kPipeError = "Hearthix Pipe Error\n\n";
 
-// Each case waits for its own driver, so all of them may wait together. Emulators start slowly: four of them.
+// Runs the cases in parallel, because each one waits for its own driver. Emulators start slowly, so four of
+// them.
 template <class Cases, class Check>
 void allAtOnce(const Cases& cases, const Check& check) {
     std::vector<std::future<void>> running;
@@ -43,7 +43,7 @@ TEST(BrokenLink, OfTheHostEndsTheDriver) {
     const std::string ping = multipacket({{"mcmd", "ping"}});
     std::vector<std::pair<How, std::size_t>> cases{{How::close, 0}, {How::close, 9}, {How::halfClose, 0}};
     for (std::size_t bytes = 0; bytes < ping.size(); ++bytes)
-        if (bytes == 0 || bytes > 4) // of fewer, the driver never lets go
+        if (bytes == 0 || bytes > 4) // fewer keep the driver in its loop
             cases.emplace_back(How::reset, bytes);
     allAtOnce(cases, [&ping](const auto& each) {
         Conversation talk;
@@ -65,14 +65,14 @@ TEST(BrokenLink, OfTheHostInTheOpeningLineEndsTheDriver) {
         Stream link = host.accept();
         EXPECT_EQ(link.hear(bytes), opening.substr(0, bytes));
         link.reset();
-        // Within the first milliseconds it counts as a host that never answered.
+        // A reset within the first milliseconds counts as a host that never answered.
         const Ending ending = driver.end();
         EXPECT_EQ(ending.status, 0);
         EXPECT_EQ(ending.output.substr(0, kPipeError.size()), kPipeError);
     });
 }
 
-TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
+TEST(BrokenLink, OfTheGatewayIsReportedAndEndsTheDriver) {
     const std::string line = "0;255;3;0;9;last words\n";
     struct Case {
         How how;
@@ -82,7 +82,7 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
     };
     std::vector<Case> cases{{How::close, 0, {"107"}},
                             {How::close, line.size(), {"107"}},
-                            {How::close, line.size(), {"5", "107"}, Transport::serial}, // as the system likes
+                            {How::close, line.size(), {"5", "107"}, Transport::serial}, // depends on timing
                             {How::close, line.size(), {"107"}, Transport::network},
                             {How::halfClose, line.size(), {"107"}, Transport::network},
                             {How::halfClose, line.size(), {"107"}}};
@@ -92,7 +92,7 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
     allAtOnce(cases, [&line](const Case& c) {
         Conversation talk(c.transport);
         talk.gateway.say(line.substr(0, c.bytes));
-        if (c.transport == Transport::serial) // one that hangs up takes along what nobody has read
+        if (c.transport == Transport::serial) // hanging up discards unread bytes
             talk.host.hasNews(kPatience);
         breakOff(talk.gateway, c.how);
         if (c.bytes == line.size()) {
@@ -107,15 +107,16 @@ TEST(BrokenLink, OfTheGatewayIsToldAndEndsTheDriver) {
     });
 }
 
-// A value as large as a packet can be.
+// A value that fills a packet.
 std::string largeLine(char letter) {
     return "10;3;1;0;24;" + std::string(60'000, letter);
 }
 
-// Never more than one in flight.
+// A line without effect, which keeps the watchdog calm.
+constexpr std::string_view kSignOfLife = "5;255;3;0;4;\n";
+
+// At most one command is in flight. The link may be closed by now.
 Packet sendLargeCommand(Conversation& talk, char letter) {
-    constexpr std::string_view kSignOfLife =
-        "5;255;3;0;4;\n"; // without effect; the link may be closed by now
     send(talk.gateway.descriptor(), kSignOfLife.data(), kSignOfLife.size(), MSG_NOSIGNAL);
     const std::string value(60'000, letter);
     talk.host.say(multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.VAR1"}, {"Valu", value}}));
@@ -129,20 +130,19 @@ TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
     std::vector<std::string> expected;
     for (int i = 0; i < kLate; ++i) {
         expected.push_back(largeLine(static_cast<char>('a' + i % 26)));
-        const Packet told = sendLargeCommand(talk, expected.back()[12]);
-        ASSERT_EQ(talk.host.next(), told);
+        const Packet logged = sendLargeCommand(talk, expected.back()[12]);
+        ASSERT_EQ(talk.host.next(), logged);
     }
     std::vector<std::string> heard;
     while (heard.size() < expected.size())
         heard.push_back(talk.gateway.hearUntil("\n"));
-    EXPECT_TRUE(
-        std::is_permutation(heard.begin(), heard.end(), expected.begin())); // one may overtake another
+    EXPECT_TRUE(std::is_permutation(heard.begin(), heard.end(), expected.begin())); // in any order
     const Packet failed = log("mySensors communication error: 105 - ", 4);
     Packet answer;
     for (int i = 0; i < 2000 && answer != failed; ++i) {
-        const Packet told = sendLargeCommand(talk, 'z');
+        const Packet logged = sendLargeCommand(talk, 'z');
         answer = talk.host.next();
-        ASSERT_EQ(answer, answer == failed ? failed : told);
+        ASSERT_EQ(answer, answer == failed ? failed : logged);
     }
     EXPECT_EQ(answer, failed);
     EXPECT_EQ(talk.driver.end().status, 0);
@@ -151,19 +151,19 @@ TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
 TEST(StalledLink, OfASerialGatewayIsWaitedFor) {
     Conversation talk(Transport::serial);
     talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
-    const Packet told = sendLargeCommand(talk, 'a');
-    EXPECT_EQ(talk.host.next(), told); // ahead of the line, for which there is no room
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // by now it waits for the line to leave
+    const Packet logged = sendLargeCommand(talk, 'a');
+    EXPECT_EQ(talk.host.next(), logged); // before the line, for which the device has no space
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // now the driver waits for the line to leave
     sendLargeCommand(talk, 'a');
     EXPECT_FALSE(talk.host.hasNews(std::chrono::seconds(2)));
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(talk.gateway.hearUntil("\n"), largeLine('a'));
-    EXPECT_EQ(talk.hostSends(""), effects({told}));
+    EXPECT_EQ(talk.hostSends(""), effects({logged}));
 }
 
 TEST(StalledLink, OfAHostThatNeverReadsEndsTheDriver) {
     Conversation talk(Transport::tcp, {}, 4096);
-    // Far more than the ceiling of 64 MiB, as the driver reads on for its last second.
+    // Far more than the ceiling of 64 MiB, because the driver still reads in its last second.
     EXPECT_THROW(for (int i = 0; i < 22'000; ++i) talk.gateway.say(largeLine('x') + "\n"),
                  std::runtime_error);
     const Ending ending = talk.driver.end();
@@ -176,7 +176,7 @@ TEST(NoMoreFiles, IsAFailureToConnect) {
 #endif
     if (isForeignDriver())
         GTEST_SKIP() << "an emulator opens files of its own";
-    // Without those that the test's own caller left open: one for the host's link, and no more.
+    // Closes the descriptors that this test inherited and leaves one, for the host's link.
     const std::vector<std::string> fourFiles{
         "sh", "-c", R"(exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n 4; exec "$0" "$@")"};
     for (const Transport transport : {Transport::tcp, Transport::serial}) {
@@ -195,18 +195,7 @@ TEST(NoMoreFiles, IsAFailureToConnect) {
     }
 }
 
-TEST(SerialLine, IsRawAt115200Baud8N1) {
-    const Conversation talk(Transport::serial);
-    termios settings{};
-    ASSERT_EQ(tcgetattr(talk.gateway.descriptor(), &settings), 0);
-    EXPECT_EQ(cfgetospeed(&settings), speed_t{B115200});
-    EXPECT_EQ(settings.c_cflag & (CSIZE | PARENB | CSTOPB | CRTSCTS), tcflag_t{CS8});
-    EXPECT_EQ(settings.c_lflag & (ECHO | ICANON | ISIG | IEXTEN), tcflag_t{0});
-    EXPECT_EQ(settings.c_oflag & OPOST, tcflag_t{0});
-    EXPECT_EQ(settings.c_iflag & (IXON | IXOFF | ICRNL | INLCR | IGNCR | ISTRIP), tcflag_t{0});
-}
-
-TEST(SerialLine, ThatCannotBeHadEndsTheDriver) {
+TEST(SerialLine, ThatCannotBeOpenedEndsTheDriver) {
     const Conversation owner(Transport::serial);
     const Listener full{0, 0};
     const Descriptor queued = full.connect();
@@ -217,6 +206,7 @@ TEST(SerialLine, ThatCannotBeHadEndsTheDriver) {
     };
     const std::vector<Case> cases{
         {"no such port", "find a serial", "no serial port is named no such port; "},
+        {"/dev/null", "find a serial", "no serial port is named /dev/null; "},
         {"socket://127.0.0.1", "find a serial", "no serial port is named socket://127.0.0.1; "},
         {owner.gateway.device(), "open the", "another program is using the device"},
         {"socket://127.0.0.1:" + Listener().port(), "open the", "Connection refused; "},
@@ -237,7 +227,54 @@ TEST(SerialLine, ThatCannotBeHadEndsTheDriver) {
     });
 }
 
-// A gateway that greets is heard as far as it comes.
+// The listener answers only after the test has made space in its queue.
+TEST(SerialLine, IsOpenedWhileTheHostIsServed) {
+    Listener full{0, 0};
+    const Descriptor queued = full.connect();
+    FakeHost host;
+    const std::string device = "socket://127.0.0.1:" + full.port();
+    const DriverProcess driver({device, "127.0.0.1", host.port(), "7"});
+    host.accept();
+    host.say(commonMessage('D'));
+    host.until(log("mySensors making local serial connection to port named (" + device + ")", 4));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // now it is being opened
+    const std::string ping = multipacket({{"mcmd", "ping"}});
+    host.say(ping + rawData("first\n") + multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}) +
+             multipacket({{"mcmd", "debug"}}) + ping);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(host.next(), multi({{"mcmd", "PSrp"}}));
+    full.accept();
+    Stream gateway = full.accept();
+    host.until(readyText());
+    host.until(log("outgoing command (10;3;1;0;24;0)"));
+    EXPECT_EQ(host.next(), log("MySensors plugin debug mode is now off'"));
+    EXPECT_EQ(gateway.hearUntil(";0\n"), "first\n10;3;1;0;24");
+}
+
+// The driver is stopped while its peers write, so it finds everything at once.
+TEST(SlowLine, DelaysARequestAndTheEndByFewCommands) {
+    Conversation talk(Transport::serial, withFaults({"SLOW_LINE=1"}));
+    const std::string command = multipacket({{"mcmd", "ON"}, {"addr", "0A03.VAR1"}});
+    std::string commands;
+    for (int i = 0; i < 1000; ++i)
+        commands += command;
+    const auto write = [&](const std::string& toDriver, const std::string& line) {
+        talk.driver.signal(SIGSTOP);
+        talk.host.say(toDriver);
+        talk.gateway.say(line);
+        talk.driver.signal(SIGCONT);
+    };
+    const auto countCommands = [](const std::string& lines) { return std::ranges::count(lines, '\n'); };
+    write(commands, "12;255;3;0;6;\n");
+    EXPECT_LT(countCommands(talk.gateway.hearUntil("12;255;3;0;6;I\n")), 80);
+    talk.hostSends(""); // waits for the rest
+    write(multipacket({{"mcmd", "close"}}) + commands, "");
+    talk.host.until(log("MySensors Plugin shutting down..."));
+    EXPECT_LT(countCommands(talk.gateway.hearToEnd()), 300); // 200 ms of the loop, at 1.5 ms each
+    EXPECT_EQ(talk.driver.end().status, 0);
+}
+
+// The driver handles as much of a greeting as it receives.
 TEST(SerialLine, ThatEndsInTheGreetingEndsTheDriver) {
     const std::string greeting = "0;255;3;0;14;up\n";
     std::vector<std::size_t> places(greeting.size() + 1);
@@ -270,19 +307,22 @@ TEST(Load, AHostThatReadsLateMissesNothing) {
     [[maybe_unused]] const std::size_t before = talk.driver.residentBytes();
     for (int turn = 0; turn < 2; ++turn) {
         talk.gateway.say(lines + "12;255;3;0;6;\n");
-        EXPECT_EQ(talk.gateway.hearUntil("\n"), "12;255;3;0;6;I"); // the gateway is served all the while
-        for (int i = 0; i < kMany; ++i)
+        EXPECT_EQ(talk.gateway.hearUntil("\n"), "12;255;3;0;6;I"); // the gateway is served meanwhile
+        for (int i = 0; i < kMany; ++i) {
             ASSERT_EQ(talk.host.next(), setValue("0A03.TEMP", std::to_string(i)));
+            if (i % 1000 == 0)
+                talk.gateway.say(kSignOfLife);
+        }
         EXPECT_EQ(talk.host.next(), log("sending config to node: 12;255;3;0;6;I"));
     }
     EXPECT_EQ(talk.gatewaySays("").host, Packets{});
 #ifndef HEARTHIX_SANITIZED
-    // What waited, some 7 MiB, is not kept.
+    // The memory of the backlog, some 7 MiB, is released.
     EXPECT_LT(talk.driver.residentBytes(), isForeignDriver() ? SIZE_MAX : before + (std::size_t{3} << 20));
 #endif
 }
 
-// On the stack that a process gets by default. Never more is in flight than the sockets hold.
+// Runs with the default stack size. The commands in flight fit into the buffers of the sockets.
 TEST(Load, AMillionCommandsOneWriteEach) {
 #ifdef HEARTHIX_SANITIZED
     constexpr int kCommands = 20'000;
@@ -294,7 +334,7 @@ TEST(Load, AMillionCommandsOneWriteEach) {
     talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.TEMP"}}));
     for (int i = 0; i < kCommands + kInFlight; ++i) {
         if (i % 10'000 == 0)
-            talk.gateway.say("5;255;3;0;4;\n"); // a sign of life
+            talk.gateway.say(kSignOfLife);
         if (i < kCommands)
             talk.host.say(
                 multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.TEMP"}, {"Valu", std::to_string(i)}}));
@@ -303,7 +343,7 @@ TEST(Load, AMillionCommandsOneWriteEach) {
         const std::string value = std::to_string(i - kInFlight);
         ASSERT_EQ(talk.host.next(), log("outgoing command (10;3;1;0;0;" + value + ")"));
     }
-    // A command that comes while another one is being logged overtakes it on the way to the gateway.
+    // A command that arrives while another one is logged reaches the gateway first.
     std::vector<bool> missing(static_cast<std::size_t>(kCommands), true);
     for (int i = 0; i < kCommands; ++i) {
         const auto number = static_cast<std::size_t>(std::stoi(talk.gateway.hearUntil("\n").substr(11)));
@@ -313,8 +353,8 @@ TEST(Load, AMillionCommandsOneWriteEach) {
     EXPECT_EQ(talk.hostSends(""), Effects{});
 }
 
-// The peer waits in the system's buffers, and the gateway and the end of the process wait for nobody.
-TEST(Load, AnEndlessStreamOfCommandsLeavesTheLoopItsTurn) {
+// The stream waits in the system's buffers. The gateway and the end of the process do not wait for it.
+TEST(Load, AnEndlessStreamOfCommandsDelaysNothingElse) {
     const std::string command =
         multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.VAR1"}, {"Valu", "a value"}});
     for (const Transport transport : {Transport::tcp, Transport::serial}) {
@@ -337,7 +377,8 @@ TEST(Load, AnEndlessStreamOfCommandsLeavesTheLoopItsTurn) {
         const std::jthread slowGateway([&](const std::stop_token& over) {
             while (!over.stop_requested()) {
                 char bytes[1000];
-                [[maybe_unused]] const ssize_t got = read(talk.gateway.descriptor(), bytes, sizeof bytes);
+                [[maybe_unused]] ssize_t count = read(talk.gateway.descriptor(), bytes, sizeof bytes);
+                count = send(talk.gateway.descriptor(), kSignOfLife.data(), kSignOfLife.size(), MSG_NOSIGNAL);
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         });

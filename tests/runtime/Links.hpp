@@ -1,8 +1,9 @@
-// A connection inside of one process: a socket that notes its events, and the raw other end.
+// A connection inside one process: a socket that records its events, and the raw other end.
 #pragma once
 
 #include "runtime/events/TCPSocket.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
+#include "runtime/values/Clock.hpp"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +17,21 @@
 
 namespace hearthix {
 
-// Runs events until something holds; false when it doesn't within some ten seconds.
+// A clock that advances by a step with each reading and when a test changes it.
+struct FakeClock {
+    explicit FakeClock(clocks::Nanoseconds everyReading = clocks::kMillisecond) {
+        step = everyReading;
+        clocks::setSourceForTest({.monotonic = [] { return now += step; }});
+    }
+    ~FakeClock() { clocks::setSourceForTest({}); }
+
+    static inline clocks::Nanoseconds now = 0;
+    static inline clocks::Nanoseconds step = 0;
+};
+
+// Runs events until the condition is true; returns false if that takes minutes.
 inline bool serveUntil(const std::function<bool()>& done) {
-    for (int turn = 0; turn < 2000 && !done(); ++turn)
+    for (int turn = 0; turn < 50'000 && !done(); ++turn)
         ConsoleApplication::DoEvents(5);
     return done();
 }
@@ -30,12 +43,12 @@ public:
         if (descriptor >= 0)
             ::close(std::exchange(descriptor, -1));
     }
-    // As much as the system takes.
+    // Sends as much as the system accepts. Returns the number of bytes.
     std::size_t send(std::string_view bytes) {
         const ssize_t sent = ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         return sent < 0 ? 0 : static_cast<std::size_t>(sent);
     }
-    // All that has arrived.
+    // Returns all bytes that have arrived.
     std::string take() {
         std::string all;
         char bytes[65536];
@@ -43,7 +56,7 @@ public:
             all.append(bytes, static_cast<std::size_t>(got));
         return all;
     }
-    // Becomes the other end of a socket pair, whose bytes cross at once, while those of loopback take time.
+    // Becomes the other end of a socket pair, which transfers bytes at once, unlike loopback.
     void pairWith(TCPSocket& socket) {
         int ends[2] = {-1, -1};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);

@@ -1,5 +1,6 @@
 #include "runtime/events/EventLoop.hpp"
 
+#include "runtime/events/Nesting.hpp"
 #include "runtime/values/Clock.hpp"
 
 #include <algorithm>
@@ -11,17 +12,13 @@
 
 namespace hearthix {
 
-namespace {
-
 using clocks::kMillisecond;
 using clocks::kSecond;
 
-} // namespace
-
 EventLoop& EventLoop::instance() {
-    // Never destroyed: objects that outlive main remove themselves from it.
-    alignas(EventLoop) static std::byte place[sizeof(EventLoop)];
-    static EventLoop& loop = *new (place) EventLoop;
+    // Never destroyed, because objects that outlive main remove themselves from it.
+    alignas(EventLoop) static std::byte memory[sizeof(EventLoop)];
+    static EventLoop& loop = *new (memory) EventLoop;
     return loop;
 }
 
@@ -53,60 +50,53 @@ void EventLoop::run(std::int64_t milliseconds) {
 }
 
 void EventLoop::flushAll() {
-    // By index: sending may make a source remove itself.
+    // By index, because a source may remove itself while it sends.
     for (std::size_t i = 0; i < sources_.size(); ++i)
         if (sources_[i] != nullptr)
             sources_[i]->flushOutput();
 }
 
-std::int64_t EventLoop::nextDue(std::int64_t deadline) const {
-    for (const TimedSource* timer : timers_)
-        if (timer != nullptr)
-            deadline = std::min(deadline, timer->dueAt());
-    return deadline;
-}
-
 void EventLoop::pass(std::int64_t deadline) {
+    const Nesting level(depth_);
     flushAll();
     std::erase(sources_, nullptr);
     std::erase(timers_, nullptr);
-    // A handler may run the loop again, so each pass has lists of its own.
-    const std::vector<EventSource*> asked = sources_;
-    const std::vector<pollfd> found = waitFor(asked, deadline);
+    // A handler may run the loop again, so each pass has its own copy.
+    const std::vector<EventSource*> polled = sources_;
+    const std::vector<pollfd> found = waitFor(polled, deadline);
     const std::int64_t now = clocks::monotonic();
-    for (std::size_t i = 0; i < asked.size(); ++i)
-        if (isKnown(asked[i])) // the handler of an earlier one may have closed it
-            serve(*asked[i], found[i].revents);
+    for (std::size_t i = 0; i < polled.size(); ++i) {
+        const int events = found[i].revents;
+        // The handler of an earlier source may have removed this one.
+        if (!isKnown(polled[i]) || (events == 0 && polled[i]->dueAt() > now))
+            continue;
+        const Ref<EventSource> keep(polled[i]);
+        keep->serve((events & ~POLLOUT) != 0, (events & (POLLOUT | POLLERR | POLLHUP)) != 0);
+    }
     fireDue(now);
     flushAll();
 }
 
-// Asks what each source wants, and waits until the system has it for one of them, or a moment is due.
+// Waits until a source is ready or due, a timer is due, or the deadline has passed.
 std::vector<pollfd> EventLoop::waitFor(const std::vector<EventSource*>& sources,
                                        std::int64_t deadline) const {
-    std::vector<pollfd> wanted;
-    bool hasNews = false;
+    std::vector<pollfd> polled;
+    std::int64_t due = deadline;
     for (const EventSource* source : sources) {
         const int events = (source->wantsRead() ? POLLIN : 0) | (source->wantsWrite() ? POLLOUT : 0);
-        wanted.push_back({source->descriptor(), static_cast<short>(events), 0});
-        hasNews = hasNews || source->hasNews();
+        polled.push_back({source->descriptor(), static_cast<short>(events), 0});
+        due = std::min(due, source->dueAt());
     }
-    const std::int64_t wait =
-        hasNews ? 0 : std::max<std::int64_t>(nextDue(deadline) - clocks::monotonic(), 0);
+    for (const TimedSource* timer : timers_)
+        due = std::min(due, timer->dueAt());
+    const std::int64_t wait = std::max<std::int64_t>(due - clocks::monotonic(), 0);
     const timespec limit{static_cast<time_t>(wait / kSecond), static_cast<long>(wait % kSecond)};
-    ppoll(wanted.data(), wanted.size(), &limit, nullptr);
-    return wanted;
+    ppoll(polled.data(), polled.size(), &limit, nullptr);
+    return polled;
 }
 
 bool EventLoop::isKnown(const EventSource* source) const {
     return std::find(sources_.begin(), sources_.end(), source) != sources_.end();
-}
-
-void EventLoop::serve(EventSource& source, int found) {
-    if (found == 0 && !source.hasNews())
-        return;
-    const Ref<EventSource> keep(&source);
-    source.serve((found & ~POLLOUT) != 0, (found & (POLLOUT | POLLERR | POLLHUP)) != 0);
 }
 
 void EventLoop::fireDue(std::int64_t now) {

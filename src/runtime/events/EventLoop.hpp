@@ -1,8 +1,8 @@
 // The event loop: one thread, one wait.
 //
-// A pass sends what waits to be sent, waits for input or the next due moment, serves every ready source, and
-// then fires the timers that were due when the wait ended. Input thus goes ahead of time: a timer never fires
-// over data that had already arrived. Nothing is polled in between; an idle loop sleeps.
+// A pass sends buffered output, waits for input or for the next due time, serves every ready source, and then
+// fires the timers that were due when the wait ended. A timer therefore never fires before data that had
+// already arrived. An idle loop sleeps.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
@@ -16,7 +16,7 @@ namespace hearthix {
 
 class EventLoop {
 public:
-    // The process's loop.
+    // The process's only loop.
     static EventLoop& instance();
 
     void add(EventSource& source);
@@ -24,23 +24,23 @@ public:
     void add(TimedSource& timer);
     void remove(TimedSource& timer);
 
-    // Serves events the moment they come, and returns when the time is over, also under constant load. With 0
-    // it makes one pass and does not wait.
+    // Serves events for the given time, also under constant load. With 0 it makes one pass and does not wait.
     void run(std::int64_t milliseconds);
-    // A last send of everything that waits, without waiting.
+    // Sends all buffered output, as far as the system accepts it without blocking.
     void flushAll();
+    // Whether a pass is in progress, that is, whether the caller was called by an event.
+    bool isServing() const noexcept { return depth_ > 0; }
 
 private:
     void pass(std::int64_t deadline);
     std::vector<pollfd> waitFor(const std::vector<EventSource*>& sources, std::int64_t deadline) const;
     bool isKnown(const EventSource* source) const;
-    static void serve(EventSource& source, int found);
-    std::int64_t nextDue(std::int64_t deadline) const;
     void fireDue(std::int64_t now);
 
-    // Removing leaves a null while events run; the next pass closes the gaps.
+    // Removing a source leaves a null pointer, because events may be running. The next pass erases it.
     std::vector<EventSource*> sources_;
     std::vector<TimedSource*> timers_;
+    int depth_ = 0;
 };
 
 } // namespace hearthix

@@ -3,11 +3,11 @@
 #include "runtime/core/SystemError.hpp"
 #include "runtime/text/Numbers.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,26 +23,24 @@ namespace hearthix {
 
 namespace {
 
-// The codes of the system's resolver.
 class ResolverErrors : public std::error_category {
 public:
     const char* name() const noexcept override { return "name look-up"; }
     std::string message(int code) const override { return gai_strerror(code); }
 };
 
-std::error_code resolverError(int code) {
-    static const ResolverErrors category;
-    return {code, category};
-}
-
-// What the resolver's process sends, in one piece that a pipe keeps whole.
+// The message from the resolver process. A pipe writes a message of this size as a whole.
 struct Answer {
-    static constexpr std::size_t kMost = 24;
+    std::error_code error() const {
+        static const ResolverErrors category;
+        return code == EAI_SYSTEM ? std::error_code(systemCode, std::system_category())
+                                  : std::error_code(code, category);
+    }
 
-    int code = 0;
-    int systemCode = 0;
+    int code = EAI_SYSTEM;
+    int systemCode = EIO; // if the resolver process has died
     std::size_t count = 0;
-    std::array<NetworkAddress, kMost> addresses{};
+    std::array<NetworkAddress, 24> addresses{};
 };
 static_assert(sizeof(Answer) <= PIPE_BUF);
 
@@ -55,7 +54,7 @@ Answer resolve(const std::string& host, const std::string& service, int flags) {
     answer.systemCode = errno;
     if (answer.code != 0)
         return answer;
-    for (const addrinfo* each = found; each != nullptr && answer.count < Answer::kMost;
+    for (const addrinfo* each = found; each != nullptr && answer.count < answer.addresses.size();
          each = each->ai_next) {
         NetworkAddress& next = answer.addresses[answer.count++];
         next.length = each->ai_addrlen;
@@ -65,14 +64,16 @@ Answer resolve(const std::string& host, const std::string& service, int flags) {
     return answer;
 }
 
-// The life of the resolver's process. It lets go of all that it has inherited: a peer of this process must
-// see its connection end when this process ends, however long a name server takes.
-[[noreturn]] void answerTo(int pipe, const std::string& host, const std::string& service) {
-    for (int other = 0; other < static_cast<int>(sysconf(_SC_OPEN_MAX)) && other < 1024; ++other)
-        if (other != pipe)
-            close(other);
+// The body of the resolver process. It ends with its parent, and it closes all inherited descriptors, so that
+// the parent's peers see their connections end when the parent ends.
+[[noreturn]] void answerTo(int pipe, pid_t parent, const std::string& host, const std::string& service) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        _exit(EXIT_FAILURE); // it ended before the call above
+    dup2(pipe, STDIN_FILENO);
+    close_range(STDIN_FILENO + 1, UINT_MAX, 0);
     const Answer answer = resolve(host, service, 0);
-    _exit(write(pipe, &answer, sizeof answer) == sizeof answer ? 0 : 1);
+    _exit(write(STDIN_FILENO, &answer, sizeof answer) == sizeof answer ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 } // namespace
@@ -81,27 +82,31 @@ void NameLookup::start(const String& host, Integer port) {
     cancel();
     addresses_.clear();
     error_.clear();
-    const Answer numeric =
-        resolve(std::string(host.view()), std::string(Str(port).view()), AI_NUMERICHOST | AI_NUMERICSERV);
+    const std::string name(host.view());
+    const std::string service(Str(port).view());
+    const Answer numeric = resolve(name, service, AI_NUMERICHOST | AI_NUMERICSERV);
     if (numeric.code == 0)
         addresses_.assign(numeric.addresses.begin(), numeric.addresses.begin() + numeric.count);
     else
-        ask(host, port);
+        startResolver(name, service);
 }
 
-void NameLookup::ask(const String& host, Integer port) {
+void NameLookup::startResolver(const std::string& host, const std::string& service) {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         error_ = systemError();
         return;
     }
+    answer_ = ends[0];
+    const pid_t parent = getpid();
+    // Keeps the process ID in use until cancel has waited for the resolver, in case the signal was ignored.
+    std::signal(SIGCHLD, SIG_DFL);
     resolver_ = fork();
     if (resolver_ == 0)
-        answerTo(ends[1], std::string(host.view()), std::string(Str(port).view()));
+        answerTo(ends[1], parent, host, service);
     if (resolver_ < 0)
         error_ = systemError();
     close(ends[1]);
-    answer_ = ends[0];
     if (resolver_ < 0)
         cancel();
 }
@@ -117,22 +122,16 @@ void NameLookup::cancel() {
 
 bool NameLookup::isPending() {
     pollfd watch{answer_, POLLIN, 0};
-    if (answer_ >= 0 && poll(&watch, 1, 0) > 0)
-        take();
-    return answer_ >= 0;
-}
-
-void NameLookup::take() {
+    if (answer_ < 0 || poll(&watch, 1, 0) <= 0)
+        return answer_ >= 0;
     Answer answer;
-    if (read(answer_, &answer, sizeof answer) != sizeof answer || answer.count > Answer::kMost)
-        error_ = std::make_error_code(std::errc::io_error);
-    else if (answer.code == EAI_SYSTEM)
-        error_ = {answer.systemCode, std::system_category()};
-    else if (answer.code != 0)
-        error_ = resolverError(answer.code);
-    else
+    static_cast<void>(read(answer_, &answer, sizeof answer) == sizeof answer);
+    if (answer.code == 0)
         addresses_.assign(answer.addresses.begin(), answer.addresses.begin() + answer.count);
+    else
+        error_ = answer.error();
     cancel();
+    return false;
 }
 
 } // namespace hearthix

@@ -1,20 +1,27 @@
-// The addresses of a host's name.
+// Looks up the addresses of a host's name without blocking.
 //
-// A numeric address is there at once. A name is looked up by a process of its own, a copy of this one that
-// does nothing else: the system's resolver can wait for a silent name server for half a minute, and there is
-// no way to call it without waiting. Its answer makes the descriptor readable. Dropping a look-up under way
-// ends that process.
+// A numeric address is available at once. For a name the system's resolver can block for half a minute when
+// the name server is silent, so a forked copy of this process calls it and sends the answer through a pipe.
+// Cancelling a look-up ends that process; so does the end of this process. docs/architecture.md says why it
+// is not a thread.
 #pragma once
 
-#include "runtime/events/NetworkAddress.hpp"
 #include "runtime/text/String.hpp"
 
+#include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
+#include <sys/socket.h>
 #include <sys/types.h>
 
 namespace hearthix {
+
+struct NetworkAddress {
+    sockaddr_storage address;
+    socklen_t length;
+};
 
 class NameLookup {
 public:
@@ -25,18 +32,17 @@ public:
 
     void start(const String& host, Integer port);
     void cancel();
-    // Becomes readable when the answer is there; -1 while nothing is under way.
+    // Becomes readable when the answer has arrived; -1 if no look-up is in progress.
     int descriptor() const noexcept { return answer_; }
-    // Takes the answer, if it is there. True while it isn't.
+    // Reads the answer if it has arrived. Returns true as long as it has not.
     bool isPending();
-    // Why there are no addresses, in the resolver's own words, its codes below zero; or the system's error.
+    // Why there are no addresses: a code of the resolver, below zero, or of the system.
     const std::error_code& error() const noexcept { return error_; }
-    // In the order in which to try them. Empty after a failure.
-    std::vector<NetworkAddress> takeAddresses() { return std::move(addresses_); }
+    // Returns and removes the addresses, in the order in which to try them.
+    std::vector<NetworkAddress> takeAddresses() { return std::exchange(addresses_, {}); }
 
 private:
-    void ask(const String& host, Integer port);
-    void take();
+    void startResolver(const std::string& host, const std::string& service);
 
     int answer_ = -1;
     pid_t resolver_ = -1;

@@ -4,53 +4,21 @@
 #include "runtime/text/StringFunctions.hpp"
 
 #include <array>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include <grp.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 
 namespace hearthix {
 
 namespace {
 
-// Whether the system lists a terminal driver for a device number. A line of the list names the driver, the
-// device, the major number and the minor number or the range of them.
-bool hasTerminalDriver(unsigned deviceMajor, unsigned deviceMinor) {
-    std::ifstream drivers("/proc/tty/drivers");
-    if (!drivers)
-        return true; // no list here: opening the device will tell
-    std::string line;
-    while (std::getline(drivers, line)) {
-        std::istringstream fields(line);
-        std::string driver;
-        std::string device;
-        std::string minors;
-        unsigned driverMajor = 0;
-        if (!(fields >> driver >> device >> driverMajor >> minors) || driverMajor != deviceMajor)
-            continue;
-        std::istringstream range(minors);
-        unsigned first = 0;
-        char dash = 0;
-        unsigned last = 0;
-        range >> first;
-        if (!(range >> dash >> last))
-            last = first;
-        if (deviceMinor >= first && deviceMinor <= last)
-            return true;
-    }
-    return false;
-}
-
-bool isTerminalDevice(const std::string& path) {
+bool isCharacterDevice(const std::string& path) {
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode) &&
-           hasTerminalDriver(major(status.st_rdev), minor(status.st_rdev));
+    return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
 }
 
-// The group whose members may use the device; empty when there is none, or when it is no group to join.
+// The group whose members may use the device. Empty if there is none, or if the group is root's.
 String groupFor(const std::string& path) {
     constexpr mode_t kGroupMayUse = S_IRGRP | S_IWGRP;
     struct stat status {};
@@ -63,7 +31,7 @@ String groupFor(const std::string& path) {
 
 constexpr std::string_view kSocketPrefix = "socket://";
 
-// The line of a name that begins with the prefix, or nil.
+// The network line of a name that begins with the prefix, or nil.
 Ref<SerialDevice> networkLine(const String& name) {
     constexpr Integer kHighestPort = 65535;
     std::string_view host = name.view().substr(kSocketPrefix.size());
@@ -88,15 +56,15 @@ Ref<SerialDevice> networkLine(const String& name) {
 Ref<SerialDevice> System::SerialPort(const String& name) {
     static constexpr std::array kFolders{"/dev/", "/dev/serial/by-id/", "/dev/serial/by-path/", "/dev/pts/"};
     const std::string text(name.view());
-    // A NUL would cut the name short on its way to the system.
+    // The system's calls would end the name at a NUL.
     if (text.empty() || text.find('\0') != std::string::npos)
         return nullptr;
     if (RuntimeStringCompare(name.view().substr(0, kSocketPrefix.size()), kSocketPrefix))
         return networkLine(name);
     if (text[0] == '/')
-        return isTerminalDevice(text) ? Ref<SerialDevice>::make(name) : nullptr;
+        return isCharacterDevice(text) ? Ref<SerialDevice>::make(name) : nullptr;
     for (const char* folder : kFolders)
-        if (isTerminalDevice(folder + text))
+        if (isCharacterDevice(folder + text))
             return Ref<SerialDevice>::make(String(folder) + name);
     return nullptr;
 }

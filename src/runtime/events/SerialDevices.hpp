@@ -8,7 +8,7 @@
 
 namespace hearthix {
 
-// A terminal device, or a serial line at the far end of a TCP stream.
+// A terminal device, or a serial line that is reached through a TCP connection.
 class SerialDevice : public Object {
 public:
     explicit SerialDevice(const String& path) : path_(path) {}
@@ -28,15 +28,15 @@ private:
 
 namespace System {
 
-// The port of a name, or nil. "socket://HOST:PORT" is a line on the network, an IPv6 address in brackets. Any
-// other name with a slash ahead is a path, and one without is looked up in /dev, /dev/serial/by-id,
-// /dev/serial/by-path and /dev/pts; only a terminal device counts. Nothing is opened: that alone would reset
-// many a gateway board.
+// Returns the port of a name, or nil. "socket://HOST:PORT" is a line on the network, with an IPv6 address in
+// brackets. A name that begins with a slash is a path. Any other name is looked up in /dev,
+// /dev/serial/by-id, /dev/serial/by-path and /dev/pts. Only a character device counts. It is not opened,
+// because that resets many gateway boards; so Serial::Open finds out whether it is a terminal.
 Ref<SerialDevice> SerialPort(const String& name);
 
 } // namespace System
 
-// Why a device can't be opened and what helps, as one sentence without its full stop; for people.
+// A sentence for people, without a full stop: why the device cannot be opened, and what to do.
 String explainOpenFailure(const SerialDevice& device, const std::error_code& error);
 
 } // namespace hearthix

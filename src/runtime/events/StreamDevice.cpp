@@ -2,6 +2,7 @@
 
 #include "runtime/core/SystemError.hpp"
 #include "runtime/events/EventLoop.hpp"
+#include "runtime/events/Nesting.hpp"
 #include "runtime/values/Clock.hpp"
 
 #include <algorithm>
@@ -16,23 +17,14 @@ namespace hearthix {
 
 namespace {
 
-// Counts a level of nesting for as long as a call is under way, however it ends.
-class Nesting {
-public:
-    explicit Nesting(int& level) : level_(level) { ++level_; }
-    Nesting(const Nesting&) = delete;
-    Nesting& operator=(const Nesting&) = delete;
-    ~Nesting() { --level_; }
-
-private:
-    int& level_;
-};
-
-// An event that took so long makes the next portion small.
-constexpr clocks::Nanoseconds kLongEvent = 20 * clocks::kMillisecond;
-
 bool isTemporary(int error) {
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+// What the system has received and the device has not read yet.
+std::size_t arrivedBytes(int descriptor) {
+    int count = 0;
+    return ioctl(descriptor, FIONREAD, &count) == 0 && count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 } // namespace
@@ -57,7 +49,7 @@ void StreamDevice::dropDescriptor() {
     EventLoop::instance().remove(*this);
     if (descriptor_ >= 0)
         ::close(std::exchange(descriptor_, -1));
-    output_.clear();
+    output_ = String();
     blocked_ = false;
     sendAgainAt_ = kSendMark;
 }
@@ -69,9 +61,11 @@ void StreamDevice::Close() {
 }
 
 void StreamDevice::fail(const std::error_code& error) {
-    if (!failure_)
+    if (!failure_) {
         failure_ = error;
-    output_.clear();
+        unreadAtFailure_ = arrivedBytes(descriptor_);
+    }
+    output_ = String();
     blocked_ = false;
 }
 
@@ -98,10 +92,10 @@ void StreamDevice::flushOutput() {
         return;
     blocked_ = false;
     while (!output_.empty()) {
-        const std::string_view waiting = output_.front();
+        const std::string_view waiting = output_.view();
         const ssize_t sent = transmit(waiting.data(), waiting.size());
         if (sent > 0) {
-            output_.consume(static_cast<std::size_t>(sent));
+            output_.removeFront(static_cast<std::size_t>(sent));
             continue;
         }
         if (sent < 0 && errno == EINTR)
@@ -115,79 +109,62 @@ void StreamDevice::flushOutput() {
     sendAgainAt_ = output_.size() + kSendMark;
 }
 
-std::size_t StreamDevice::arrivedBytes() const {
-    int count = 0;
-    return ioctl(descriptor_, FIONREAD, &count) == 0 && count > 0 ? static_cast<std::size_t>(count) : 0;
-}
-
 void StreamDevice::readInput() {
-    // One buffer for the whole process, as only the bytes that came are kept.
-    static std::array<char, kPortion> buffer;
-    // What came before a failure belongs to the event before it.
-    if (failure_)
-        share_ = std::max({share_, kPortion, arrivedBytes()});
+    // One buffer for all devices: it is empty between two reads.
+    static std::array<char, kReadBudget> buffer;
     while (isOpen()) {
-        const std::size_t wanted = std::min(buffer.size(), share_ > 0 ? share_ : missingBytes());
+        const std::size_t wanted = std::min(buffer.size(), budget_ > 0 ? budget_ : missingBytes());
         if (wanted == 0)
             return;
         const ssize_t got = receive(buffer.data(), wanted);
-        if (got > 0) {
-            const std::string_view bytes(buffer.data(), static_cast<std::size_t>(got));
-            received_.append(bytes);
-            noteArrived(bytes);
-            share_ -= std::min(share_, bytes.size());
-            if (!shortReadDrains() || bytes.size() == wanted)
-                continue;
-            dryAt_ = clocks::monotonic();
-            return;
-        }
         if (got < 0 && errno == EINTR)
             continue;
         if (got == 0)
             fail(std::make_error_code(std::errc::not_connected));
-        else if (isTemporary(errno))
-            dryAt_ = clocks::monotonic();
-        else
+        else if (got < 0 && !isTemporary(errno))
             fail(systemError());
+        const std::string_view bytes(buffer.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+        received_.append(bytes);
+        noteArrived(bytes);
+        budget_ -= std::min(budget_, bytes.size());
+        unreadAtFailure_ -= std::min(unreadAtFailure_, bytes.size());
+        if (got > 0 && (!shortReadDrains() || bytes.size() == wanted))
+            continue;
+        unreadAtFailure_ = 0;
+        drainedAt_ = clocks::monotonic();
         return;
     }
 }
 
-void StreamDevice::tellNews() {
+void StreamDevice::runEvents() {
     const Nesting level(nested_);
     if (!received_.empty())
         dataArrived();
-    // Further out, an event may still be at work on what came before the failure.
-    if (!failure_ || !isOpen() || nested_ > 1)
+    // An outer data event may still be handling what arrived before the failure.
+    if (!failure_ || unreadAtFailure_ > 0 || !isOpen() || nested_ > 1)
         return;
     lastError_ = std::exchange(failure_, {});
     dropDescriptor();
     failed();
 }
 
-// Reads and runs the events, the outermost one of this device or one inside it.
-void StreamDevice::takeTurn(bool reads) {
-    const bool isOutermost = nested_ == 0;
-    const clocks::Nanoseconds start = isOutermost ? clocks::monotonic() : 0;
-    if (isOutermost)
-        share_ = portion_;
-    if (reads)
-        readInput();
-    tellNews();
-    if (isOutermost)
-        portion_ = clocks::monotonic() - start > kLongEvent ? kSmallPortion : kPortion;
-}
-
 void StreamDevice::serve(bool readable, bool writable) {
     if (isOpening()) {
-        if (readable || writable || failure_)
-            serveOpening();
+        serveOpening();
         if (!isOpen() || isOpening())
             return;
     }
     if (writable)
         flushOutput();
-    takeTurn(readable || failure_);
+    const bool isOutermost = nested_ == 0;
+    const clocks::Nanoseconds end = clocks::monotonic() + kServeTime;
+    do {
+        if (isOutermost)
+            budget_ = kReadBudget;
+        if (readable || failure_)
+            readInput();
+        runEvents();
+    } while (isOutermost && budget_ == 0 && isOpen() && clocks::monotonic() < end);
 }
 
 void StreamDevice::Poll() {
@@ -202,7 +179,11 @@ void StreamDevice::Poll() {
     flushOutput();
     if (nested_ >= kMostNested)
         return;
-    takeTurn(clocks::monotonic() - dryAt_ >= kDryNanoseconds);
+    if (!EventLoop::instance().isServing() && nested_ == 0)
+        budget_ = kReadBudget;
+    if (clocks::monotonic() - drainedAt_ >= kDrainedTime)
+        readInput();
+    runEvents();
 }
 
 } // namespace hearthix

@@ -20,7 +20,7 @@ void Timer::setMode(int mode) {
 
 void Timer::fire() {
     setMode(kModeOff);
-    // Last, with nothing after it: the event may drop the timer.
+    // The event may release this timer, so nothing follows.
     Event_Action();
 }
 

@@ -1,7 +1,7 @@
-// A timer that fires once, Period milliseconds after it was armed.
+// A timer that fires once, Period milliseconds after Mode was set to single.
 //
-// The event runs on the one thread, inside DoEvents. Arming an armed timer starts its countdown anew. Code
-// that may let go of the timer inside its own event, and goes on after that, holds a reference meanwhile.
+// The event runs inside DoEvents. Setting Mode to single again restarts the countdown. An event that may
+// release its own timer and then continues must own a reference to it.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
