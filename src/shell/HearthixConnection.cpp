@@ -6,14 +6,14 @@
 #include "runtime/values/Clock.hpp"
 #include "shell/CommandDispatch.hpp"
 
-#include <deque>
+#include <vector>
 
 namespace hearthix {
 
 namespace {
 
 bool isGatewayOpening = false;
-std::deque<Ref<cHearthixCommand>> waiting;
+std::vector<Ref<cHearthixCommand>> waiting;
 std::size_t waitingBytes = 0;
 
 bool mustWait(const cHearthixCommand& command) {
@@ -79,7 +79,7 @@ void HearthixSupport::handleWaitingCommands() {
     while (!waiting.empty()) {
         // The command may handle another one from the host, which must then run after all that are waiting.
         const Ref<cHearthixCommand> next = waiting.front();
-        waiting.pop_front();
+        waiting.erase(waiting.begin());
         CommandSupportModule::HandleIncomingCommand(next);
     }
     waitingBytes = 0;

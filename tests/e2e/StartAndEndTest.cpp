@@ -248,7 +248,7 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
             gateway.accept();
         how == "talks" ? gateway.say("0;255;3;0;14;Gateway startup complete.\n") : gateway.close();
         expectStackDump(driver, how,
-                        how == "talks" ? "name it socket://127.0.0.1:" : "check its address and port");
+                        how == "talks" ? "use socket://127.0.0.1:" : "check its address and port");
         EXPECT_EQ(host.untilEnd(), Packets{});
     }
 }

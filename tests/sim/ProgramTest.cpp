@@ -136,7 +136,7 @@ TEST_F(SimProgram, HostEndsAsAScriptAsksAndTellsWhyNot) {
                  "any(.text | startswith(\"no serial port is named\"))"},
                 {"--serial socket://" + eagerPlace + " --count 1", "", "", "any(.level == 2)"},
                 {"--gateway " + eagerPlace, "",
-                 "with status 1; it said: the gateway at " + eagerPlace + " speaks before",
+                 "with status 1; it said: the gateway at " + eagerPlace + " sends data before",
                  "any(.text | test(\"a stack dump of \")) and all(.text | test(\"raiseNil\") | not)"}};
     for (const auto& run : runs) {
         Program host(folder, "host --json --listen 127.0.0.1:0 " + run.words + " >" + folder + "/out");
