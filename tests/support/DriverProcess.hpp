@@ -34,6 +34,7 @@ public:
 
     // Waits for the process to end by itself.
     Ending end();
+    pid_t id() const noexcept { return pid_; }
     void signal(int number) const;
     std::chrono::nanoseconds processorTime() const;
     std::size_t residentBytes() const;
