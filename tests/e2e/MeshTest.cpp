@@ -1,6 +1,6 @@
-// The mesh as the host sees it: what a gateway and its nodes tell and ask, the units that grow from values,
-// commands, and the IDs of new nodes. The tables of docs/mesh.md are held row by row: what stands there is
-// sent, and what comes of it is compared.
+// The mesh as the host sees it: messages of a gateway and its nodes, the units that values create, commands,
+// and the IDs of new nodes. Each row of the tables in docs/mesh.md is sent, and the result is compared with
+// the row.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// All that a pattern finds, each with its groups.
+// All matches of a pattern, each with its groups.
 std::vector<Texts> findAll(const std::string& text, const char* pattern) {
     std::vector<Texts> all;
     const std::regex compiled(pattern, std::regex::multiline);
@@ -26,8 +26,9 @@ std::vector<Texts> findAll(const std::string& text, const char* pattern) {
     return all;
 }
 
-// A packet in words: a command, its unit, the value and "@" with the battery level, where it isn't 0; what is
-// created, in short; or else a line of the log.
+// A packet in words: a command, its unit, the value, and "@" with the battery level unless it is 0, as in
+// "SetValue 0A03.TEMP 21.5 @80"; "node 0A", "child 0A03" or "unit 0A03.TEMP" for the log line about a new
+// one; or any other line of the log.
 Packet packetOf(const std::string& words) {
     if (words == "getUnits")
         return multi({{"mcmd", words}});
@@ -54,15 +55,15 @@ Packet packetOf(const std::string& words) {
                : onOff(word, unit, battery);
 }
 
-// Packets with a comma and a blank between them.
-Packets told(const std::string& all) {
+// Packets in words, separated by a comma and a blank.
+Packets packetsOf(const std::string& all) {
     Packets packets;
     for (const auto& each : findAll(all, "(.+?)(?:, |$)"))
         packets.push_back(packetOf(each[1]));
     return packets;
 }
 
-TEST(GatewayLines, AreToldToTheHost) {
+TEST(GatewayLines, AreReportedToTheHost) {
     struct Case {
         const char *line, *host, *reply = "";
     };
@@ -81,7 +82,7 @@ TEST(GatewayLines, AreToldToTheHost) {
     std::string all;
     Effects together;
     for (const Case& c : cases) {
-        const Packets host = told(c.host);
+        const Packets host = packetsOf(c.host);
         EXPECT_EQ(talk.gatewaySays(std::string(c.line) + "\n"), effects(host, c.reply)) << c.line;
         all += std::string(c.line) + "\n";
         together.host.insert(together.host.end(), host.begin(), host.end());
@@ -90,7 +91,7 @@ TEST(GatewayLines, AreToldToTheHost) {
     EXPECT_EQ(talk.gatewaySays(all), together) << "all at once";
 }
 
-TEST(GatewayLines, AreTakenApartInDebugMode) {
+TEST(GatewayLines, AreDescribedInDebugMode) {
     Conversation talk;
     talk.debug = true;
     EXPECT_EQ(talk.hostSends(commonMessage('D')), effects({log("mySensors debug mode is now: ON")}));
@@ -125,7 +126,7 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
                     log("mySensors packet received (" + line + ")")};
         if (!parts.empty())
             all.push_back(log("nodeID=5(05) childID=" + parts));
-        for (const Packet& packet : told(further))
+        for (const Packet& packet : packetsOf(further))
             all.push_back(packet);
         EXPECT_EQ(talk.gatewaySays(line + "\r\n"), effects(all)) << line;
     }
@@ -136,12 +137,12 @@ TEST(GatewayLines, AreTakenApartInDebugMode) {
 TEST(GatewayLines, ATimeRequestIsAnsweredWithTheLocalClock) {
     Conversation talk(Transport::tcp, {"env", "TZ=XYZ-5:30"});
     const std::string before = std::to_string(std::time(nullptr) + 19800);
-    const std::string told = between(talk.gatewaySays("12;3;3;0;1;\n").gateway, "12;255;3;0;1;", "\n");
-    EXPECT_GE(told, before);
-    EXPECT_LE(told, std::to_string(std::time(nullptr) + 19800));
+    const std::string time = between(talk.gatewaySays("12;3;3;0;1;\n").gateway, "12;255;3;0;1;", "\n");
+    EXPECT_GE(time, before);
+    EXPECT_LE(time, std::to_string(std::time(nullptr) + 19800));
 }
 
-TEST(Units, GrowFromValues) {
+TEST(Units, AreCreatedByValues) {
     struct Step {
         const char *name, *lines, *host;
     };
@@ -159,8 +160,8 @@ TEST(Units, GrowFromValues) {
          "SetDesc 0A03.TEMP abc, SetDesc 0A04.STATUS"},
         {"a battery level spreads to all units", "10;255;3;0;0;80\n",
          "NoOp 0A03.TEMP 80, NoOp 0A03.PERCENT 80, NoOp 0A04.STATUS 80"},
-        {"the same level, or a child's, is no news", "10;255;3;0;0;80\n10;255;3;0;0;80.9\n10;3;3;0;0;50\n",
-         ""},
+        {"the same level, or the level of a child, has no effect",
+         "10;255;3;0;0;80\n10;255;3;0;0;80.9\n10;3;3;0;0;50\n", ""},
         {"values carry the level", "10;4;1;0;2;1\n10;3;1;0;0;x\n",
          "OFF 0A04.STATUS @80, SetDesc 0A03.TEMP x @80"},
         {"a level that is no number is 0", "10;255;3;0;0;empty\n",
@@ -183,7 +184,7 @@ TEST(Units, GrowFromValues) {
             std::string_view rest = step.lines;
             for (; transport == Transport::serial && !rest.empty(); rest.remove_prefix(1))
                 talk.gateway.say(rest.substr(0, 1)); // a byte at a time
-            EXPECT_EQ(talk.gatewaySays(rest), effects(told(step.host))) << step.name;
+            EXPECT_EQ(talk.gatewaySays(rest), effects(packetsOf(step.host))) << step.name;
         }
     }
 }
@@ -195,7 +196,7 @@ TEST(Commands, BecomeLines) {
         "type. Command not sent.";
     struct Step {
         Entries entries;
-        const char* before; // ahead of the line, or alone
+        const char* before; // the log lines before the outgoing one
         const char* line = nullptr;
     };
     const Step steps[] = {
@@ -219,16 +220,16 @@ TEST(Commands, BecomeLines) {
     };
     Conversation talk;
     for (const Step& step : steps) {
-        Effects expected = effects(told(step.before));
+        Effects expected = effects(packetsOf(step.before));
         if (step.line != nullptr) {
             expected.host.push_back(log("outgoing command (" + std::string(step.line) + ")"));
             expected.gateway = std::string(step.line) + "\n";
         }
         EXPECT_EQ(talk.hostSends(multipacket(step.entries)), expected) << readable(multipacket(step.entries));
     }
-    // A sensor that was commanded first is new all the same.
+    // A sensor that was commanded before it sent a value is still a new unit.
     EXPECT_EQ(talk.gatewaySays("10;3;1;0;2;0\n"),
-              effects(told("unit 0A03.STATUS, NewU 0A03.STATUS switch, ON 0A03.STATUS")));
+              effects(packetsOf("unit 0A03.STATUS, NewU 0A03.STATUS switch, ON 0A03.STATUS")));
 }
 
 Texts unitsOf(int first, int last) {
@@ -243,12 +244,12 @@ TEST(NodeIds, FollowTheHostsUnits) {
     struct Case {
         const char* name;
         Texts addresses;
-        int id; // 0 when all slots count as full
+        int id; // 0 when no ID is free
     };
     const Case cases[] = {
         {"no units", {}, 1},
         {"highest plus one", {"0203.TEMP", "0103.TEMP", "0104.HUM"}, 3},
-        {"gaps stay", {"01FF", "FC00.TEMP"}, 253},
+        {"gaps are not filled", {"01FF", "FC00.TEMP"}, 253},
         {"253 fills the range", {"0100.TEMP", "FD00.TEMP"}, 0},
         {"254 reuses the highest gap", {"0100.TEMP", "FE00.TEMP"}, 253},
         {"254 and none free", unitsOf(1, 254), 255},
@@ -271,7 +272,7 @@ TEST(NodeIds, FollowTheHostsUnits) {
     EXPECT_EQ(talk.hostSends(unitsPacket(Texts{"0100.TEMP"})), Effects{}) << "nobody asked";
 }
 
-TEST(NodeIds, AreGivenWhateverTheHostSends) {
+TEST(NodeIds, AreAssignedFromDamagedDocuments) {
     const std::string known = "O" + std::string("\4\0\0\0unit", 8) + document({{"Address", "0503.TEMP"}}, {});
     const std::string cutUnit = "O" + std::string("\4\0\0\0unitKbd", 11);
     Conversation talk;
@@ -279,7 +280,7 @@ TEST(NodeIds, AreGivenWhateverTheHostSends) {
     EXPECT_EQ(talk.hostSends(multipacket({{"mcmd", "SETUNITS"}})), // without data
               effects({log("responding to node ID request with ID: 1")}, "255;255;3;0;4;1\n"));
     talk.gatewaySays("255;255;3;0;3;\n");
-    // The two bytes behind the byte order say nothing, even where they look like an end.
+    // The two bytes behind the byte order have no meaning, even where they look like an end.
     EXPECT_EQ(talk.hostSends(unitsPacket("KbdbALEE" + known + cutUnit)),
               effects({log("Hearthix sent no valid data in response to asking for units"),
                        log("responding to node ID request with ID: 6")},
@@ -303,7 +304,7 @@ std::vector<Texts> rowsOfPage(const char* pattern) {
     return findAll({std::istreambuf_iterator<char>(page), {}}, pattern);
 }
 
-TEST(MeshPage, TellsWhatBecomesOfAMessage) {
+TEST(MeshPage, DescribesEachMessage) {
     Conversation talk;
     std::set<std::string> internalTypes;
     for (const auto& row :
@@ -322,10 +323,10 @@ TEST(MeshPage, TellsWhatBecomesOfAMessage) {
         EXPECT_TRUE(row[1].empty() || row[2].find(";3;0;" + row[1] + ";") != std::string::npos) << row[2];
         internalTypes.insert(row[1]);
     }
-    EXPECT_EQ(internalTypes.size(), 35U); // and none for the table without
+    EXPECT_EQ(internalTypes.size(), 35U); // with one for the rows that have no type
 }
 
-TEST(MeshPage, TellsWhatBecomesOfAValue) {
+TEST(MeshPage, DescribesEachVariableType) {
     Conversation talk;
     talk.gatewaySays("10;3;1;0;99;1\n"); // the node and the child are known from now on
     int type = 0;
@@ -335,12 +336,12 @@ TEST(MeshPage, TellsWhatBecomesOfAValue) {
         const bool hasLevel = row[3] == "yes", isKnown = row[5] != "-1";
         const std::string unit = "0A03." + row[2];
         const Packets warning(isKnown ? 0 : 1, log("unknown variable type: " + row[1]));
-        Packets told{log("creating Hearthix Unit for " + unit),
-                     newUnit("0A03", row[2], hasLevel, row[4] == "no"),
-                     hasLevel ? setValue(unit, "1") : onOff("OFF", unit)};
-        for (const int place : {2, 1, 1}) // ahead of the value, and twice ahead of the unit
-            told.insert(told.begin() + place, warning.begin(), warning.end());
-        EXPECT_EQ(talk.gatewaySays("10;3;1;0;" + row[1] + ";1\n"), effects(told)) << unit;
+        Packets expected{log("creating Hearthix Unit for " + unit),
+                         newUnit("0A03", row[2], hasLevel, row[4] == "no"),
+                         hasLevel ? setValue(unit, "1") : onOff("OFF", unit)};
+        for (const int place : {2, 1, 1}) // before the value, and twice before the unit
+            expected.insert(expected.begin() + place, warning.begin(), warning.end());
+        EXPECT_EQ(talk.gatewaySays("10;3;1;0;" + row[1] + ";1\n"), effects(expected)) << unit;
         EXPECT_EQ(
             talk.hostSends(multipacket({{"mcmd", "SetValue"}, {"addr", unit}, {"Valu", "a b"}})).gateway,
             "10;3;1;0;" + row[5] + ";a b\n");

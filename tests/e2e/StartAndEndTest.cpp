@@ -1,5 +1,6 @@
-// How the process begins, what it waits for, and all the ways in which it ends: in good order, with a stack
-// dump, or not at all. Only lower limits of time are tested; the machine may be slow.
+// The driver's start, what it waits for, and the ways in which it ends: in good order, with a stack dump, or
+// not at all. Only lower limits of time are tested, because the machine may be busy; each begins before its
+// cause.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
@@ -85,12 +86,12 @@ TEST(Start, GivesUpOnAHostThatCannotBeReachedAfterFifteenSeconds) {
     }
 }
 
-TEST(End, FollowsTheHostsWord) {
+TEST(End, FollowsTheHostsCommand) {
     struct Case {
         std::string packet;
         const char* words;
     };
-    // Q, and q with it, is the low-battery form of P and is read as that.
+    // Q and q are the low-battery form of P, and are read as P.
     for (const Case& c : {Case{commonMessage('q'), "The drugre has been asked to quit. (2)"},
                           Case{commonMessage('Q'), "The drugre has been asked to quit. (2)"},
                           Case{commonMessage('p', 255, 'Y'), "The drugre has been asked to quit. (2)"},
@@ -155,7 +156,7 @@ TEST(Watchdog, AsksAfterTenSecondsAndEndsAfterTwenty) {
     EXPECT_EQ(talk.driver.end().status, 0);
 }
 
-TEST(Watchdog, IsCalmedByAnyByteAndTakesOneVersionAsTheAnswer) {
+TEST(Watchdog, StartsAgainWithAnyByteAndAcceptsOneVersionAsTheAnswer) {
     Conversation talk;
     talk.host.say(commonMessage('D'));
     EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: ON"));
@@ -182,7 +183,7 @@ TEST(Watchdog, OnASerialLineStartsWithTheFirstByte) {
     EXPECT_GE(Clock::now() - start, kSilence);
 }
 
-// A gateway whose queue of connections is full leaves the driver waiting for one.
+// The queue of connections of this gateway is full, so the driver waits.
 struct SilentGateway : testing::Test {
     void SetUp() override {
         host.accept();
@@ -213,12 +214,12 @@ TEST_F(SilentGateway, MayAnswerLate) {
     EXPECT_EQ(host.next(), readyText());
 }
 
-TEST_F(SilentGateway, HasNoUseForCommandsYet) {
+TEST_F(SilentGateway, EndsTheDriverWhenACommandArrives) {
     host.say(rawData("x"));
     expectStackDump(driver, "raw data");
 }
 
-TEST(SilentNameServer, KeepsNobodyWaiting) {
+TEST(SilentNameServer, BlocksNeitherTheHostNorTheEnd) {
     FakeHost host;
     DriverProcess driver({"IP", "127.0.0.1", host.port(), "7", "gateway.test", "5003"},
                          withFaults({"SILENT_RESOLVER=gateway.test"}));
@@ -236,7 +237,7 @@ TEST(StackDump, AnswersWhatTheHostMustNotSend) {
         Conversation talk;
         talk.host.say(multipacket({{"mcmd", "ping"}}) + packet + commonMessage('D'));
         expectStackDump(talk.driver, readable(packet));
-        EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})}); // what was written still leaves
+        EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})}); // earlier packets still arrive
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
     }
 }
@@ -248,7 +249,7 @@ TEST(StackDump, AnswersTheBatteryOfAnUnknownNodesChild) {
     EXPECT_EQ(talk.host.untilEnd(), Packets{log("creating child object at Address: 0703")});
 }
 
-TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
+TEST(StackDump, AnswersAGatewayThatCannotBeUsed) {
     for (const std::string how : {"refuses", "has no address", "talks", "leaves"}) {
         FakeHost host;
         FakeGateway gateway(Transport::tcp);
@@ -271,10 +272,10 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
 class NoMemory : public testing::Test {
     void SetUp() override {
 #if defined(HEARTHIX_SANITIZED) || defined(HEARTHIX_COVERAGE)
-        GTEST_SKIP() << "an instrumented program has an allocator of its own";
+        GTEST_SKIP() << "an instrumented program uses another allocator";
 #endif
         if (isForeignDriver())
-            GTEST_SKIP() << "the emulator has no memory either";
+            GTEST_SKIP() << "the limit would apply to the emulator, too";
     }
 };
 
@@ -324,7 +325,7 @@ TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
     struct Case {
         const char* name;
         std::string bytes;
-        const char* flood; // what the host is told over and over
+        const char* flood; // the packet that the host gets over and over
     };
     const char* malformed = "log 4: mySensors: Received malformed packet from host";
     const Case cases[] = {
