@@ -12,6 +12,7 @@ namespace hearthix {
 
 int Process::start(const std::vector<std::string>& words, int output, int errors) {
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (const std::string& word : words)
         pointers.push_back(const_cast<char*>(word.c_str()));
     pointers.push_back(nullptr);

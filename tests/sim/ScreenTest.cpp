@@ -117,9 +117,10 @@ TEST(DemoScreen, KeepsItsColumnsOnEverySize) {
                                      "\"\\u001b]0;t\\u0007\\u202e\"},"
                                      "{id = 2, type = 'HUM', low = 1, high = 9}"));
     const std::pair<int, const char*> sizes[] = {{80, "24"}, {60, "16"}, {1, "1"}, {20, "5"}, {120, "40"}};
-    for (const auto& [columns, height] : sizes) {
+    for (const auto& size : sizes) {
+        const int columns = size.first;
         const std::string width = std::to_string(columns);
-        demo.tmux("resize-window -x " + width + " -y " + height);
+        demo.tmux("resize-window -x " + width + " -y " + size.second);
         const bool isLarge = columns > 20;
         EXPECT_TRUE(demo.shows(columns == 1 ? "" : "\u6e29z\n", std::string(130, 'y') + "\u6e29z"))
             << "the end";
