@@ -1,143 +1,160 @@
-#include "Rig.hpp"
+#include "bench/Rig.hpp"
 
-#include <algorithm>
+#include <cerrno>
 #include <chrono>
-#include <vector>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+#include <thread>
 
 #include <poll.h>
+#include <sched.h>
+#include <sys/socket.h>
 
 namespace hearthix::bench {
 
 namespace {
 
-// Small enough that the buffers on both sides stay as small as in everyday use.
-constexpr std::size_t kIntroductionChunk = 4096;
-
 using Clock = std::chrono::steady_clock;
 
-double nanosecondsSince(Clock::time_point start) {
-    return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
+constexpr std::size_t kChildren = 255; // 0 to 254; child 255 is the node itself
+constexpr std::chrono::milliseconds kUntilAsleep(3);
+
+std::string lineFor(std::size_t endpoint, const std::string& value) {
+    return std::to_string(endpoint / kChildren + 1) + ";" + std::to_string(endpoint % kChildren) + ";1;0;0;" +
+           value;
 }
 
-std::vector<std::string_view> sortedLines(std::string_view text) {
-    std::vector<std::string_view> lines;
-    for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
-        lines.push_back(text.substr(0, end));
-        text.remove_prefix(end + 1);
+std::string addressOf(std::size_t endpoint) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%02zX%02zX.TEMP", endpoint / kChildren + 1, endpoint % kChildren);
+    return text;
+}
+
+// The number of bytes that a call of send or recv has moved.
+std::size_t moved(ssize_t result) {
+    if (result == 0 || (result < 0 && errno != EAGAIN))
+        throw std::runtime_error("the program has closed a connection");
+    return result > 0 ? static_cast<std::size_t>(result) : 0;
+}
+
+void receiveSome(int descriptor, std::string_view& expected) {
+    static char buffer[1 << 20];
+    const std::string_view got(buffer, moved(recv(descriptor, buffer, sizeof buffer, 0)));
+    if (!expected.starts_with(got))
+        throw std::runtime_error("the program sends other bytes than it must");
+    expected.remove_prefix(got.size());
+}
+
+// Writes the input in chunks as fast as they are accepted, and reads the expected bytes meanwhile. Returns
+// microseconds.
+double transfer(int from, std::string_view input, std::size_t chunk, int to, std::string_view expected) {
+    const auto start = Clock::now();
+    std::size_t rest = chunk; // of the chunk that is being written
+    while (!expected.empty()) {
+        const std::size_t before = input.size() + expected.size();
+        const std::string_view part = input.substr(0, rest);
+        const std::size_t sent = part.empty() ? 0 : moved(send(from, part.data(), part.size(), MSG_NOSIGNAL));
+        input.remove_prefix(sent);
+        rest = sent < rest ? rest - sent : chunk;
+        receiveSome(to, expected);
+        pollfd watch[] = {{to, POLLIN, 0}, {from, static_cast<short>(input.empty() ? 0 : POLLOUT), 0}};
+        if (input.size() + expected.size() == before && poll(watch, 2, 60'000) <= 0)
+            throw std::runtime_error("the program does not answer");
     }
-    std::sort(lines.begin(), lines.end());
-    return lines;
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
 
 } // namespace
 
-Rig::Rig(const Subject& subject, Link link) {
-    std::uint16_t hostPort = 0;
-    std::uint16_t gatewayPort = 0;
-    const Channel hostListener = listenOnLoopback(hostPort);
-    const Channel gatewayListener = listenOnLoopback(gatewayPort);
-    std::vector<std::string> command{subject.path, "IP", "127.0.0.1", std::to_string(hostPort), "bench"};
-    if (link == Link::pseudoTerminal)
-        gateway_ = openPseudoTerminal(command[1]);
-    else
-        command.insert(command.end(), {"127.0.0.1", std::to_string(gatewayPort)});
-    process_ = std::make_unique<Process>(command);
-    host_ = acceptFrom(hostListener);
-    const auto start = Clock::now();
-    if (link == Link::tcp)
-        gateway_ = acceptFrom(gatewayListener);
-    awaitReady(subject.readyMark);
-    startNanoseconds_ = nanosecondsSince(start);
-}
-
-void Rig::awaitReady(const std::string& mark) {
-    std::string heard;
-    while (!heard.ends_with(mark)) {
-        awaitMovement(false);
-        heard += host_.receiveSome();
+Workload::Workload(std::size_t endpoints, std::size_t count) {
+    std::mt19937 random;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t endpoint = random() % endpoints;
+        const std::string value = std::to_string(10 + random() % 30) + "." + std::to_string(random() % 10);
+        const std::string line = lineFor(endpoint, value), address = addressOf(endpoint);
+        lines.add(line + "\n");
+        values.add(test::setValue(address, value).bytes);
+        commands.add(test::multipacket({{"addr", address}, {"mcmd", "SetValue"}, {"Valu", value}}));
+        logs.add(test::log("outgoing command (" + line + ")").bytes);
     }
 }
 
-void Rig::awaitMovement(bool wantsRoom) {
-    pollfd watch[] = {{host_.descriptor(), POLLIN, 0},
-                      {gateway_.descriptor(), static_cast<short>(wantsRoom ? POLLOUT : 0), 0}};
-    check(poll(watch, 2, kPatienceSeconds * 1000) > 0, "the program fell silent");
-}
-
-void Rig::pump(std::string_view lines, std::size_t chunk,
-               const std::function<void(std::string_view)>& receive, const std::function<bool()>& finished) {
-    std::size_t rest = chunk; // of the chunk that is being written
-    while (!finished()) {
-        const std::size_t sent = lines.empty() ? 0 : gateway_.sendSome(lines.substr(0, rest));
-        lines.remove_prefix(sent);
-        rest = sent < rest ? rest - sent : chunk;
-        const std::string_view news = host_.receiveSome();
-        if (!news.empty())
-            receive(news);
-        else if (sent == 0)
-            awaitMovement(!lines.empty());
+Rig::Rig(const std::string& program, std::size_t endpoints)
+    : program_({program, "IP", "127.0.0.1", host_.port(), "bench", "127.0.0.1", gateway_.port()}) {
+    useProcessor(Processor::first, program_.id());
+    host_.accept();
+    const auto start = Clock::now();
+    gateway_.accept();
+    if (host_.next() != test::readyText())
+        throw std::runtime_error("the program does not become ready");
+    startMilliseconds_ = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    std::string lines; // in small chunks, so that the buffers of the program stay as small as in everyday use
+    for (std::size_t i = 0; i < endpoints; ++i) {
+        lines += lineFor(i, "20.5") + "\n";
+        if (i % 100 != 0 && i + 1 != endpoints)
+            continue;
+        gateway_.say(std::exchange(lines, {}));
+        host_.until(test::setValue(addressOf(i), "20.5"));
     }
 }
 
-void Rig::introduce(const Values& values) {
-    const Values marker = markerValue();
-    std::string lines(values.lines.first(values.lines.count()));
-    lines += marker.lines.first(1);
-    std::string tail;
-    const std::string_view end = marker.packets.first(1);
-    pump(
-        lines, kIntroductionChunk,
-        [&](std::string_view bytes) {
-            tail += bytes;
-            tail.erase(0, tail.size() - std::min(tail.size(), end.size()));
-        },
-        [&] { return tail == end; });
+void Rig::sendLines(const Workload& workload, std::size_t chunk) {
+    transfer(gateway_.descriptor(), workload.lines.bytes, chunk, host_.descriptor(), workload.values.bytes);
 }
 
-void Rig::sendLines(const Values& values, std::size_t count, std::size_t chunk) {
-    Comparison packets(values.packets.first(count));
-    pump(
-        values.lines.first(count), chunk, [&](std::string_view bytes) { packets.take(bytes); },
-        [&] { return packets.missing() == 0; });
+double Rig::sendLine(const Workload& workload, std::size_t index) {
+    return transfer(gateway_.descriptor(), workload.lines.at(index), SIZE_MAX, host_.descriptor(),
+                    workload.values.at(index));
 }
 
-void Rig::sendCommands(const Commands& commands, std::size_t count, std::size_t underWay) {
-    const std::string_view expected = commands.lines.first(count);
-    Comparison logs(commands.logs.first(count));
-    std::string lines;
-    std::size_t sent = 0;
-    std::size_t done = 0;
-    while (lines.size() < expected.size() || logs.missing() > 0) {
-        for (; sent < count && sent < done + underWay; ++sent)
-            host_.sendInOnePiece(commands.packets.piece(sent));
-        pollfd watch[] = {{host_.descriptor(), POLLIN, 0}, {gateway_.descriptor(), POLLIN, 0}};
-        check(poll(watch, 2, kPatienceSeconds * 1000) > 0, "the program fell silent");
-        if (watch[0].revents != 0)
-            logs.take(host_.receiveSome());
-        if (watch[1].revents != 0) {
-            const std::string_view news = gateway_.receiveSome();
-            lines += news;
-            done += static_cast<std::size_t>(std::count(news.begin(), news.end(), '\n'));
-        }
-    }
-    // The driver logs a command before it sends its line, and looks for the next command as it logs.
-    check(sortedLines(lines) == sortedLines(expected), "the program sends other lines than it must");
+double Rig::sendCommand(const Workload& workload, std::size_t index) {
+    const double microseconds = transfer(host_.descriptor(), workload.commands.at(index), SIZE_MAX,
+                                         gateway_.descriptor(), workload.lines.at(index));
+    transfer(gateway_.descriptor(), {}, 0, host_.descriptor(), workload.logs.at(index));
+    return microseconds;
 }
 
-double Rig::sendLine(const Values& values, std::size_t index) {
-    const auto start = Clock::now();
-    gateway_.sendInOnePiece(values.lines.piece(index));
-    host_.receiveExactly(values.packets.piece(index));
-    return nanosecondsSince(start);
+double Rig::cpu() const {
+    std::this_thread::sleep_for(kUntilAsleep);
+    return static_cast<double>(program_.processorTime().count());
 }
 
-double Rig::sendCommand(const Commands& commands, std::size_t index) {
-    const auto start = Clock::now();
-    host_.sendInOnePiece(commands.packets.piece(index));
-    gateway_.receiveExactly(commands.lines.piece(index));
-    const double latency = nanosecondsSince(start);
-    host_.receiveExactly(commands.logs.piece(index));
-    return latency;
+double Rig::statusNumber(const std::string& label) const {
+    std::ifstream status("/proc/" + std::to_string(program_.id()) + "/status");
+    double number = 0;
+    for (std::string word; status >> word;)
+        if (word == label)
+            status >> number;
+    return number;
+}
+
+double Rig::systemCallsDuring(const std::function<void()>& work) const {
+    test::Program strace({"strace", "-qq", "-c", "-p", std::to_string(program_.id())});
+    for (int turns = 0; turns < 200 && statusNumber("TracerPid:") == 0; ++turns)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (statusNumber("TracerPid:") == 0)
+        return kNone;
+    work();
+    strace.signal(SIGINT);
+    const std::string report = strace.end().errors;
+    // The last line has the share of the time, seconds, microseconds for each call, calls, errors and
+    // "total".
+    double calls = kNone;
+    std::sscanf(report.substr(report.rfind("100.00")).c_str(), "%*f %*f %*f %lf",
+                &calls); // NOLINT(cert-err34-c)
+    return calls;
+}
+
+void useProcessor(Processor which, pid_t process) {
+    static const std::size_t last = std::thread::hardware_concurrency() - 1;
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(which == Processor::first ? 0 : last, &set);
+    if (sched_setaffinity(process, sizeof set, &set) != 0)
+        throw std::runtime_error("cannot pin a process to a processor");
 }
 
 } // namespace hearthix::bench

@@ -1,60 +1,70 @@
-// A program under measurement between a host and a gateway, which this program plays: everything that comes
-// out is compared with what must come out, and every wait has an end.
+// A program under measurement, which is the driver or the relay, between a fake host and a fake gateway.
 //
-// Throws std::runtime_error when the program ends, falls silent for ten seconds or says something else.
+// All values are numbers of variable type 0, for which the driver and the relay answer alike: a line from the
+// gateway becomes one value packet at the host; a command from the host becomes one line at the gateway and
+// one log packet at the host. Every byte that a program sends is compared with what it must send.
 #pragma once
 
-#include "Channel.hpp"
-#include "Process.hpp"
-#include "Workload.hpp"
+#include "bench/Results.hpp"
+#include "tests/support/Conversation.hpp"
 
 #include <cstddef>
 #include <functional>
-#include <memory>
-#include <string>
-#include <string_view>
 
 namespace hearthix::bench {
 
-enum class Link { tcp, pseudoTerminal };
+// Messages, one behind the other.
+struct Messages {
+    std::string bytes;
+    std::vector<std::size_t> starts{0};
 
-// A program, and the end of what it says when it gets ready.
-struct Subject {
-    std::string path;
-    std::string readyMark;
+    void add(std::string_view message) { starts.push_back(bytes.append(message).size()); }
+    std::string_view at(std::size_t index) const {
+        return std::string_view(bytes).substr(starts.at(index), starts.at(index + 1) - starts.at(index));
+    }
+};
+
+// Random values of random endpoints; the same ones in every run.
+struct Workload {
+    Workload(std::size_t endpoints, std::size_t count);
+
+    Messages lines;    // from the gateway as a value, and to the gateway as a command
+    Messages values;   // to the host
+    Messages commands; // from the host
+    Messages logs;     // to the host, one for each command
 };
 
 class Rig {
 public:
-    // Starts the program and returns once it is ready.
-    Rig(const Subject& subject, Link link);
+    // Starts the program, waits until it is ready, and sends one value of each endpoint.
+    Rig(const std::string& program, std::size_t endpoints);
 
-    const Process& process() const noexcept { return *process_; }
-    // From its connection to the host, which ends the random pause, until it was ready.
-    double startNanoseconds() const noexcept { return startNanoseconds_; }
+    void sendLines(const Workload& workload, std::size_t chunk);
+    // Each returns microseconds until the answer arrives.
+    double sendLine(const Workload& workload, std::size_t index);
+    double sendCommand(const Workload& workload, std::size_t index);
 
-    // Lets the program meet the endpoints of these values; what it says about them is not looked at.
-    void introduce(const Values& values);
-    // The first values as fast as they are accepted, written in chunks of so many bytes.
-    void sendLines(const Values& values, std::size_t count, std::size_t chunk);
-    // The first commands as fast as they are accepted, with at most so many under way. Each is written in one
-    // piece, as hosts do; the order in which they reach the gateway is not looked at.
-    void sendCommands(const Commands& commands, std::size_t count, std::size_t underWay);
-    // One line or command, and nanoseconds until it has come out at the other end.
-    double sendLine(const Values& values, std::size_t index);
-    double sendCommand(const Commands& commands, std::size_t index);
+    double startMilliseconds() const { return startMilliseconds_; }
+    // CPU time in nanoseconds since the start of the program. Waits until the program sleeps.
+    double cpu() const;
+    double residentKibibytes() const { return static_cast<double>(program_.residentBytes()) / 1024; }
+    // How often the program has waited for an event.
+    double wakeUps() const { return statusNumber("voluntary_ctxt_switches:"); }
+    // System calls of the program during the work, counted by strace; kNone where strace can't trace.
+    double systemCallsDuring(const std::function<void()>& work) const;
 
 private:
-    void awaitReady(const std::string& mark);
-    void awaitMovement(bool wantsRoom);
-    // Sends the lines and hands what comes to the host over, until finished says so.
-    void pump(std::string_view lines, std::size_t chunk, const std::function<void(std::string_view)>& receive,
-              const std::function<bool()>& finished);
+    double statusNumber(const std::string& label) const;
 
-    Channel host_;
-    Channel gateway_;
-    std::unique_ptr<Process> process_; // behind the channels, so that it ends before they close
-    double startNanoseconds_ = 0;
+    test::FakeHost host_;
+    test::FakeGateway gateway_{test::Transport::tcp};
+    test::Program program_;
+    double startMilliseconds_ = 0;
 };
+
+// Throughput is measured with the programs on the first processor and this one on the last; latency with
+// everything on the first, where it does not depend on the scheduler's choices.
+enum class Processor { first, last };
+void useProcessor(Processor which, pid_t process = 0);
 
 } // namespace hearthix::bench

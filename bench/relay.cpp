@@ -1,36 +1,29 @@
-// The least program that turns the same bytes into the same bytes as the driver: the limit that the driver is
-// measured against. Two fixed buffers a peer, no allocation, no rules, and no log but the line that hosts
-// expect for each command. It knows set lines of known endpoints and SetValue commands, and believes them.
-//
-//   relay IP HOST-ADDRESS HOST-PORT CONNECTION-ID GATEWAY-ADDRESS GATEWAY-PORT
-//   relay DEVICE HOST-ADDRESS HOST-PORT CONNECTION-ID
+// The least program that turns the same bytes into the same bytes as the driver. It has two fixed buffers for
+// each peer, allocates nothing, and logs only the line that hosts expect for each command. It knows set lines
+// of known endpoints and SetValue commands, and trusts its peers. It has the command line of the driver.
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::size_t kWord = 16;           // bytes that are copied at once, be there fewer or not
-constexpr std::size_t kInput = 1U << 18U;   // with its output it just fits into the caches
+constexpr std::size_t kInput = 1U << 18U;   // small enough for the processor's caches
 constexpr std::size_t kOutput = 5 * kInput; // a packet is up to 4.7 times as long as its line
 
-constexpr char kSuffixes[][kWord] = {
+constexpr std::string_view kSuffixes[] = {
     "TEMP", "HUM",   "STATUS",    "PERCENT", "PRESSURE", "FORECAST", "RAIN",    "RATE",
     "WIND", "GUST",  "DIRECTION", "UV",      "WEIGHT",   "DISTANCE", "IMPEDE",  "ARM",
     "TRIP", "WATTS", "KWH",       "SCENE",   "SCENE",    "FAN",      "SPEED",   "LIGHT",
@@ -38,29 +31,22 @@ constexpr char kSuffixes[][kWord] = {
     "IR",   "IR",    "FLOW",      "VOLUME",  "LOCK",     "LEVEL",    "VOLTAGE", "CURRENT",
     "RGB",  "RGBW",  "ID",        "PREFIX",  "COOL",     "HEAT"};
 
-// Their lengths are worked out once.
-constexpr auto suffixes = [] {
-    std::array<std::string_view, std::size(kSuffixes)> views;
-    std::copy(std::begin(kSuffixes), std::end(kSuffixes), views.begin());
-    return views;
-}();
-
 struct Peer {
     int descriptor = -1;
-    std::array<char, kInput + kWord> in;
-    std::size_t held = 0;
-    std::array<char, kOutput + kWord> out;
-    char* end = out.data(); // of what is to be sent
+    std::array<char, kInput> in;
+    std::size_t filled = 0; // of in
+    std::array<char, kOutput> out;
+    char* end = out.data(); // of the bytes to send
 
-    // Reads once and hands over all that is there; take returns what it leaves for the next time.
-    void read(const char* (*take)(const char* at, const char* end)) {
-        const ssize_t got = ::read(descriptor, in.data() + held, kInput - held);
+    // Reads once and passes all bytes to the function, which returns the start of the incomplete rest.
+    void read(const char* (*relay)(const char* at, const char* end)) {
+        const ssize_t got = ::read(descriptor, in.data() + filled, kInput - filled);
         if (got <= 0)
             std::exit(0);
-        const char* const behind = in.data() + held + got;
-        const char* const rest = take(in.data(), behind);
-        held = static_cast<std::size_t>(behind - rest);
-        std::memmove(in.data(), rest, held);
+        const char* const limit = in.data() + filled + got;
+        const char* const rest = relay(in.data(), limit);
+        filled = static_cast<std::size_t>(limit - rest);
+        std::memmove(in.data(), rest, filled);
     }
     void send() {
         for (const char* at = out.data(); at < end;) {
@@ -81,13 +67,6 @@ char* put(char* out, std::string_view bytes) {
     return out + bytes.size();
 }
 
-// For short texts. Reads and writes up to the next multiple of a word.
-char* putWords(char* out, std::string_view text) {
-    for (std::size_t done = 0; done < text.size(); done += kWord)
-        std::memcpy(out + done, text.data() + done, kWord);
-    return out + text.size();
-}
-
 void putNumber(char* out, std::size_t value) {
     out[0] = static_cast<char>(value);
     out[1] = static_cast<char>(value >> 8U);
@@ -98,8 +77,8 @@ void putHex(char* out, unsigned value) {
     out[1] = "0123456789ABCDEF"[value % 16];
 }
 
-// The digits that stand here, and the semicolon behind them. A line feed ends them at the latest.
-unsigned takeNumber(const char*& at) {
+// Reads digits and the semicolon behind them. The line feed ends the last number.
+unsigned readNumber(const char*& at) {
     unsigned value = 0;
     for (; *at >= '0' && *at <= '9'; ++at)
         value = value * 10 + static_cast<unsigned>(*at - '0');
@@ -108,14 +87,14 @@ unsigned takeNumber(const char*& at) {
 }
 
 char* putPacket(char* out, const char* line, const char* feed) {
-    const unsigned node = takeNumber(line);
-    const unsigned child = takeNumber(line);
-    const unsigned command = takeNumber(line);
-    takeNumber(line);
-    const unsigned type = takeNumber(line);
-    if (command != 1 || type >= suffixes.size())
+    const unsigned node = readNumber(line);
+    const unsigned child = readNumber(line);
+    const unsigned command = readNumber(line);
+    readNumber(line);
+    const unsigned type = readNumber(line);
+    if (command != 1 || type >= std::size(kSuffixes))
         return out;
-    const std::string_view suffix = suffixes[type];
+    const std::string_view suffix = kSuffixes[type];
     const std::string_view value(line, static_cast<std::size_t>(feed - line));
     char* const start = out;
     out = put(out, "J..\x80"
@@ -123,10 +102,10 @@ char* putPacket(char* out, const char* line, const char* feed) {
     putNumber(start + 8, 5 + suffix.size());
     putHex(start + 10, node);
     putHex(start + 12, child);
-    out = putWords(out, suffix);
+    out = put(out, suffix);
     out = put(out, "mcmd\x08\0SetValueValu.."sv);
     putNumber(out - 2, value.size());
-    out = putWords(out, value);
+    out = put(out, value);
     out = put(out, "Batt\x01\0000"sv);
     putNumber(start + 1, static_cast<std::size_t>(out - start));
     return out;
@@ -143,7 +122,7 @@ const char* relayLines(const char* at, const char* end) {
 }
 
 char* putDecimal(char* out, std::size_t value) {
-    return std::to_chars(out, out + kWord, value).ptr;
+    return std::to_chars(out, out + 20, value).ptr;
 }
 
 std::size_t numberAt(std::string_view bytes, std::size_t at) {
@@ -160,22 +139,20 @@ void relayCommand(std::string_view entries) {
         (key == "addr" ? address : value) = text; // the value is the last of the others
         entries.remove_prefix(6 + text.size());
     }
-    if (address.size() < 6)
-        return;
     unsigned root = 0;
     std::from_chars(address.data(), address.data() + 4, root, 16);
     std::size_t type = 0;
-    while (type < suffixes.size() - 1 && address.substr(5) != suffixes[type])
+    while (type < std::size(kSuffixes) - 1 && address.substr(5) != kSuffixes[type])
         ++type;
     char* const line = gateway.end;
     char* at = put(putDecimal(line, root / 256), ";");
     at = put(putDecimal(at, root % 256), ";1;0;");
     at = put(put(putDecimal(at, type), ";"), value);
     const std::string_view text(line, static_cast<std::size_t>(at - line));
+    char* const log = host.end;
+    host.end = put(put(put(log, "L.\x02outgoing command ("), text), ")");
+    log[1] = static_cast<char>(host.end - log);
     gateway.end = put(at, "\n");
-    host.end = put(host.end, "L.\x02outgoing command ("sv);
-    host.end[-20] = static_cast<char>(3 + 19 + text.size());
-    host.end = put(put(host.end, text), ")");
 }
 
 const char* relayCommands(const char* at, const char* end) {
@@ -190,11 +167,6 @@ const char* relayCommands(const char* at, const char* end) {
     return at;
 }
 
-[[noreturn]] void giveUp(const char* complaint) {
-    std::perror(complaint);
-    std::exit(1);
-}
-
 int connectTo(const char* address, const char* port) {
     sockaddr_in where{};
     where.sin_family = AF_INET;
@@ -204,30 +176,20 @@ int connectTo(const char* address, const char* port) {
     const int on = 1;
     setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&where), sizeof where) != 0)
-        giveUp("relay: cannot connect");
-    return descriptor;
-}
-
-int openLine(const char* path) {
-    const int descriptor = open(path, O_RDWR | O_NOCTTY);
-    termios settings{};
-    if (descriptor < 0 || tcgetattr(descriptor, &settings) != 0)
-        giveUp("relay: cannot open the line");
-    cfmakeraw(&settings);
-    tcsetattr(descriptor, TCSANOW, &settings);
+        std::exit(1);
     return descriptor;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 5) {
-        std::fprintf(stderr, "usage: relay IP HOST PORT ID GATEWAY PORT | relay DEVICE HOST PORT ID\n");
+    if (argc < 7)
         return 2;
-    }
     host.descriptor = connectTo(argv[2], argv[3]);
-    gateway.descriptor = argc >= 7 ? connectTo(argv[5], argv[6]) : openLine(argv[1]);
+    gateway.descriptor = connectTo(argv[5], argv[6]);
     host.end = put(host.end, "MYSENSORS:" + std::string(argv[4]) + "\r");
+    host.end =
+        put(host.end, "L\x4B\x02mySensors Serial Remote Control interface version 1.2 (build 005) ready.");
     host.send();
     std::array<pollfd, 2> watch{{{host.descriptor, POLLIN, 0}, {gateway.descriptor, POLLIN, 0}}};
     while (poll(watch.data(), watch.size(), -1) > 0) {
@@ -235,7 +197,7 @@ int main(int argc, char** argv) {
             host.read(relayCommands);
         if (watch[1].revents != 0)
             gateway.read(relayLines);
-        host.send(); // the log line goes out ahead of the command
+        host.send(); // the log line leaves before the command
         gateway.send();
     }
     return 0;

@@ -10,6 +10,7 @@
 // NilObjectException, and nothing else may raise anything.
 #include "fuzz/Rig.hpp"
 #include "shell/CommandDispatch.hpp"
+#include "sim/PacketLength.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -60,7 +61,7 @@ Run* run = nullptr;
 void leaveEndlessTurn(std::string& held) {
     while (!held.empty()) {
         const bool multipacket = held.size() > 4 && isOneOf(held[0], "Jj");
-        const std::size_t length = byteAt(held, 1) | (multipacket ? byteAt(held, 2) << 8U : 0U);
+        const std::size_t length = multipacket ? sim::packetLength(held) : byteAt(held, 1);
         if (length == 0 || (length > held.size() && !multipacket))
             throw EndlessTurn();
         if (multipacket || isOneOf(held[0], "XYLMNxylmn"))

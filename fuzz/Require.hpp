@@ -1,5 +1,5 @@
-// What every target checks with. A broken condition ends the process, which the fuzzer reports as a crash and
-// keeps the input of.
+// The check of all targets. A false condition ends the process; the fuzzer reports this as a crash and keeps
+// the input.
 #pragma once
 
 #include <cstdio>

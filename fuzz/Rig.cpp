@@ -43,7 +43,7 @@ Rig::Rig(const Ref<cHearthixDeviceSocket>& socket, const Ref<cMySensors>& driver
 }
 
 Rig::~Rig() {
-    // A child numbered as the node itself, modulo 256, stands in its own table.
+    // A child with the number of its node, modulo 256, is an entry of its own table: a cycle of references.
     for (Integer i = 0; i < mySensors::AddressIndex->Count(); ++i)
         mySensors::AddressIndex->ValueAt(i).objectAs<cMSEndpoint>()->subUnits = nullptr;
     mySensors::AddressIndex = nullptr;
@@ -55,7 +55,7 @@ Rig::~Rig() {
     Globals::DebugMode = false;
     Globals::DoQuit = false;
     close(host_);
-    // The loop forgets the places of what is gone only in a pass.
+    // The loop removes the entries of destroyed sources when it runs.
     EventLoop::instance().run(0);
 }
 

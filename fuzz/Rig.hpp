@@ -1,8 +1,8 @@
-// What the stream targets share: the driver's objects wired up as at start-up, one end of a socket pair in
-// place of the host, a watched port in place of the gateway's, and a clock that stands still.
+// Shared by the stream targets: the driver's objects as after the start, one end of a socket pair instead of
+// the host, a watched port instead of the gateway's, and a clock that moves only when a target moves it.
 //
-// Each run makes a Rig of its own. Its destructor puts every global of the driver back to where a fresh
-// process has it, so that no run sees another one's.
+// Each run has its own Rig. The destructor resets every global of the driver to its value in a new process,
+// so that runs do not depend on each other.
 #pragma once
 
 #include "fuzz/Require.hpp"
@@ -40,13 +40,13 @@ public:
     Rig& operator=(const Rig&) = delete;
     ~Rig();
 
-    // The driver reads the bytes with its next poll. They must be few enough for the system's buffer.
+    // The driver reads the bytes with its next poll. They must fit into the system's buffer.
     void hostWrites(std::string_view bytes) const;
-    // A pass of the event loop, behind which the host takes in what the driver has written.
+    // Runs the event loop once; then the host reads everything that the driver has written.
     void serve();
-    // All that the driver has written, cut into packets. Requires each to be well-formed.
+    // Everything that the driver has written, as packets. Requires each to be well-formed.
     test::Packets packetsToHost();
-    // Puts the wall clock forward.
+    // Moves the wall clock forward.
     static void pass(std::int64_t seconds);
 
     Ref<WatchedPort> port;
@@ -58,7 +58,7 @@ private:
     std::string received_;
 };
 
-// An input: a line that says how the stream arrives, as each target has it, and the stream.
+// An input: a line that describes how the stream arrives (each target has its own form), and the stream.
 struct Input {
     Input(const std::uint8_t* data, std::size_t size);
 

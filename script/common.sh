@@ -1,4 +1,4 @@
-# Shared by the scripts beside it; not a command of its own. Goes to the project's folder, and says what goes on.
+# Shared by the other scripts; not a command. Changes to the project's folder, and defines how scripts report progress.
 set -eu
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -12,7 +12,7 @@ help() {
     esac
 }
 
-# takes WORD... -- ARGS...: ends when an argument is none of the words that the script knows.
+# takes WORD... -- ARGS...: ends the script when an argument is not one of the words.
 takes() {
     known=" "
     while [ "$1" != "--" ]; do known="$known$1 "; shift; done
@@ -25,7 +25,7 @@ takes() {
     done
 }
 
-# number NAME VALUE [HIGHEST]: prints VALUE; ends when it is no whole number from 1 to HIGHEST.
+# number NAME VALUE [HIGHEST]: prints VALUE; ends the script unless it is a whole number from 1 to HIGHEST.
 number() {
     highest=${3:-999999999}
     case $2 in
@@ -36,8 +36,8 @@ number() {
     exit 2
 }
 
-# counted TOTAL WHAT PREFIX COMMAND...: runs the command and counts the lines of its output that begin with the prefix:
-# each on a terminal, else every tenth part. Ends as the command does.
+# counted TOTAL WHAT PREFIX COMMAND...: runs the command and counts the lines of its output that begin with the prefix.
+# Shows each on a terminal, otherwise every tenth part. Fails when the command fails.
 counted() {
     total=$1; what=$2; prefix=$3; shift 3
     failure=$(mktemp)
@@ -59,7 +59,7 @@ install_packages() {
         $sudo env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$@"
 }
 
-# need PACKAGE...: installs what is missing of Debian's packages.
+# need PACKAGE...: installs those of these Debian packages that are missing.
 need() {
     missing=""
     for package in "$@"; do
@@ -82,7 +82,7 @@ need_build_tools() {
 }
 need_test_tools() { need_build_tools; need socat jq mosquitto mosquitto-clients tmux; }
 
-# build PRESET [TARGET...]: configures once, builds with all cores. Output only where something is done.
+# build PRESET [TARGET...]: configures the preset when it is new, and builds with all cores.
 build() {
     preset=$1; shift
     [ -f "build/$preset/build.ninja" ] || { say "configuring build/$preset"; cmake --preset "$preset" >/dev/null; }

@@ -12,7 +12,7 @@ namespace hearthix::sim {
 namespace {
 
 constexpr double kCommandSeconds = 0.5;
-constexpr int kDrainMilliseconds = 5000;
+constexpr int kDrainMilliseconds = 30'000;
 
 class Demo {
 public:

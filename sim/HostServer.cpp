@@ -3,6 +3,7 @@
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "sim/Failure.hpp"
+#include "sim/PacketLength.hpp"
 #include "sim/SocketAddress.hpp"
 
 #include <cerrno>
@@ -14,14 +15,6 @@ namespace {
 
 constexpr const char* kGreeting = "MYSENSORS:";
 constexpr std::size_t kLongestGreeting = 1024;
-
-// The length that the packet at the front tells; 0 while too few bytes are there to tell.
-std::size_t packetLength(const String& bytes) {
-    const bool isMulti = bytes.byteAt(0) == 'J';
-    if (bytes.size() < (isMulti ? 3U : 2U))
-        return 0;
-    return isMulti ? bytes.byteAt(1) + std::size_t{256} * bytes.byteAt(2) : bytes.byteAt(1);
-}
 
 std::size_t shortestPacket(const String& bytes) {
     return bytes.byteAt(0) == 'J' ? 4 : 2;
@@ -125,7 +118,7 @@ bool HostServer::takeGreeting(Link& link) {
 }
 
 bool HostServer::takePacket(Link& link) {
-    const std::size_t length = packetLength(link.buffer);
+    const std::size_t length = packetLength(link.buffer.view());
     if (length == 0 && link.buffer.size() < 3)
         return false;
     if (length < shortestPacket(link.buffer)) {

@@ -24,7 +24,7 @@ constexpr double kSeconds = 300;
 constexpr double kRate = 5000; // values a second
 constexpr double kCommandSeconds = 0.02;
 constexpr int kPatienceMilliseconds = 60'000;
-constexpr int kSettleMilliseconds = 10'000;
+constexpr int kSettleMilliseconds = 60'000;
 constexpr double kShortSilence = 12;       // the driver asks after ten seconds, and ends after twenty
 constexpr Integer kMemoryGrowth = 8 << 10; // KiB
 

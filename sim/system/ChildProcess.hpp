@@ -1,13 +1,12 @@
-// A program that this one starts and ends.
-//
-// What the program prints, on standard output and standard error alike, comes back line by line; its standard
-// input is empty. It is in a process group of its own: Ctrl-C at the terminal reaches only the program
-// that started it, which then ends it in good order. A child still running when its object goes is ended.
+// A Process as a source of events. What the program prints, on standard output and standard error alike,
+// arrives line by line. A child that still runs when its object is destroyed is ended.
 #pragma once
 
 #include "runtime/events/StreamDevice.hpp"
 #include "runtime/events/Timer.hpp"
+#include "sim/system/Process.hpp"
 
+#include <csignal>
 #include <functional>
 #include <vector>
 
@@ -20,16 +19,16 @@ public:
     // A path, or a name that PATH leads to; the arguments without it. False leaves the reason in
     // LastErrorCode.
     bool Start(const String& path, const std::vector<String>& arguments);
-    bool isRunning() const noexcept { return pid_ > 0; }
-    Integer pid() const noexcept { return pid_; }
-    // Ends the program and waits for that: asks first, and insists after two seconds. No event runs.
+    bool isRunning() const noexcept { return process_.id() > 0; }
+    Integer pid() const noexcept { return process_.id(); }
+    // Asks the program to end, kills it after two seconds, and waits for its end. No event runs meanwhile.
     void Stop();
-    // Ends the program at once and without asking; ended tells.
-    void Kill() const;
+    // Ends the program at once, without asking; ended is called as usual.
+    void Kill() const { process_.signal(SIGKILL); }
 
-    // Either may stay unset.
+    // Both may stay unset.
     std::function<void(const String& line)> printed;
-    // With the exit status, or 128 and the signal's number. The object may be started again inside.
+    // Receives the exit status, or 128 plus the signal's number. May start the object again.
     std::function<void(int status)> ended;
 
 protected:
@@ -52,7 +51,7 @@ private:
 
     void reap();
 
-    int pid_ = -1;
+    Process process_;
     String partialLine_;
     Reaper reaper_{*this};
 };

@@ -1,4 +1,4 @@
-// Packets from the host that the driver itself is meant by, and the framing that cuts them from the stream.
+// Packets from the host that are meant for the driver itself, and how they are separated from the stream.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
@@ -57,7 +57,7 @@ TEST(HostLink, CommandsToTheDriver) {
         {"malformed",
          commonMessage('D', 64, 'A') + commonMessage('Q', 64, 'E') + commonMessage('Q', 64, '?'),
          {kMalformed, kMalformed, kMalformed}},
-        {"a length of 1 gives up one byte", "Z\1\2" + kPing, {kMalformed, kMalformed, kAnswer}},
+        {"a length of 1 discards one byte", "Z\1\2" + kPing, {kMalformed, kMalformed, kAnswer}},
     };
     for (const Transport transport : kTransports) {
         Conversation talk(transport);
@@ -71,7 +71,7 @@ TEST(HostLink, APacketInTwoPiecesWaitsForItsRest) {
     for (std::size_t place = 5; place < kPing.size(); ++place) {
         talk.host.say(kPing + kPing.substr(0, place));
         EXPECT_EQ(talk.host.next(), kAnswer);
-        talk.gateway.say(Conversation::markerLine()); // its log line makes the driver read what has come
+        talk.gateway.say(Conversation::markerLine()); // its log line makes the driver read from the host
         EXPECT_EQ(talk.host.next(), log("Gateway Message: #")) << place;
         EXPECT_EQ(talk.hostSends(kPing.substr(place) + kPing), effects({kAnswer, kAnswer})) << place;
     }

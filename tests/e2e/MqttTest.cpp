@@ -35,7 +35,7 @@ public:
                   "mkdir -p $0; cd $0; mosquitto_passwd -b -c users me 'two words'; echo \"user root\n"
                   "listener $1 127.0.0.1\npassword_file users\" >settings; exec mosquitto -c settings",
                   folder_, port_});
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 1000; ++i)
             if (run({"mosquitto_pub", "-t", "started", "-n"}).end().status == 0)
                 return true;
         return false;
@@ -91,7 +91,7 @@ TEST(MqttGateway, WorksBehindTheBridge) {
     host.say(multipacket({{"mcmd", "SetValue"}, {"addr", "0A03.VAR1"}, {"Valu", " a;b "}}) +
              multipacket({{"mcmd", "Qery"}, {"addr", "0A03.STATUS"}}));
     host.until(log("outgoing command (10;3;2;0;2;)"));
-    EXPECT_EQ(broker.run(gateway + Words{"-v", "-C", "2", "-W", "30"}).end().output,
+    EXPECT_EQ(broker.run(gateway + Words{"-v", "-C", "2", "-W", "300"}).end().output,
               "home/in/10/3/1/0/24  a;b \nhome/in/10/3/2/0/2 (null)\n");
 
     broker.stop();

@@ -1,5 +1,6 @@
-// How the process begins, what it waits for, and all the ways in which it ends: in good order, with a stack
-// dump, or not at all. Only lower limits of time are tested; the machine may be slow.
+// The driver's start, what it waits for, and the ways in which it ends: in good order, with a stack dump, or
+// not at all. Only lower limits of time are tested, because the machine may be busy; each begins before its
+// cause.
 #include "tests/support/Conversation.hpp"
 
 #include <gtest/gtest.h>
@@ -8,12 +9,19 @@
 #include <thread>
 #include <tuple>
 
+#include <sys/socket.h>
+
 namespace hearthix::test {
 
 namespace {
 
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using Clock = std::chrono::steady_clock;
+
 // Too long for a name, so that no server is asked.
 const std::string kNoSuchName(70, 'x');
+const std::string kPing = multipacket({{"mcmd", "ping"}});
 
 void expectStackDump(DriverProcess& driver, const std::string& name, const std::string& remedy = "") {
     const Ending ending = driver.end();
@@ -78,27 +86,40 @@ TEST(Start, GivesUpOnAHostThatCannotBeReachedAfterFifteenSeconds) {
     }
 }
 
-TEST(End, FollowsTheHostsWord) {
+TEST(End, FollowsTheHostsCommand) {
     struct Case {
         std::string packet;
         const char* words;
     };
-    // Q, and q with it, is the low-battery form of P and is read as that.
+    // Q and q are the low-battery form of P, and are read as P.
     for (const Case& c : {Case{commonMessage('q'), "The drugre has been asked to quit. (2)"},
                           Case{commonMessage('Q'), "The drugre has been asked to quit. (2)"},
                           Case{commonMessage('p', 255, 'Y'), "The drugre has been asked to quit. (2)"},
                           Case{multipacket({{"mcmd", "CLOSE"}}), "MySensors Plugin shutting down..."}}) {
         Conversation talk;
+        const auto start = Clock::now();
         talk.host.say(c.packet);
         EXPECT_EQ(talk.host.next(), log(c.words));
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
-        const auto closed = std::chrono::steady_clock::now();
-        talk.host.say(multipacket({{"mcmd", "ping"}})); // events still run for a second
-        EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})});
-        EXPECT_GE(std::chrono::steady_clock::now() - closed, std::chrono::milliseconds(900));
+        EXPECT_EQ(talk.host.untilEnd(), Packets{});
+        EXPECT_GE(Clock::now() - start, seconds(1));
         const Ending ending = talk.driver.end();
         EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, "", ""));
     }
+}
+
+// A test that is late on a busy machine finds the driver gone and tries again.
+TEST(End, EventsStillRunForASecond) {
+    Packets last;
+    for (int tries = 0; tries < 30 && last.empty(); ++tries) {
+        Conversation talk;
+        talk.host.say(multipacket({{"mcmd", "close"}}));
+        talk.gateway.hearToEnd();
+        talk.host.next();
+        send(talk.host.descriptor(), kPing.data(), kPing.size(), MSG_NOSIGNAL);
+        last = talk.host.untilEnd();
+    }
+    EXPECT_EQ(last, Packets{multi({{"mcmd", "PSrp"}})});
 }
 
 TEST(End, SignalsKeepTheirDefaultAction) {
@@ -119,28 +140,23 @@ TEST(End, ALostStandardOutputHarmsNothing) {
     }
 }
 
-using std::chrono::milliseconds;
-using std::chrono::seconds;
-using Clock = std::chrono::steady_clock;
-
-constexpr milliseconds kAlmostTenSeconds{9900};
+constexpr seconds kSilence{10};
 const std::string kVersionRequest = "0;0;3;0;2;\n";
 
 TEST(Watchdog, AsksAfterTenSecondsAndEndsAfterTwenty) {
     Conversation talk;
+    const auto start = Clock::now(); // before the last byte that the driver gets
     talk.gatewaySays("");
-    const auto start = Clock::now();
     EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
-    EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
-    EXPECT_FALSE(talk.host.hasNews(milliseconds(0))); // asked without a word to the host
+    EXPECT_GE(Clock::now() - start, kSilence);
     EXPECT_EQ(talk.gateway.hearToEnd(), "");
-    EXPECT_GE(Clock::now() - start, 2 * kAlmostTenSeconds);
+    EXPECT_GE(Clock::now() - start, 2 * kSilence);
     EXPECT_EQ(talk.host.untilEnd(),
               Packets{log("timeout waiting for ping from mySensors gateway. Restarting connection...")});
     EXPECT_EQ(talk.driver.end().status, 0);
 }
 
-TEST(Watchdog, IsCalmedByAnyByteAndTakesOneVersionAsTheAnswer) {
+TEST(Watchdog, StartsAgainWithAnyByteAndAcceptsOneVersionAsTheAnswer) {
     Conversation talk;
     talk.host.say(commonMessage('D'));
     EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: ON"));
@@ -148,10 +164,10 @@ TEST(Watchdog, IsCalmedByAnyByteAndTakesOneVersionAsTheAnswer) {
     EXPECT_EQ(talk.host.next(), log("requesting version as ping"));
     talk.host.say(commonMessage('D'));
     EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: OFF"));
-    talk.gateway.say("0;0;"); // part of a line is a sign of life
     const auto start = Clock::now();
+    talk.gateway.say("0;0;"); // part of a line is a sign of life
     EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
-    EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
+    EXPECT_GE(Clock::now() - start, kSilence);
     EXPECT_EQ(
         talk.gatewaySays("\n0;0;3;0;2;2.3.2\n0;0;3;0;2;2.3.2\n"),
         effects({log("stale data in buffer. Throwing away 4 bytes:  30 3B 30 3B", 4),
@@ -161,13 +177,13 @@ TEST(Watchdog, IsCalmedByAnyByteAndTakesOneVersionAsTheAnswer) {
 TEST(Watchdog, OnASerialLineStartsWithTheFirstByte) {
     Conversation talk(Transport::serial);
     EXPECT_FALSE(talk.gateway.hasNews(seconds(11)));
-    talk.gatewaySays("");
     const auto start = Clock::now();
+    talk.gatewaySays("");
     EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
-    EXPECT_GE(Clock::now() - start, kAlmostTenSeconds);
+    EXPECT_GE(Clock::now() - start, kSilence);
 }
 
-// A gateway whose queue of connections is full leaves the driver waiting for one.
+// The queue of connections of this gateway is full, so the driver waits.
 struct SilentGateway : testing::Test {
     void SetUp() override {
         host.accept();
@@ -198,12 +214,12 @@ TEST_F(SilentGateway, MayAnswerLate) {
     EXPECT_EQ(host.next(), readyText());
 }
 
-TEST_F(SilentGateway, HasNoUseForCommandsYet) {
+TEST_F(SilentGateway, EndsTheDriverWhenACommandArrives) {
     host.say(rawData("x"));
     expectStackDump(driver, "raw data");
 }
 
-TEST(SilentNameServer, KeepsNobodyWaiting) {
+TEST(SilentNameServer, BlocksNeitherTheHostNorTheEnd) {
     FakeHost host;
     DriverProcess driver({"IP", "127.0.0.1", host.port(), "7", "gateway.test", "5003"},
                          withFaults({"SILENT_RESOLVER=gateway.test"}));
@@ -221,7 +237,7 @@ TEST(StackDump, AnswersWhatTheHostMustNotSend) {
         Conversation talk;
         talk.host.say(multipacket({{"mcmd", "ping"}}) + packet + commonMessage('D'));
         expectStackDump(talk.driver, readable(packet));
-        EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})}); // what was written still leaves
+        EXPECT_EQ(talk.host.untilEnd(), Packets{multi({{"mcmd", "PSrp"}})}); // earlier packets still arrive
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
     }
 }
@@ -233,7 +249,7 @@ TEST(StackDump, AnswersTheBatteryOfAnUnknownNodesChild) {
     EXPECT_EQ(talk.host.untilEnd(), Packets{log("creating child object at Address: 0703")});
 }
 
-TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
+TEST(StackDump, AnswersAGatewayThatCannotBeUsed) {
     for (const std::string how : {"refuses", "has no address", "talks", "leaves"}) {
         FakeHost host;
         FakeGateway gateway(Transport::tcp);
@@ -256,10 +272,10 @@ TEST(StackDump, AnswersAGatewayThatRefusesHasNoAddressTalksOrLeavesAtOnce) {
 class NoMemory : public testing::Test {
     void SetUp() override {
 #if defined(HEARTHIX_SANITIZED) || defined(HEARTHIX_COVERAGE)
-        GTEST_SKIP() << "an instrumented program has an allocator of its own";
+        GTEST_SKIP() << "an instrumented program uses another allocator";
 #endif
         if (isForeignDriver())
-            GTEST_SKIP() << "the emulator has no memory either";
+            GTEST_SKIP() << "the limit would apply to the emulator, too";
     }
 };
 
@@ -295,14 +311,14 @@ TEST_F(NoMemory, AtWorkEndsWithAMessageAndWholePackets) {
         }
 }
 
-// The process takes its processor, which an idle one never does, and keeps its memory within bounds.
+// The process uses the processor, which an idle one never does, and its memory stays within bounds.
 void expectEndlessTurns(const DriverProcess& driver, const std::string& name) {
-    constexpr std::chrono::milliseconds kBusy{500};
-    constexpr std::size_t kBound = 256u << 20; // freed memory that the address sanitizer keeps counts, too
+    constexpr milliseconds kBusy{500};
+    constexpr std::size_t kBound = 256u << 20; // includes freed memory that the address sanitizer keeps
     const auto start = driver.processorTime();
-    const auto limit = std::chrono::steady_clock::now() + kPatience;
-    while (driver.processorTime() - start < kBusy && std::chrono::steady_clock::now() < limit)
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    const auto limit = Clock::now() + kPatience;
+    while (driver.processorTime() - start < kBusy && Clock::now() < limit)
+        std::this_thread::sleep_for(milliseconds(20));
     EXPECT_GE(driver.processorTime() - start, kBusy) << name;
     EXPECT_LT(driver.residentBytes(), kBound) << name;
 }
@@ -311,7 +327,7 @@ TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
     struct Case {
         const char* name;
         std::string bytes;
-        const char* flood; // what the host is told over and over
+        const char* flood; // the packet that the host gets over and over
     };
     const char* malformed = "log 4: mySensors: Received malformed packet from host";
     const Case cases[] = {

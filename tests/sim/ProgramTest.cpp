@@ -54,7 +54,7 @@ public:
 private:
     // Waits no longer than the program lives.
     bool waitUntil(const std::function<bool()>& condition) {
-        for (int turns = 0; turns < 2000 && status_ < 0 && !condition(); ++turns)
+        for (int turns = 0; turns < 15'000 && status_ < 0 && !condition(); ++turns)
             ConsoleApplication::DoEvents(20);
         return condition();
     }
@@ -73,11 +73,13 @@ protected:
 };
 
 TEST_F(SimProgram, DemoLosesNothing) {
-    for (const char* words : {"demo --for 4", "demo --for 4 --pty --fragment --junk 30 --rate 50"}) {
+    for (const char* words : {"demo", "demo --pty --fragment --junk 30 --rate 50"}) {
         Program demo(folder, words);
-        EXPECT_EQ(demo.status(), 0);
-        for (const char* text : {"Nothing was lost.", " 0E00.TEMP created", " command  OFF "})
+        for (const char* text : {" 0E00.TEMP created", " command  OFF "})
             EXPECT_TRUE(demo.prints(text)) << text << "\n" << demo.output;
+        demo.interrupt();
+        EXPECT_EQ(demo.status(), 0);
+        EXPECT_TRUE(demo.prints("Nothing was lost.")) << demo.output;
         EXPECT_EQ(demo.output.find('\x1b'), std::string::npos) << "no escape codes on a pipe";
     }
     for (const char* words : {"demo --for 3 --driver /bin/false", "soak --for 3 --driver /bin/false"})
@@ -92,9 +94,11 @@ TEST_F(SimProgram, HostCommandsASerialGatewayAndKeepsItsUnits) {
     for (const char* text : {"Gateway Ready: ", "J mcmd=\"setUnits\" DATA=document of ",
                              "responding to node ID request with ID: 14", "0C01.STATUS ON battery 0"})
         EXPECT_TRUE(host.prints(text)) << text << "\n" << host.output;
-    host.type("on 0C01.STATUS\nset 0C02.PERCENT 40\nping\nraw 12;2;2;0;3;\nbogus");
-    EXPECT_TRUE(host.prints("value    0C02.PERCENT 40 battery 0", "value    0C02.PERCENT 40 battery 0"))
-        << "obeyed, and asked for in raw";
+    host.type("on 0C01.STATUS\nset 0C02.PERCENT 40\nping\nbogus");
+    const std::string value = "value    0C02.PERCENT 40 battery 0";
+    EXPECT_TRUE(host.prints(value)) << host.output;
+    host.type("raw 12;2;2;0;3;");
+    EXPECT_TRUE(host.prints(value, value)) << "the answer to the line in raw\n" << host.output;
     for (const char* text :
          {"0C01.STATUS OFF battery 0", "the driver answers the ping", "there is no command 'bogus'"})
         EXPECT_TRUE(host.prints(text)) << text;

@@ -1,6 +1,6 @@
-// A host, a gateway and a driver between them, up to the ready text. What one side says is answered with all
-// that the driver did about it: the statement ends only when a marker of the test's own has gone through the
-// driver behind it, in both directions, so an effect too many shows like one that is missing.
+// A host, a gateway and a driver between them, from the ready text on. Each statement sends something and
+// returns everything that the driver sends in response. It ends when a marker has passed through the driver
+// in both directions, so an unexpected effect is noticed as well as a missing one.
 #pragma once
 
 #include "tests/support/DriverProcess.hpp"
@@ -15,14 +15,13 @@
 
 namespace hearthix::test {
 
-// Hearthix as the driver sees it: a listener on a port of the system's choice, then one connection on which
-// packets go both ways.
+// Hearthix as the driver sees it: a listener on a port that the system chooses, then one connection.
 class FakeHost : public Stream {
 public:
     explicit FakeHost(int receiveBuffer = 0) : listener_(receiveBuffer) {}
     std::string port() const { return listener_.port(); }
 
-    // Waits for the driver and returns the connection ID of its opening line.
+    // Waits for the driver, and returns the connection ID of its opening line.
     std::string accept() {
         static_cast<Stream&>(*this) = listener_.accept();
         const std::string line = hearUntil("\r");
@@ -38,7 +37,7 @@ public:
         return {hear(length)};
     }
 
-    // All packets up to this one, without it.
+    // All packets before this one.
     Packets until(const Packet& last) {
         Packets packets;
         for (Packet packet = next(); packet != last; packet = next())
@@ -53,9 +52,8 @@ private:
     Listener listener_;
 };
 
-// A MySensors gateway as the driver sees it: on a TCP port of the system's choice, which it may be given as a
-// serial line on the network as well, or on a pseudo-terminal with the kernel's own line discipline in
-// between.
+// A MySensors gateway as the driver sees it: on a TCP port that the system chooses (tcp), on the same port
+// named as a serial line on the network (network), or on a pseudo-terminal (serial).
 enum class Transport { tcp, network, serial };
 constexpr Transport kTransports[]{Transport::tcp, Transport::network, Transport::serial};
 
@@ -75,14 +73,14 @@ public:
         static_cast<Stream&>(*this) = Stream(std::move(ours));
     }
 
-    // The command line that leads a driver here.
+    // The command line of a driver for this gateway.
     std::vector<std::string> arguments(const std::string& hostPort, const std::string& id = "7") const {
         if (device_.empty())
             return {"IP", "127.0.0.1", hostPort, id, "127.0.0.1", listener_.port()};
         return {device_, "127.0.0.1", hostPort, id};
     }
 
-    // Waits for the driver; a terminal is there from the start.
+    // Waits for the driver, unless the gateway is a terminal.
     void accept() {
         if (!device_.starts_with("/"))
             static_cast<Stream&>(*this) = listener_.accept();
@@ -119,13 +117,14 @@ public:
 
     Effects gatewaySays(std::string_view lines);
     Effects hostSends(std::string_view packets);
-    // The line that marks the end of a statement: in debug mode the driver reads it with what it follows.
+    // The line that ends a statement. In debug mode it appears in the log, because the driver reads it
+    // together with the lines before it.
     static std::string markerLine();
 
     FakeHost host;
     FakeGateway gateway;
     DriverProcess driver;
-    // Set it when the driver's debug mode is on, to leave the marker's own detail lines out.
+    // Set this while the driver's debug mode is on, to leave out the lines about the marker.
     bool debug = false;
 
 private:

@@ -1,4 +1,4 @@
-// Part of the driver in builds for coverage alone: told to terminate, it leaves its counts behind first.
+// Part of the driver in builds for coverage only: writes the counts when the driver is asked to terminate.
 #include <csignal>
 
 extern "C" void __gcov_dump();

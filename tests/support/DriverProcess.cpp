@@ -1,17 +1,12 @@
 #include "tests/support/DriverProcess.hpp"
 
-#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <thread>
 
-#include <spawn.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace hearthix::test {
 
@@ -20,14 +15,6 @@ namespace {
 std::string contentOf(const Descriptor& file) {
     std::ifstream stream("/proc/self/fd/" + std::to_string(file.get()), std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // The driver's command line behind the wrapper's.
@@ -53,62 +40,38 @@ DriverProcess::DriverProcess(const std::vector<std::string>& arguments, std::vec
     : Program(behind(std::move(wrapper), arguments)) {
 }
 
-Program::Program(std::vector<std::string> words)
+Program::Program(const std::vector<std::string>& words)
     : output_(memfd_create("output", MFD_CLOEXEC)), errors_(memfd_create("errors", MFD_CLOEXEC)) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output_.get(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errors_.get(), STDERR_FILENO);
-    const int error =
-        posix_spawnp(&pid_, words[0].c_str(), &actions, nullptr, pointersTo(words).data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0)
+    if (process_.start(words, output_.get(), errors_.get()) != 0)
         throw std::runtime_error("cannot start " + words[0]);
 }
 
 Program::~Program() {
-    if (pid_ == 0)
-        return;
-    try {
-        kill(pid_, SIGTERM); // a driver built for coverage leaves its counts behind
-        end();
-    } catch (const std::runtime_error&) {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
-    }
+    process_.stop(kPatience); // a driver built for coverage writes its counts before it ends
 }
 
 Ending Program::end() {
-    constexpr std::chrono::milliseconds kPause{10};
-    int status = 0;
-    for (auto waited = kPause; waitpid(pid_, &status, WNOHANG) == 0; waited += kPause) {
-        if (waited > kPatience)
-            throw std::runtime_error("the driver doesn't end");
-        std::this_thread::sleep_for(kPause);
-    }
-    pid_ = 0;
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), contentOf(output_),
-            contentOf(errors_)};
-}
-
-void Program::signal(int number) const {
-    kill(pid_, number);
+    const std::optional<int> status = process_.wait(kPatience);
+    if (!status)
+        throw std::runtime_error("the program does not end");
+    return {*status, contentOf(output_), contentOf(errors_)};
 }
 
 std::chrono::nanoseconds Program::processorTime() const {
     clockid_t clock{};
     timespec used{};
-    if (clock_getcpuclockid(pid_, &clock) != 0 || clock_gettime(clock, &used) != 0)
-        throw std::runtime_error("the driver is gone");
+    if (clock_getcpuclockid(id(), &clock) != 0 || clock_gettime(clock, &used) != 0)
+        throw std::runtime_error("the program has ended");
     return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
 std::size_t Program::residentBytes() const {
-    std::ifstream pages("/proc/" + std::to_string(pid_) + "/statm");
-    std::size_t total = 0;
-    std::size_t resident = 0;
-    pages >> total >> resident;
-    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    std::ifstream pages("/proc/" + std::to_string(id()) + "/smaps_rollup");
+    std::size_t kibibytes = 0;
+    for (std::string word; pages >> word;)
+        if (word == "Rss:")
+            pages >> kibibytes;
+    return kibibytes * 1024;
 }
 
 } // namespace hearthix::test

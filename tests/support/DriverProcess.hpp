@@ -1,13 +1,12 @@
 // The real driver, or another program, as a child process. Its output goes to memory, so that it never waits
-// for a reader; it is killed with the object, by its process id and nothing else. The environment variable
-// HEARTHIX_DRIVER names another driver than the one that was built with the tests.
+// for a reader. It ends with the object. The environment variable HEARTHIX_DRIVER names another driver than
+// the one that was built with the tests.
 #pragma once
 
+#include "sim/system/Process.hpp"
 #include "tests/support/Stream.hpp"
 
 #include <vector>
-
-#include <sys/types.h>
 
 namespace hearthix::test {
 
@@ -18,30 +17,32 @@ struct Ending {
     std::string errors;
 };
 
-// Whether the driver is one from outside, such as an emulator with another machine's: its memory and its open
-// files are then not only the driver's, and it is slow.
+// Whether HEARTHIX_DRIVER is set, for example to an emulator that runs the driver of another machine. Memory
+// and open files are then not only the driver's, and it is slow.
 bool isForeignDriver();
 
-// The wrapper that puts a driver into the trouble of Faults.cpp.
+// The wrapper for a driver with the faults of Faults.cpp.
 std::vector<std::string> withFaults(std::vector<std::string> settings);
 
 class Program {
 public:
-    explicit Program(std::vector<std::string> words);
+    explicit Program(const std::vector<std::string>& words);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
     ~Program();
 
     // Waits for the process to end by itself.
     Ending end();
-    void signal(int number) const;
+    pid_t id() const noexcept { return process_.id(); }
+    void signal(int number) const { process_.signal(number); }
     std::chrono::nanoseconds processorTime() const;
+    // Counted page by page; the figure in /proc/PID/status may lag by some hundred KiB.
     std::size_t residentBytes() const;
 
 private:
     Descriptor output_;
     Descriptor errors_;
-    pid_t pid_ = 0;
+    Process process_;
 };
 
 class DriverProcess : public Program {

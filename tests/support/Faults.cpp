@@ -1,7 +1,7 @@
-// Preloaded into a driver: a system that has no memory left, and a name server that never answers.
+// Preloaded into a driver: a system without free memory, and a name server that never answers.
 //
-// ALLOCATIONS tells how many allocations still succeed, from the start or, with FROM_SIGNAL set as well, from
-// SIGUSR1 on. SILENT_RESOLVER names a host whose look-up never returns.
+// ALLOCATIONS is the number of allocations that still succeed, from the start or, with FROM_SIGNAL set, from
+// SIGUSR1 on. SILENT_RESOLVER is a host whose look-up never returns.
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
@@ -16,7 +16,7 @@ extern "C" void* __libc_realloc(void*, std::size_t);
 
 namespace {
 
-std::atomic<long> left = -1; // below zero there is no end of them
+std::atomic<long> left = -1; // negative: no limit
 
 void startToCount(int) {
     left = std::atol(std::getenv("ALLOCATIONS"));

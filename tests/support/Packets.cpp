@@ -1,5 +1,7 @@
 #include "tests/support/Packets.hpp"
 
+#include "sim/PacketLength.hpp"
+
 #include <algorithm>
 #include <ostream>
 #include <stdexcept>
@@ -73,7 +75,7 @@ std::size_t packetLength(std::string_view stream) {
         return 0;
     if (stream[0] != 'L' && stream[0] != 'J')
         throw std::runtime_error("no packet starts like this: " + readable(stream.substr(0, 200)));
-    return byteAt(stream, 1) + (stream[0] == 'J' ? 256 * byteAt(stream, 2) : 0);
+    return sim::packetLength(stream);
 }
 
 Packets packetsIn(std::string_view stream) {

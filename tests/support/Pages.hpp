@@ -1,4 +1,4 @@
-// Bytes in hexadecimal, and the pages of the documentation that hold them.
+// Reads the examples in the pages of the documentation, with bytes in hexadecimal.
 #pragma once
 
 #include <fstream>
@@ -17,7 +17,7 @@ inline std::string bytesOf(std::string digits) {
     return bytes;
 }
 
-// Of lines that tell bytes, two blanks, and what the bytes mean.
+// For lines of bytes, two blanks and an explanation.
 inline std::string bytesOfLines(const std::string& text) {
     std::string bytes;
     std::istringstream lines(text);
@@ -26,7 +26,7 @@ inline std::string bytesOfLines(const std::string& text) {
     return bytes;
 }
 
-// The fenced blocks of a page: what stands behind the fence, and the lines between.
+// The fenced blocks of a page: the word behind the fence, and the lines between.
 struct Block {
     std::string kind;
     std::string text;

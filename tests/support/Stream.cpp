@@ -52,14 +52,14 @@ void Descriptor::close() {
 
 Stream::Stream(Descriptor descriptor) : descriptor_(std::move(descriptor)) {
     check(fcntl(descriptor_.get(), F_SETFL, O_NONBLOCK), "fcntl");
-    const int on = 1; // each write is a piece of its own
+    const int on = 1; // so that each write is sent at once
     setsockopt(descriptor_.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
 void Stream::say(std::string_view bytes) {
     while (!bytes.empty()) {
         if (!waitFor(descriptor(), POLLOUT, kPatience))
-            throw std::runtime_error("the driver takes no bytes");
+            throw std::runtime_error("the driver does not read");
         ssize_t count = send(descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (count < 0 && errno == ENOTSOCK) // a terminal
             count = ::write(descriptor(), bytes.data(), bytes.size());
@@ -69,7 +69,7 @@ void Stream::say(std::string_view bytes) {
     }
 }
 
-// False at the end of the stream; a hung-up terminal or a reset connection is one too.
+// False at the end of the stream, also when a terminal hangs up or a connection is reset.
 bool Stream::receive() {
     if (!waitFor(descriptor(), POLLIN, kPatience))
         throw std::runtime_error("the driver is silent; unread: " + readable(pending().substr(0, kShown)));
@@ -140,7 +140,7 @@ std::string Listener::port() const {
 
 Stream Listener::accept() {
     if (!waitFor(descriptor_.get(), POLLIN, kPatience))
-        throw std::runtime_error("the driver doesn't connect");
+        throw std::runtime_error("the driver does not connect");
     return Stream(Descriptor(check(accept4(descriptor_.get(), nullptr, nullptr, SOCK_CLOEXEC), "accept")));
 }
 

@@ -1,5 +1,5 @@
-// One end of a byte stream whose other end is the driver. Everything waits, nothing waits for ever: a driver
-// that is silent for kPatience raises std::runtime_error with what had come until then.
+// One end of a byte stream whose other end is the driver. Every wait has a limit: a driver that is silent for
+// kPatience raises std::runtime_error with the bytes that are unread.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,8 @@
 
 namespace hearthix::test {
 
-constexpr std::chrono::seconds kPatience{30};
+// Only prevents that a test hangs: long enough for the busiest machine.
+constexpr std::chrono::seconds kPatience{300};
 
 // An open descriptor and its only owner.
 class Descriptor {
@@ -35,7 +36,7 @@ public:
     // Everything up to the first mark, without it.
     std::string hearUntil(std::string_view mark);
     std::string hearToEnd();
-    // What has come and wasn't read yet; await waits for more of it.
+    // The bytes that have arrived and are unread; await waits for more of them.
     std::string_view pending() const { return std::string_view(pending_).substr(start_); }
     void await();
     // Whether a byte or the end arrives within the time given.
@@ -43,7 +44,7 @@ public:
     void close() { descriptor_.close(); }
     // Ends the connection so that the peer sees a reset.
     void reset();
-    // Nothing more will be said; the peer may still speak.
+    // Ends this direction only.
     void halfClose();
     int descriptor() const { return descriptor_.get(); }
 
@@ -58,7 +59,7 @@ private:
 // A listener on a loopback port of the system's choice.
 class Listener {
 public:
-    // A small receive buffer makes a peer that doesn't read felt at once.
+    // With a small receive buffer, the driver soon can't send to a test that does not read.
     explicit Listener(int receiveBuffer = 0, int backlog = 8);
     std::string port() const;
     Stream accept();

@@ -1,0 +1,44 @@
+// What a run has measured, as a file for script/bench, which prints and compares it.
+#pragma once
+
+#include <cmath>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace hearthix::bench {
+
+double median(std::vector<double> values);
+
+constexpr double kNone = NAN;
+
+// A sample of the driver, and of the relay or whatever else it is compared with.
+struct Sample {
+    double driver;
+    double baseline = kNone;
+};
+
+class Results {
+public:
+    // Adds a sample to a row, which begins with its first sample. A row with a baseline is judged by the
+    // ratios of its samples, because whatever slows down the machine for a while slows down both sides. Other
+    // rows are judged by the driver's own figures. The goal is the highest good value.
+    void add(const std::string& what, const char* unit, double goal, const Sample& sample);
+    // Writes a JSON object: for each row its unit, its goal, the medians of both sides, and the quartiles of
+    // what it is judged by.
+    void save(const std::string& path) const;
+
+private:
+    struct Row {
+        std::string what;
+        const char* unit;
+        double goal;
+        std::vector<double> driver, baseline, judged;
+    };
+
+    std::deque<Row> rows_;
+};
+
+void measureDocuments(Results& results, int rounds, std::size_t units);
+
+} // namespace hearthix::bench
