@@ -1,8 +1,8 @@
 #include "tools/KbdbFile.hpp"
 
-#include "shell/log/Log.hpp"
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
+#include "shell/log/Log.hpp"
 #include "tools/KbdbOutput.hpp"
 
 #include <cerrno>
