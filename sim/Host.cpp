@@ -5,7 +5,9 @@
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "sim/Failure.hpp"
+#include "sim/InputFile.hpp"
 #include "sim/PacketTrace.hpp"
+#include "sim/Text.hpp"
 
 #include <cstring>
 #include <string_view>
@@ -35,6 +37,7 @@ Host::Host(HostSettings settings, HostView& view) : settings_(std::move(settings
     server_.connected = [this](const String& id) {
         connectedId_ = id;
         ready_ = false;
+        orderPings_ = 0;
         view_.note("host", concat("driver connected, connection ID ", id));
         if (driverConnected)
             driverConnected();
@@ -79,7 +82,7 @@ void Host::startDriver() {
                              "; name its program with --driver PATH")};
     ++counts_.driverStarts;
     closed_ = false;
-    lastWords_ = String();
+    lastWords_ = lastLog_ = String();
     view_.note("host", concat("driver started, process ", Str(driver_.pid())));
 }
 
@@ -103,7 +106,7 @@ void Host::driverSaid(const String& line) {
 
 void Host::driverGone(int status) {
     stackLines_ = -1;
-    view_.note("host", concat("driver ended with status ", Str(status)));
+    view_.note("host", concat("driver ended ", endingText(status)));
     if (driverEnded)
         driverEnded(status);
     if (settings_.restart && !closing_)
@@ -130,7 +133,7 @@ void Host::command(const String& word, const String& address, const String& valu
     packet->SetMulti("addr", address);
     if (!value.empty())
         packet->SetMulti("Valu", value);
-    server_.send(packet);
+    sendInOrder(packet);
     ++counts_.commands;
     view_.note("command", concat(word, " ", address, value.empty() ? "" : " ", value));
 }
@@ -141,7 +144,7 @@ void Host::control(const String& word, const String& value) {
     packet->SetMulti("mcmd", word);
     if (!value.empty())
         packet->SetMulti("Valu", value);
-    server_.send(packet);
+    server_.send({packet});
 }
 
 void Host::controller(const String& letter, const String& data) {
@@ -151,7 +154,22 @@ void Host::controller(const String& letter, const String& data) {
     packet->SetFlag(kForController);
     if (!data.empty())
         packet->SetRawData(data);
-    server_.send(packet);
+    letter == "X" ? sendInOrder(packet) : server_.send({packet});
+}
+
+// The ping must be in the same write: a later one could be answered before the driver has sent the command
+// on.
+void Host::sendInOrder(const Ref<cHearthixCommand>& packet) {
+    const auto ping = Ref<cHearthixCommand>::make();
+    ping->SetMulti("mcmd", "ping");
+    orderPings_ += hasDriver() ? 1 : 0;
+    server_.send({packet, ping});
+}
+
+String Host::reasonOfEnd() const {
+    if (!lastWords_.empty())
+        return concat("; it printed: ", lastWords_);
+    return lastLog_.empty() ? String() : concat("; its last log line was: ", lastLog_);
 }
 
 String Host::status() const {
@@ -165,6 +183,7 @@ void Host::receive(const Ref<cHearthixCommand>& packet) {
     bool becomesReady = false;
     if (packet->Header == "L" && !packet->isMultiPacket) {
         ++counts_.logLines;
+        lastLog_ = packet->LogMessage;
         model_.hearLog(packet->LogMessage);
         becomesReady = !ready_ && packet->LogMessage.view().ends_with(kReadyEnd);
         ready_ = ready_ || becomesReady;
@@ -182,6 +201,9 @@ void Host::receiveMulti(const cHearthixCommand& packet) {
     const String word = packet.GetMulti("mcmd");
     if (word == "getUnits") {
         answerUnits();
+    } else if (word == "PSrp" && orderPings_ > 0) {
+        if (--orderPings_ == 0 && driverProgressed)
+            driverProgressed();
     } else if (word == "PSrp") {
         view_.note("host", "the driver answers the ping");
     } else {
@@ -204,7 +226,7 @@ void Host::answerUnits() {
     const auto packet = Ref<cHearthixCommand>::make();
     packet->SetMulti("mcmd", "setUnits");
     packet->SetMulti("DATA", model_.answerForDriver());
-    server_.send(packet);
+    server_.send({packet});
     view_.note("host", concat("told the driver the units, ", Str(static_cast<Integer>(model_.units().size())),
                               " in all"));
 }
@@ -224,6 +246,8 @@ void Host::loadUnits() {
     if (!file->Exists() && !file->Parent()->Exists())
         throw Failure{concat("there is no folder for ", settings_.unitsFile,
                              "; make it, or name another file with --units FILE")};
+    if (file->Exists())
+        requireRegularFile(settings_.unitsFile, "--units");
     const auto stream = BinaryStream::Open(file, false);
     const String content = stream ? stream->Read(stream->Length()) : String();
     const auto document = Ref<CXML>::make();

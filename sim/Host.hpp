@@ -48,7 +48,7 @@ public:
     // Failure when they can't be saved.
     void close();
 
-    // A command to a unit: "ON", "OFF", "SetValue", "Qery".
+    // A command to a unit: "ON", "OFF", "SetValue", "Qery". A ping follows it, see isInOrder.
     void command(const String& word, const String& address, const String& value = String());
     // A command to the driver itself: "ping", "close", "debug".
     void control(const String& word, const String& value = String());
@@ -61,6 +61,9 @@ public:
     bool hasDriver() const noexcept { return server_.hasDriver(); }
     // Whether the driver has its gateway, too. A driver that gets a command for a unit before that ends.
     bool hasReadyDriver() const noexcept { return hasDriver() && ready_; }
+    // Whether the driver has sent all earlier commands to the gateway, as the answers to their pings show. A
+    // command that is sent before that can overtake them.
+    bool isInOrder() const noexcept { return orderPings_ == 0; }
     SocketAddress address() const { return {settings_.listen.host, server_.port()}; }
     Integer driverProcess() const noexcept { return driver_.pid(); }
     void killDriver() const { driver_.Kill(); }
@@ -72,8 +75,10 @@ public:
     void hush() { hushed_ = true; }
     // Whether the driver was told to end.
     bool hasClosedDriver() const noexcept { return closed_; }
-    // What the driver said last beside its log and its stack dump; empty when it said nothing.
+    // What the driver printed last, without its stack dump; empty if it printed nothing.
     const String& lastWords() const noexcept { return lastWords_; }
+    // A clause for a message about the driver's end: what it printed, or else its last log line.
+    String reasonOfEnd() const;
     // For the title of a screen: fields with two blanks between, the last one first to go when they don't
     // fit.
     String status() const;
@@ -81,11 +86,12 @@ public:
     // Every packet of the driver, when the host has dealt with it.
     std::function<void(const cHearthixCommand& packet)> observed;
     std::function<void()> driverConnected;
-    // It has connected, or become ready.
+    // It has connected, become ready, or sent all commands to the gateway.
     std::function<void()> driverProgressed;
     std::function<void(int status)> driverEnded;
 
 private:
+    void sendInOrder(const Ref<cHearthixCommand>& packet);
     void receive(const Ref<cHearthixCommand>& packet);
     void receiveMulti(const cHearthixCommand& packet);
     void answerUnits();
@@ -107,11 +113,13 @@ private:
     Alarm restartSoon_;
     String connectedId_;
     bool ready_ = false;
+    Integer orderPings_ = 0; // pings behind commands whose answers have not arrived
     bool closing_ = false;
     bool closed_ = false;
     bool hushed_ = false;
     Integer stackLines_ = -1; // below 0 outside of a stack dump
     String lastWords_;
+    String lastLog_;
 };
 
 } // namespace hearthix::sim

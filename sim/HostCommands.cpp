@@ -14,7 +14,7 @@ namespace {
 
 // A common message tells its length in one byte, and its other fields take eleven.
 constexpr std::size_t kMostRaw = 244;
-constexpr std::size_t kMostWaiting = 1000;
+constexpr std::size_t kMostWaiting = 100'000;
 
 // Short enough for the log of the smallest screen.
 constexpr std::array<const char*, 6> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
@@ -67,9 +67,25 @@ void HostCommands::run(const String& line) {
         waiting_.emplace_back(&*found, line);
 }
 
+void HostCommands::complain(const String& text) {
+    refused_ = true;
+    host_.view().note("help", text);
+}
+
+String HostCommands::failure() const {
+    if (ConsoleInput::isTerminal())
+        return {};
+    if (refused_)
+        return "not every line on standard input was a command; the lines marked help give the reasons";
+    if (!waiting_.empty())
+        return concat(Str(static_cast<Integer>(waiting_.size())),
+                      " commands on standard input were not sent, because the driver was not ready for them");
+    return {};
+}
+
 bool HostCommands::canRun(const Entry& entry) const {
     return entry.needs == Needs::nothing ||
-           (entry.needs == Needs::driver ? host_.hasDriver() : host_.hasReadyDriver());
+           (entry.needs == Needs::driver ? host_.hasDriver() : host_.hasReadyDriver() && host_.isInOrder());
 }
 
 void HostCommands::runWaiting() {

@@ -18,6 +18,8 @@ public:
     // waits for it, and what comes after it waits as well; but a person who types is obeyed at once wherever
     // no driver is needed.
     void run(const String& line);
+    // Why not all lines were carried out, for the end of a run; empty if all were, or if a person typed them.
+    String failure() const;
 
 private:
     using Words = std::vector<String>;
@@ -43,11 +45,12 @@ private:
     void units(const Words& words, const String& line);
     void showHelp(const Words& words, const String& line);
     void quit(const Words& words, const String& line);
-    void complain(const String& text) { host_.view().note("help", text); }
+    void complain(const String& text);
 
     Host& host_;
     std::function<void()> quit_;
     std::deque<std::pair<const Entry*, String>> waiting_;
+    bool refused_ = false;
 };
 
 } // namespace hearthix::sim

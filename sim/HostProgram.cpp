@@ -6,6 +6,7 @@
 #include "sim/HostCommands.hpp"
 #include "sim/Session.hpp"
 #include "sim/Subcommands.hpp"
+#include "sim/Text.hpp"
 
 #include <filesystem>
 #include <set>
@@ -92,7 +93,7 @@ bool HostRun::isAwaited(const String& address) const {
 void HostRun::driverEnded(int status) {
     if (session_.hasEnded())
         return;
-    String reason = host_.lastWords().empty() ? String() : concat("; it said: ", host_.lastWords());
+    String reason = host_.reasonOfEnd();
     if (host_.lastWords().view().starts_with("no serial port is named "))
         reason += presentPorts();
     if (!settings_.recordFile.empty())
@@ -105,7 +106,8 @@ void HostRun::driverEnded(int status) {
         return;
     }
     if (!host_.hasClosedDriver())
-        failure_ = concat("the driver has ended by itself, with status ", Str(status), reason);
+        failure_ = concat("the driver has ended ", endingText(status), reason,
+                          "; with --restart it is started again");
     farewell_.setIn(kFarewellMilliseconds);
 }
 
@@ -133,7 +135,7 @@ String HostRun::run() {
         timeOver_.setSeconds(settings_.seconds);
     session_.run();
     host_.close();
-    return failure_;
+    return failure_.empty() ? commands_.failure() : failure_;
 }
 
 } // namespace

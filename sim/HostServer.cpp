@@ -82,14 +82,16 @@ void HostServer::accept(int descriptor) {
     link_->adopt(descriptor);
 }
 
-void HostServer::send(const Ref<cHearthixCommand>& packet) {
+void HostServer::send(std::initializer_list<Ref<cHearthixCommand>> packets) {
     if (!hasDriver())
         return;
-    const String bytes = packet->GetRawCommand();
-    link_->Write(bytes);
+    for (const Ref<cHearthixCommand>& packet : packets) {
+        packet->RawCommonCommand = packet->GetRawCommand();
+        link_->Write(packet->RawCommonCommand);
+    }
     link_->Flush();
-    packet->RawCommonCommand = bytes;
-    sent(packet);
+    for (const Ref<cHearthixCommand>& packet : packets)
+        sent(packet);
 }
 
 void HostServer::drop(const String& reason) {

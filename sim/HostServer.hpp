@@ -9,6 +9,7 @@
 #include "sim/system/ListeningSocket.hpp"
 
 #include <functional>
+#include <initializer_list>
 
 namespace hearthix::sim {
 
@@ -30,8 +31,8 @@ public:
     void listen(const String& address, Integer port);
     Integer port() const noexcept { return listener_->Port(); }
     bool hasDriver() const noexcept;
-    // Dropped when there is no driver.
-    void send(const Ref<cHearthixCommand>& packet);
+    // Sends the packets in one write. They are discarded when there is no driver.
+    void send(std::initializer_list<Ref<cHearthixCommand>> packets);
     void drop(const String& reason);
     // Nothing is read while it is on.
     void stall(bool on) { stalled_ = on; }

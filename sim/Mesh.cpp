@@ -95,6 +95,18 @@ String unitAddress(Integer node, Integer child, Integer variableType) {
     return concat(hexByte(node), hexByte(child), ".", mySensors::varTypeToSuffix(variableType));
 }
 
+bool isUnitAddress(const String& address) {
+    ensureVocabulary();
+    constexpr std::size_t kDigits = 4;
+    const std::string_view text = address.view();
+    const std::string_view root = text.substr(0, kDigits);
+    const bool isRoot = text.size() > kDigits + 1 && text[kDigits] == '.' &&
+                        root.find_first_not_of("0123456789ABCDEFabcdef") == std::string_view::npos;
+    const String suffix = address.cut(kDigits + 1);
+    const bool isUnknownType = suffix.size() == 7 && InStr(1, suffix, "UNKN") == 1;
+    return isRoot && (isUnknownType || mySensors::SuffixToVarType(suffix) >= 0);
+}
+
 Mesh::Mesh(std::vector<MeshNode> nodes, unsigned seed) : nodes_(std::move(nodes)), random_(seed) {
 }
 

@@ -99,5 +99,7 @@ void ensureVocabulary();
 String decimalText(double number, int decimals);
 // The address that a host gives the unit of a child's variable, such as 0A03.TEMP.
 String unitAddress(Integer node, Integer child, Integer variableType);
+// Whether the driver would use such an address, in capitals or not.
+bool isUnitAddress(const String& address);
 
 } // namespace hearthix::sim

@@ -231,10 +231,7 @@ std::vector<MeshNode> parseMesh(const String& text, const String& name) {
 std::vector<MeshNode> loadMesh(const String& path) {
     if (path.empty())
         return parseMesh(kStandardMesh, "standard mesh");
-    const std::optional<std::string> text = contentOf(path);
-    if (!text)
-        throw Failure{concat("cannot read the mesh in ", path, "; name a readable file with --mesh FILE")};
-    return parseMesh(stringOf(*text), path);
+    return parseMesh(stringOf(contentOf(path, "--mesh")), path);
 }
 
 } // namespace hearthix::sim

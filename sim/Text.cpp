@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 
 #include <wchar.h>
@@ -89,6 +90,13 @@ std::vector<String> wordsOf(std::string_view line) {
         words.emplace_back(line.substr(0, end), TextEncoding::utf8);
         line.remove_prefix(std::min(end + (quoted ? 1 : 0), line.size()));
     }
+}
+
+String endingText(int status) {
+    constexpr int kSignalled = 128;
+    if (status <= kSignalled)
+        return concat("with status ", Str(status));
+    return concat("by signal ", Str(status - kSignalled), " (", strsignal(status - kSignalled), ")");
 }
 
 String clockText(bool withMilliseconds) {

@@ -23,6 +23,10 @@ std::string paddedLeft(std::string_view text, std::size_t columns);
 // The words of a line; one in double quotes may hold blanks.
 std::vector<String> wordsOf(std::string_view line);
 
+// How a program has ended, behind "has ended": "with status 1", or "by signal 9 (Killed)" for 128 and a
+// signal's number.
+String endingText(int status);
+
 // The local time of day, "09:05:02", or with milliseconds, "09:05:02.117".
 String clockText(bool withMilliseconds);
 // A duration for a narrow column: "7s", "12m", "3h", "2d".

@@ -7,11 +7,14 @@
 #include "shell/log/Log.hpp"
 #include "sim/Failure.hpp"
 #include "sim/MeshFile.hpp"
+#include "sim/Output.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/Text.hpp"
 
+#include <cerrno>
 #include <charconv>
 #include <CLI/CLI.hpp>
+#include <cstring>
 
 namespace hearthix::sim {
 
@@ -38,10 +41,10 @@ CLI::Option* number(CLI::App& app, const char* name, const char* type, double lo
         double value = 0;
         const auto [end, error] = std::from_chars(given.data(), given.data() + given.size(), value);
         const bool isNumber = error == std::errc() && end == given.data() + given.size();
-        return isNumber && value >= lowest && value <= highest
-                   ? std::string()
-                   : "not a number from " + CLI::detail::to_string(lowest) + " to " +
-                         CLI::detail::to_string(highest) + ": " + given;
+        if (isNumber && value >= lowest && value <= highest)
+            return std::string();
+        return std::string(
+            concat("not a number from ", Str(lowest), " to ", Str(highest), ": ", textOf(given)).view());
     };
     return app.add_option(name, target, help)->type_name(type)->check(isOutside);
 }
@@ -64,7 +67,8 @@ CLI::Option* address(CLI::App& app, const char* name, const char* type, SocketAd
 }
 
 void addFor(CLI::App& app, Settings& settings) {
-    number(app, "--for", "SECONDS", 0.5, kLongest, settings.seconds, "end after so many seconds");
+    number(app, "--for", "SECONDS", 0.5, kLongest, settings.seconds,
+           "end after so many seconds, at least 0.5");
 }
 
 void addPlayOptions(CLI::App& app, Settings& settings) {
@@ -138,12 +142,18 @@ void describeHost(CLI::App& app, Settings& settings) {
     addTrace(app, settings);
     app.add_flag("--json", settings.json, "print one JSON object a line, for scripts");
     addFor(app, settings);
-    app.add_option("--count", settings.count, "end after so many values")
+    app.add_option("--count", settings.count, "end after so many values, at least 1")
         ->type_name("N")
-        ->check(CLI::Range(Integer{1}, INT64_MAX, "N"));
+        ->check([](const std::string& given) {
+            return ValInteger(textOf(given)) > 0 ? "" : "not a number from 1: " + given;
+        });
     const auto until = [&settings](const std::string& given) {
         const std::size_t equals = given.find('=');
         settings.untilAddress = textOf(given.substr(0, equals));
+        if (!isUnitAddress(settings.untilAddress))
+            throw CLI::ValidationError("--until", "write the unit's address as 0C01.STATUS, not '" +
+                                                      given.substr(0, equals) +
+                                                      "'; hearthix-sim types lists the kinds");
         if (equals != std::string::npos)
             settings.untilValue = textOf(given.substr(equals + 1));
     };
@@ -213,6 +223,14 @@ int complain(const String& sentence, int status) {
     return status;
 }
 
+// A reader that has seen enough is no failure; any other loss of output is.
+int finish(int status) {
+    const int loss = outputLoss();
+    if (loss == 0 || loss == EPIPE)
+        return status;
+    return complain(concat("standard output was lost: ", std::strerror(loss), "; check where it goes"), 1);
+}
+
 int run(int count, const char* const* words) {
     Settings settings;
     CLI::App app("Stand-ins for what the Hearthix MySensors driver stands between.", "hearthix-sim");
@@ -229,12 +247,14 @@ int run(int count, const char* const* words) {
         app.parse(count, words);
         for (const Subcommand& each : kSubcommands)
             if (app.got_subcommand(each.name))
-                return each.run(settings);
+                return finish(each.run(settings));
         throw CLI::RequiredError::Subcommand(1);
     } catch (const CLI::CallForVersion&) {
-        Print(kVersion);
+        putLine(kVersion);
+        return finish(0);
     } catch (const CLI::CallForHelp&) {
-        Print(textOf(app.help()));
+        putLine(app.help());
+        return finish(0);
     } catch (const CLI::ParseError& error) {
         const std::vector<CLI::App*> asked = app.get_subcommands();
         const String name = asked.empty() ? "hearthix-sim" : "hearthix-sim " + textOf(asked[0]->get_name());

@@ -98,8 +98,15 @@ TEST_F(SimProgram, HostCommandsASerialGatewayAndKeepsItsUnits) {
     for (const char* text :
          {"0C01.STATUS OFF battery 0", "the driver answers the ping", "there is no command 'bogus'"})
         EXPECT_TRUE(host.prints(text)) << text;
+    std::string commands, lines;
+    for (int i = 0; i < 200; ++i) {
+        commands += "set 0D03.VAR1 " + std::to_string(i) + "\n";
+        lines += "13;3;1;0;24;" + std::to_string(i) + "\n";
+    }
+    host.type(commands);
+    EXPECT_TRUE(gateway.prints("received 13;3;1;0;24;199"));
     host.type("quit");
-    EXPECT_EQ(host.status(), 0);
+    EXPECT_EQ(host.status(), 1) << "a command was refused";
     EXPECT_TRUE(host.prints("driver ended with status 0"));
 
     Program again(folder, words);
@@ -110,6 +117,12 @@ TEST_F(SimProgram, HostCommandsASerialGatewayAndKeepsItsUnits) {
     std::ifstream recording(folder + "/recording");
     const std::string recorded(std::istreambuf_iterator<char>(recording), {});
     EXPECT_NE(recorded.find(" < 12;1;1;0;2;1\n"), std::string::npos);
+    std::istringstream received(recorded);
+    std::string inOrder;
+    for (std::string line; std::getline(received, line);)
+        if (const std::size_t at = line.find("13;3;1;0;24;"); at != std::string::npos && line.find('<') < at)
+            inOrder += line.substr(at) + "\n";
+    EXPECT_EQ(inOrder, lines);
 }
 
 TEST_F(SimProgram, HostEndsAsAScriptAsksAndTellsWhyNot) {
@@ -118,6 +131,7 @@ TEST_F(SimProgram, HostEndsAsAScriptAsksAndTellsWhyNot) {
         dropping(folder, "gateway --tcp 127.0.0.1:0 --drop-after 2 --replay " + folder + "/replay");
     const std::string taken = gateway.restBehind("the gateway is "), place = " --gateway " + taken;
     const std::string eagerPlace = eager.restBehind("the gateway is ");
+    const std::string dropped = "--gateway " + dropping.restBehind("the gateway is ");
     const struct {
         std::string words, typed, complaint; // at the end, with a status of 1
         std::string holds;                   // of all objects, by jq
@@ -129,14 +143,17 @@ TEST_F(SimProgram, HostEndsAsAScriptAsksAndTellsWhyNot) {
                 {place, "set 0D03.VAR1 two  w\xc3\xa4\xff\nquit", "",
                  "any(.text == \"outgoing command (13;3;1;0;24;two  w\u00e4\ufffd)\")"},
                 {place, "close", "", "all(.time | test(\"^20..-..-..T..:..:..[.]...Z$\"))"},
-                {"--restart --count 4 --gateway " + dropping.restBehind("the gateway is "), "", "",
+                {"--restart --count 4 " + dropped, "", "",
                  "map(select(.kind == \"value\") | .value) == [\"33\", \"34\", \"33\", \"34\"]"},
+                {dropped, "", "its last log line was: mySensors communication error: 107", "length > 0"},
+                {"--for 1" + place, "bogus", "not every line on standard input", "any(.kind == \"help\")"},
+                {"--for 1", "ping", "1 commands on standard input were not sent", "length > 0"},
                 {"--listen " + taken + place, "", "name another address with --listen", "length == 0"},
                 {"--serial nope", "", "socket://HOST:PORT; th",
                  "any(.text | startswith(\"no serial port is named\"))"},
                 {"--serial socket://" + eagerPlace + " --count 1", "", "", "any(.level == 2)"},
                 {"--gateway " + eagerPlace, "",
-                 "with status 1; it said: the gateway at " + eagerPlace + " speaks before",
+                 "with status 1; it printed: the gateway at " + eagerPlace + " speaks before",
                  "any(.text | test(\"a stack dump of \")) and all(.text | test(\"raiseNil\") | not)"}};
     for (const auto& run : runs) {
         Program host(folder, "host --json --listen 127.0.0.1:0 " + run.words + " >" + folder + "/out");
@@ -172,10 +189,30 @@ TEST_F(SimProgram, RecordedSessionsLeadToTheSame) {
     }
 }
 
+TEST_F(SimProgram, ReportsWhatAScriptWouldMiss) {
+    const std::string killer = folder + "/killer";
+    std::ofstream(killer) << "#!/bin/sh\nkill -9 $$\n";
+    std::filesystem::permissions(killer, std::filesystem::perms::owner_all);
+    const std::pair<std::string, const char*> runs[] = {
+        {"types >/dev/full", "standard output was lost"},
+        {"gateway --mesh /dev/zero", "/dev/zero: it is not a regular file"},
+        {"demo --driver " + killer, "by signal 9 (Killed)"},
+        {"soak --driver " + killer, "by signal 9 (Killed)"},
+        {"host --listen 127.0.0.1:0 --gateway 127.0.0.1:1 --driver " + killer, "by signal 9 (Killed)"}};
+    for (const auto& [words, text] : runs) {
+        Program program(folder, words);
+        EXPECT_EQ(program.status(), 1) << words;
+        EXPECT_TRUE(program.prints(text)) << program.output;
+    }
+    EXPECT_EQ(std::system("printf quit | timeout 60 " HEARTHIX_SIM " gateway --tcp 127.0.0.1:0 >/dev/null"),
+              0)
+        << "the last line has no line feed";
+}
+
 TEST_F(SimProgram, RefusesBadUseInOneSentence) {
     for (const char* words :
          {"", "nonsense", "demo --nonsense", "demo --for", "host --listen 20300", "host --restart",
-          "host host", "gateway --junk=nan", "gateway --pty --tcp 127.0.0.1:0"}) {
+          "host host", "host --until nonsense", "gateway --junk=nan", "gateway --pty --tcp 127.0.0.1:0"}) {
         Program program(folder, words);
         EXPECT_EQ(program.status(), 2) << program.output;
         EXPECT_EQ(std::count(program.output.begin(), program.output.end(), '\n'), 1) << program.output;
