@@ -13,6 +13,7 @@ namespace hearthix::sim {
 namespace {
 
 constexpr double kCommandSeconds = 0.5;
+constexpr double kPauseSeconds = 60; // after a command of the user
 constexpr int kDrainMilliseconds = 5000;
 
 class Demo {
@@ -63,7 +64,11 @@ Demo::Demo(const Settings& settings, Session& session)
         return concat(" sent ", Str(rig_.gateway.counts().linesOut), "  missing ", Str(rig_.check.missing()),
                       " ", rig_.host.status());
     };
-    session_.entered = [this](const String& text) { commands_.run(text); };
+    session_.entered = [this](const String& text) {
+        commands_.run(text);
+        if (!text.empty())
+            commandDue_.setSeconds(kPauseSeconds);
+    };
     session_.watch(rig_.host.model());
 }
 

@@ -6,7 +6,6 @@
 #include "sim/Text.hpp"
 
 #include <algorithm>
-#include <array>
 
 namespace hearthix::sim {
 
@@ -16,13 +15,12 @@ namespace {
 constexpr std::size_t kMostRaw = 244;
 constexpr std::size_t kMostWaiting = 100'000;
 
-// Short enough for the log of the smallest screen.
-constexpr std::array<const char*, 6> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
-                                           "query ADDRESS: ask a unit's node for its value",
-                                           "ping, close, debug on|off: commands to the driver",
-                                           "q, p, d: quit, quit, toggle debug, as controller packets",
-                                           "raw TEXT: a line that the driver hands to the gateway",
-                                           "units: all units, or the next page; quit: end everything"};
+const std::vector<std::string> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
+                                     "query ADDRESS: ask a unit's node for its value",
+                                     "ping, close, debug on|off: commands to the driver",
+                                     "q, p, d: quit, quit, toggle debug, as controller packets",
+                                     "raw TEXT: a line that the driver hands to the gateway",
+                                     "units: all units, or the next page; quit: end everything"};
 
 } // namespace
 
@@ -138,8 +136,7 @@ void HostCommands::units(const Words&, const String&) {
 }
 
 void HostCommands::showHelp(const Words&, const String&) {
-    for (const char* line : kHelp)
-        host_.view().note("help", line);
+    host_.view().showHelp(kHelp);
 }
 
 void HostCommands::quit(const Words&, const String&) {

@@ -14,6 +14,8 @@
 
 #include <deque>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace hearthix::sim {
 
@@ -27,6 +29,8 @@ public:
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
     // Turns to the next page of units.
     void showUnits(const HostModel& model) override;
+    // Shows the lines in place of table and log until a key is pressed.
+    void showHelp(const std::vector<std::string>& lines) override;
     // Takes all keys that wait.
     void readKeys();
     void sizeChanged();
@@ -42,8 +46,12 @@ private:
     void press(const terminal::Key& key);
     bool pressCommand(const terminal::Key& key);
     bool pressShortcut(const terminal::Key& key);
+    bool pressUnit(const terminal::Key& key);
     void pressEnter();
     void pressEscape();
+    void select(int step);
+    void switchUnit();
+    void beginSetting();
     void scroll(const terminal::Key& key);
     void scrollTable(int rows);
     void scrollLog(int rows);
@@ -51,7 +59,7 @@ private:
 
     void drawSoon();
     void draw();
-    void drawHelp() const;
+    void drawPage() const;
     void drawHeading() const;
     void drawUnits(const std::vector<const HostUnit*>& units);
     void drawUnit(int row, const HostUnit& unit) const;
@@ -69,8 +77,9 @@ private:
     TypedLine typed_;
     TypedLine filter_;
     Pane pane_ = Pane::table;
-    bool showsHelp_ = false;
-    int tableRows_ = 1; // as of the last frame, like the next one
+    String selected_;               // the address of a unit; empty for none
+    std::vector<std::string> page_; // in place of table and log; empty for none
+    int tableRows_ = 1;             // as of the last frame, like the next one
     int logRows_ = 1;
     int firstUnit_ = 0;
     int logBack_ = 0; // how many lines from the newest

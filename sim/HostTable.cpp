@@ -3,7 +3,6 @@
 #include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -69,6 +68,27 @@ std::string sparkLine(const HostUnit& unit, std::size_t columns) {
         line += kBlocks[static_cast<std::size_t>(std::lround(part * (kBlocks.size() - 1)))];
     }
     return line;
+}
+
+// A wide screen gives more space to names, and leaves the rest empty: no value needs it.
+std::array<HostTable::Heading, HostTable::columns> HostTable::headings(int width) {
+    constexpr int kWidestName = 48;
+    constexpr int kWidestValue = 40;
+    const bool isNarrow = width < 36;
+    const bool isWide = width >= 52;
+    const int edge = isNarrow ? 0 : 5;
+    const int gaps = isNarrow ? 1 : isWide ? 5 : 4;
+    const int address = std::clamp(width / 4, 12, 16);
+    const int rest = std::max(width - address - 2 * edge - gaps, 6);
+    const int recent = isWide ? std::min(rest / 3, static_cast<int>(HostModel::kRecentValues)) : 0;
+    const int name = isNarrow ? 0 : std::min((rest - recent) / 2, kWidestName);
+    const int value = std::min(rest - recent - name, kWidestValue);
+    return {{{"ADDRESS", address, false},
+             {"NAME", name, false},
+             {"VALUE", value, false},
+             {"RECENT", recent, false},
+             {"BATT", edge, true},
+             {"AGE", edge, true}}};
 }
 
 void HostTable::sortBy(int step) {

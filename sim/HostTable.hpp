@@ -3,6 +3,7 @@
 
 #include "sim/HostModel.hpp"
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,14 @@ public:
     void reverse() noexcept { isReversed_ = !isReversed_; }
 
     std::vector<const HostUnit*> units(const HostModel& model) const;
+
+    struct Heading {
+        const char* title;
+        int width; // in columns; 0 where the screen is too narrow for it
+        bool isRight;
+    };
+    // For a screen of so many columns.
+    static std::array<Heading, columns> headings(int width);
 
 private:
     Column sortedBy_ = address;

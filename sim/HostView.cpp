@@ -46,6 +46,11 @@ void PlainView::showUnits(const HostModel& model) {
         printLine("units", "none yet");
 }
 
+void PlainView::showHelp(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines)
+        note("help", String(std::string_view(line)));
+}
+
 void PlainView::typed(std::string_view bytes) {
     partial_.append(bytes);
     while (const Integer end = InStrB(1, partial_, "\n")) {

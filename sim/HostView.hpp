@@ -4,7 +4,9 @@
 #include "sim/HostModel.hpp"
 
 #include <functional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace hearthix::sim {
 
@@ -20,6 +22,7 @@ public:
     virtual void unitChanged(const HostUnit& unit, HostModel::Change change) = 0;
     // The list of units, on request.
     virtual void showUnits(const HostModel& model) = 0;
+    virtual void showHelp(const std::vector<std::string>& lines) = 0;
 };
 
 // One line for each event, without any control character.
@@ -30,6 +33,7 @@ public:
     void note(const String& kind, const String& text) override;
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
     void showUnits(const HostModel& model) override;
+    void showHelp(const std::vector<std::string>& lines) override;
     // Bytes typed by a person, or from a pipe.
     void typed(std::string_view bytes);
 

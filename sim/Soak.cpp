@@ -38,6 +38,7 @@ public:
     }
     void unitChanged(const HostUnit&, HostModel::Change) override {}
     void showUnits(const HostModel&) override {}
+    void showHelp(const std::vector<std::string>&) override {}
     void print() const {
         for (const String& line : lines_)
             putLine(printable(line.view()));

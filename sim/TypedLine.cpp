@@ -32,6 +32,12 @@ void TypedLine::clear() {
     recalled_ = entered_.size();
 }
 
+void TypedLine::begin(std::string_view text) {
+    clear();
+    text_.assign(text.begin(), text.end());
+    cursor_ = text_.size();
+}
+
 bool TypedLine::take(const terminal::Key& key) {
     constexpr char kDelete = 127;
     const std::size_t end = text_.size();

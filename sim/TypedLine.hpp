@@ -4,6 +4,7 @@
 #include "sim/system/Terminal.hpp"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hearthix::sim {
@@ -13,6 +14,8 @@ public:
     bool empty() const noexcept { return text_.empty(); }
     std::string text() const { return bytesOf(text_); }
     void clear();
+    // Replaces the text by one in ASCII, with the cursor behind it.
+    void begin(std::string_view text);
     // Carries out an editing key, or adds a character. False when the key means nothing to a line.
     bool take(const terminal::Key& key);
     // Goes back among the lines entered, or on again.

@@ -116,11 +116,17 @@ TEST(DemoScreen, ObeysItsKeysAndLeavesTheTerminalAsItWas) {
                                     {"Home", "1-2 of 3"},
                                     {"/ p O r", "\u2500 /pOr 2 of 3  log"},
                                     {"Enter Escape", "0A01.HUM         Roof             7"},
+                                    {"Down Down Enter", "> set 0C01.STATUS"},
+                                    {"1 Enter", "command  SetValue 0C01.STATUS 1\n"},
+                                    {"C-r", "command  Qery 0C01.STATUS\n"},
+                                    {"Space", "command  OFF 0C01.STATUS\n"},
+                                    {"help Enter", "raw TEXT"},
+                                    {"x Escape Escape", "? keys\n"},
                                     {"'>' '>' '!'", "VALUEv"},
                                     {"'?'", "PgUp"},
                                     {"x oneXY BSpace Left T", "> oneTX\n"},
                                     {"Home DC End BSpace Enter", "no command 'neT'"},
-                                    {"two Enter Up Up Up Down", "> two\n"},
+                                    {"two Enter Up Up Down", "> two\n"},
                                     {"C-u Tab Tab Home", " back \u2500"},
                                     {"quit Enter", "Nothing was lost.\nended with 0\n"}};
     EXPECT_TRUE(demo.shows("1-2 of 3"));
