@@ -1,6 +1,7 @@
 // The program as people run it, with the real driver.
 #include "runtime/process/ConsoleApplication.hpp"
 #include "sim/system/ChildProcess.hpp"
+#include "sim/system/ListeningSocket.hpp"
 
 #include <gtest/gtest.h>
 
@@ -187,6 +188,26 @@ TEST_F(SimProgram, RecordedSessionsLeadToTheSame) {
         }
         EXPECT_EQ(std::system(told.c_str()), 0) << option;
     }
+}
+
+TEST_F(SimProgram, ReachesAGatewayAtAnotherSpeedByTheManualsRecipe) {
+    Program gateway(folder, "gateway --pty");
+    const std::string device = gateway.restBehind("the gateway is ");
+    const auto listener = Ref<ListeningSocket>::make();
+    ASSERT_TRUE(listener->Listen("127.0.0.1", 0));
+    const std::string port = std::to_string(listener->Port());
+    listener->Close(); // ser2net needs a free port by number
+    const std::string recipe = "grep -A2 ^connection: " DRIVER_PAGE " | sed 's|/dev/ttyUSB0|" + device +
+                               "|; s/5003/" + port + "/' >" + folder + "/ser2net.yaml";
+    ASSERT_EQ(std::system(recipe.c_str()), 0);
+    const auto server = Ref<ChildProcess>::make();
+    ASSERT_TRUE(server->Start("/usr/sbin/ser2net", {"-n", "-c", String(folder + "/ser2net.yaml")}));
+    Program host(folder,
+                 "host --listen 127.0.0.1:0 --restart --until 0C02.PERCENT=40 --serial socket://127.0.0.1:" +
+                     port);
+    host.type("set 0C02.PERCENT 40");
+    EXPECT_EQ(host.status(), 0) << host.output;
+    EXPECT_EQ(std::system(("test $(stty -F " + device + " speed) = 38400").c_str()), 0);
 }
 
 TEST_F(SimProgram, ReportsWhatAScriptWouldMiss) {
