@@ -21,7 +21,7 @@ public:
     Demo(const Settings& settings, Session& session);
 
     void run();
-    // What came through and what did not, for people.
+    // What was delivered and what was lost.
     String summary() const;
     bool succeeded() const;
 
@@ -107,7 +107,7 @@ String Demo::summary() const {
         text += concat("Note: ", failure, ".\n");
     if (check.expected() == 0)
         return text + "Nothing was sent.";
-    return text += succeeded() ? "Nothing was lost." : "Not everything came through.";
+    return text += succeeded() ? "Nothing was lost." : "Something was lost.";
 }
 
 } // namespace

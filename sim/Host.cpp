@@ -22,7 +22,7 @@ constexpr Integer kRestartMilliseconds = 1000;
 // The driver drains its links for about a second when it ends.
 constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
-// What the driver says when both of its links are up ends so.
+// The end of the log line that the driver sends when both of its links are open.
 constexpr std::string_view kReadyEnd = " ready.";
 
 // The driver beside this program, or else the one in PATH.
@@ -86,7 +86,7 @@ void Host::startDriver() {
     view_.note("host", concat("driver started, process ", Str(driver_.pid())));
 }
 
-// A stack dump becomes one line, which is no last word, and neither is the exception that led to it.
+// Reports a stack dump as one line. Neither that nor the line about the exception counts as lastWords_.
 void Host::driverSaid(const String& line) {
     const bool begins = line == "stack trace begin";
     const bool ends = line == "done logging the stack";
@@ -215,7 +215,7 @@ void Host::receiveMulti(const cHearthixCommand& packet) {
             view_.note("host",
                        concat("the driver sent ", word, " for the unknown unit ", packet.GetMulti("addr")));
         else if (unit.isNil())
-            view_.note("host", concat("the driver sent ", word, ", which means nothing here"));
+            view_.note("host", concat("the driver sent ", word, ", which this host does not know"));
         else if (!hushed_)
             view_.unitChanged(*unit, change);
         unitsChanged();
@@ -227,8 +227,8 @@ void Host::answerUnits() {
     packet->SetMulti("mcmd", "setUnits");
     packet->SetMulti("DATA", model_.answerForDriver());
     server_.send({packet});
-    view_.note("host", concat("told the driver the units, ", Str(static_cast<Integer>(model_.units().size())),
-                              " in all"));
+    view_.note("host", concat("sent the list of ", Str(static_cast<Integer>(model_.units().size())),
+                              " units to the driver"));
 }
 
 void Host::trace(const char* direction, const cHearthixCommand& packet) {
@@ -238,7 +238,7 @@ void Host::trace(const char* direction, const cHearthixCommand& packet) {
         view_.note("trace", concat(direction, " ", line));
 }
 
-// A file that is no list of units is refused, since it would be overwritten with one.
+// Refuses a file that is no list of units, because it would be overwritten.
 void Host::loadUnits() {
     if (settings_.unitsFile.empty())
         return;
@@ -276,7 +276,7 @@ bool Host::saveUnits() {
     try {
         return model_.document()->SaveToFile(Ref<FolderItem>::make(settings_.unitsFile));
     } catch (const RuntimeException&) {
-        return false; // the reason is in the log already
+        return false; // the log has the reason
     }
 }
 

@@ -11,7 +11,7 @@ namespace hearthix::sim {
 
 namespace {
 
-// A common message tells its length in one byte, and its other fields take eleven.
+// The length of a common message is one byte, and its other fields need eleven.
 constexpr std::size_t kMostRaw = 244;
 constexpr std::size_t kMostWaiting = 100'000;
 
@@ -19,7 +19,7 @@ const std::vector<std::string> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE
                                      "query ADDRESS: ask a unit's node for its value",
                                      "ping, close, debug on|off: commands to the driver",
                                      "q, p, d: quit, quit, toggle debug, as controller packets",
-                                     "raw TEXT: a line that the driver hands to the gateway",
+                                     "raw TEXT: a line that the driver passes on to the gateway",
                                      "units: all units, or the next page; quit: end everything"};
 
 } // namespace
@@ -58,7 +58,7 @@ void HostCommands::run(const String& line) {
     else if (words.size() - 1 < found->count)
         complain(concat("use it as: ", found->name, " ", found->arguments));
     else if (waiting_.size() >= kMostWaiting)
-        complain(concat("dropped, as too many commands wait for a driver: ", line));
+        complain(concat("dropped, because too many commands wait for the driver: ", line));
     else if (canRun(*found) && (waiting_.empty() || ConsoleInput::isTerminal()))
         (this->*found->action)(words, line);
     else
@@ -99,7 +99,7 @@ void HostCommands::unitCommand(const Words& words, const String&) {
     host_.command(word, words[1]);
 }
 
-// The value is the rest of the line, or what is in quotes.
+// The value is the rest of the line, or the text in quotes.
 void HostCommands::set(const Words& words, const String& line) {
     const Integer start = InStrB(1, line, words[1]) + LenB(words[1]) + 1;
     host_.command("SetValue", words[1], words.size() == 3 ? words[2] : Trim(MidB(line, start)));
@@ -126,7 +126,7 @@ void HostCommands::raw(const Words& words, const String& line) {
     const Integer start = InStrB(1, line, words[0]) + LenB(words[0]) + 1;
     const String text = Trim(MidB(line, start));
     if (text.size() + 1 > kMostRaw)
-        complain(concat("a packet holds ", Str(static_cast<Integer>(kMostRaw - 1)), " bytes at most"));
+        complain(concat("TEXT can have ", Str(static_cast<Integer>(kMostRaw - 1)), " bytes at most"));
     else
         host_.controller("X", text + "\n");
 }

@@ -17,7 +17,7 @@ constexpr Integer kAgeMilliseconds = 1000;
 constexpr std::size_t kLogKept = 1000;
 // Title, heading, rule and prompt.
 constexpr int kFixedRows = 4;
-// What is left of the table or the log, if the other one could use all rows.
+// The least rows of the table or the log when the other one could fill the screen.
 constexpr int kLeastRows = 6;
 constexpr int kTimeWidth = 8;
 constexpr int kKindWidth = 8;
@@ -53,7 +53,7 @@ int inColumns(std::string_view ascii) {
     return static_cast<int>(ascii.size());
 }
 
-// A number that is cut off would be a wrong one, so the fields that don't fit go as a whole.
+// Removes whole fields at the end until the rest fits: a number that is cut off would be wrong.
 std::string_view fitting(std::string_view fields, int columns) {
     while (inColumns(fields) > columns && fields.rfind("  ") != std::string_view::npos)
         fields = fields.substr(0, fields.rfind("  "));
@@ -72,7 +72,7 @@ void HostScreen::watch(const HostModel& model) {
     model_ = &model;
 }
 
-// Old lines that somebody has scrolled back to stay in view.
+// Old lines that the user has scrolled back to stay in view.
 void HostScreen::note(const String& kind, const String& text) {
     LogLine line{std::string(clockText(false).view()), std::string(kind.view()), {}};
     const std::string whole = printable(text);
@@ -134,7 +134,7 @@ void HostScreen::press(const terminal::Key& key) {
         scroll(key);
 }
 
-// The keys that belong to the command line; one that moves, only while the line has the keys.
+// Handles the keys of the command line. Arrow keys belong to it only while it has the focus.
 bool HostScreen::pressCommand(const terminal::Key& key) {
     const bool isHere = pane_ == Pane::line;
     const bool isShortcut =
@@ -258,7 +258,7 @@ void HostScreen::scrollLog(int rows) {
     logBack_ = std::clamp(logBack_ - rows, 0, most);
 }
 
-// A redraw for the age may be due later than this one.
+// Replaces the redraw for the ages, which is due later.
 void HostScreen::drawSoon() {
     if (!redraw_.isSet() || redraw_.Period() > kFrameMilliseconds)
         redraw_.setIn(kFrameMilliseconds);

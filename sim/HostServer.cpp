@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kGreeting = "MYSENSORS:";
 constexpr std::size_t kLongestGreeting = 1024;
 
-// The length that the packet at the front tells; 0 while too few bytes are there to tell.
+// The length of the packet at the front; 0 while its header is incomplete.
 std::size_t packetLength(const String& bytes) {
     const bool isMulti = bytes.byteAt(0) == 'J';
     if (bytes.size() < (isMulti ? 3U : 2U))
@@ -75,7 +75,7 @@ void HostServer::accept(int descriptor) {
         const auto unwanted = Ref<TCPSocket>::make();
         unwanted->adopt(descriptor);
         unwanted->Close();
-        noted("turned a second driver away: one is connected already");
+        noted("a second driver was refused, because one is connected");
         return;
     }
     link_ = Ref<Link>::make(*this);
@@ -114,7 +114,7 @@ bool HostServer::takeGreeting(Link& link) {
     const std::string_view bytes = link.buffer.view();
     const std::string_view greeting(kGreeting);
     if (!greeting.starts_with(bytes.substr(0, greeting.size())) || bytes.size() > kLongestGreeting) {
-        drop("it did not introduce itself as a driver");
+        drop("its first line is not that of a driver");
         return false;
     }
     if (end == 0)

@@ -17,7 +17,7 @@ constexpr clocks::Nanoseconds kStaleAfter = 600'000'000'000;
 constexpr double kLowBattery = 20;
 constexpr double kNone = std::numeric_limits<double>::infinity();
 
-// A number, or kNone; a text; and the address, by which goes what is the same otherwise.
+// A number or kNone, then a text, then the address.
 using SortKey = std::tuple<double, std::string, std::string>;
 
 std::string lower(const String& text) {
@@ -62,7 +62,7 @@ std::string sparkLine(const HostUnit& unit, std::size_t columns) {
     const auto first = unit.recent.end() - static_cast<std::ptrdiff_t>(count);
     const auto [low, high] = std::minmax_element(first, unit.recent.end());
     for (auto each = first; each != unit.recent.end(); ++each) {
-        // Halved, since the way between two finite numbers need not be one.
+        // Halved, because the difference of two finite numbers can be infinite.
         const double range = *high / 2 - *low / 2;
         const double part = range > 0 ? (*each / 2 - *low / 2) / range : 0;
         line += kBlocks[static_cast<std::size_t>(std::lround(part * (kBlocks.size() - 1)))];
@@ -103,7 +103,7 @@ std::vector<const HostUnit*> HostTable::units(const HostModel& model) const {
         if (filter.empty() ||
             InStr(1, concat(unit->address, " ", model.nameOf(*unit), " ", unit->value), filter) > 0)
             entries.emplace_back(sortKey(model, *unit, sortedBy_), &*unit);
-    // What has no number stays behind what has one.
+    // Units without a number come last in both orders.
     std::sort(entries.begin(), entries.end(), [this](const auto& left, const auto& right) {
         const bool leftIsNone = std::get<0>(left.first) == kNone;
         const bool rightIsNone = std::get<0>(right.first) == kNone;

@@ -43,7 +43,7 @@ bool TypedLine::take(const terminal::Key& key) {
     const std::size_t end = text_.size();
     const std::size_t before = cursor_ > 0 ? cursor_ - 1 : 0;
     const std::size_t behind = std::min(cursor_ + 1, end);
-    // What each key takes away, and where it puts the cursor.
+    // The range that each key erases, and the cursor after it.
     const struct {
         bool isPressed;
         std::size_t from, to, cursor;

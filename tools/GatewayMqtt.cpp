@@ -118,6 +118,15 @@ void Bridge::reportSilence() const {
                request_.in + "/...");
 }
 
+// What a person can read of a line.
+std::string printable(std::string line) {
+    constexpr std::size_t kLongest = 80;
+    line.resize(std::min(line.size(), kLongest));
+    std::replace_if(
+        line.begin(), line.end(), [](char byte) { return byte < ' ' || byte > '~'; }, '?');
+    return line;
+}
+
 // A payload must stay one line: it could otherwise pretend to come from another node.
 void Bridge::toDriver(const std::string& topic, std::string payload) {
     static const std::regex kTopic("[0-9]{1,3}(/[0-9]{1,3}){4}");
@@ -153,7 +162,8 @@ void Bridge::toGateway(const std::string& line) {
     static const std::regex kFields("([0-9]{1,3}(?:;[0-9]{1,3}){3};-?[0-9]{1,3})(?:;|$)");
     std::smatch match;
     if (!std::regex_search(line, match, kFields, std::regex_constants::match_continuous))
-        return report("a command was dropped, because it is no MySensors message: " + line.substr(0, 80));
+        return report("a line of the driver was dropped, because it is no MySensors message: " +
+                      printable(line));
     std::string topic = match[1];
     std::replace(topic.begin(), topic.end(), ';', '/');
     broker_->publish(request_.in + "/" + topic, line.substr(static_cast<std::size_t>(match.length())));

@@ -9,7 +9,7 @@ namespace hearthix {
 
 namespace {
 
-// Takes the number in brackets from the end of a name, if one begins at the bracket.
+// Removes the number in brackets from the end of a name, if one begins at the bracket.
 KbdbPath::Step stepFrom(const std::string& name, std::size_t bracket) {
     const char* const end = name.data() + name.size();
     Integer index = 0;
@@ -37,7 +37,7 @@ Ref<CXML> childOf(const CXML& node, const KbdbPath::Step& step) {
 
 KbdbPath::KbdbPath(const std::string& text) {
     std::string name;
-    std::size_t bracket = std::string::npos; // the last one with a meaning
+    std::size_t bracket = std::string::npos; // the last one without a backslash
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '/') {
             steps.push_back(stepFrom(name, bracket));

@@ -1,4 +1,4 @@
-// What a person sees of the stand-ins on a terminal, which is tmux here: other people's idea of one.
+// The screen in a terminal, which tmux emulates.
 #include "sim/HostTable.hpp"
 #include "sim/Text.hpp"
 
@@ -41,7 +41,7 @@ public:
         EXPECT_TRUE(pipe != nullptr && pclose(pipe) == 0) << command << "\n" << text;
         return text;
     }
-    // Whether a text comes to be shown behind these keys. Stops trying when anything has failed.
+    // Whether a text appears after these keys. Stops trying when anything has failed.
     bool shows(const std::string& text, const std::string& keys = "") const {
         if (!keys.empty())
             tmux("send-keys " + keys);
@@ -60,7 +60,7 @@ std::string node(int id, const std::string& name, int battery, const std::string
            "\"\nbattery = " + std::to_string(battery) + "\nchild = [" + children + "]\n";
 }
 
-// A place a column: no marks, and a zero behind a wide character.
+// One element for each column: combining marks are left out, and a zero follows a wide character.
 std::vector<std::wstring> rowsOf(const std::string& screen) {
     std::vector<std::wstring> rows(1);
     std::wstring wide(screen.size(), L'\0');
