@@ -28,8 +28,8 @@ Ref<CXML> childOf(const CXML& node, const KbdbPath::Step& step) {
         throw KbdbFailure("No child has the name, and no unit the address, \"" + step.name +
                           "\". \"kbdb show\" lists them; case is ignored.");
     if (step.index == 0 ? count > 1 : step.index > count)
-        throw KbdbFailure("\"" + step.name + "\" stands for " + std::to_string(count) +
-                          ". Say which one, with a number from [1] on behind it.");
+        throw KbdbFailure("\"" + step.name + "\" matches " + std::to_string(count) +
+                          ". Add a number behind it, from [1] on.");
     return found[static_cast<std::size_t>(std::max<Integer>(step.index, 1) - 1)];
 }
 

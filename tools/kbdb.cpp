@@ -35,11 +35,11 @@ String textOf(const std::string& argument) {
 }
 
 // Reports on a document as far as it can be read.
-template <class Tell>
-void readFile(const std::string& path, const Tell& tell) {
+template <class Report>
+void readFile(const std::string& path, const Report& report) {
     const KbdbFile file = readKbdbFile(path);
     if (const auto document = file.readable())
-        tell(document);
+        report(document);
     if (file.fault)
         throw KbdbFailure(file.complaint());
 }
@@ -187,7 +187,7 @@ public:
         app_.footer(kFooter);
         for (CLI::App* reading :
              {add("show", "Print all values and children", showDocument),
-              add("check", "Tell whether the file is sound, and where it breaks if not", checkDocument),
+              add("check", "Check whether the file is sound, and report the first fault", checkDocument),
               add("units", "List the units, and which node IDs are taken, free and next", showUnits),
               add("get", "Print a value", showValue, {path})})
             reading->add_flag("--json", request_.json, "Print JSON");
@@ -202,8 +202,7 @@ public:
             ->allow_extra_args(false)
             ->option_text(" ");
         add("remove-unit", "Remove the units with this address", removeUnit, {address});
-        add("repair", "Put what can be read in place of a damaged file, which is kept beside it",
-            repairDocument);
+        add("repair", "Replace a damaged file by what can be read, and keep it beside that", repairDocument);
     }
 
     // Parses the arguments and carries out the command.
@@ -217,7 +216,7 @@ public:
                 return KbdbOutput::raw(text.str());
             const auto unknown = app_.remaining(true);
             throw KbdbFailure((unknown.empty() ? error.what() : "\"" + unknown[0] + "\" was not expected") +
-                                  ". \"kbdb --help\" tells what is.",
+                                  ". \"kbdb --help\" shows the usage.",
                               KbdbFailure::kBadUse);
         }
     }
