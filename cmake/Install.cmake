@@ -34,8 +34,7 @@ package(driver hearthix-mysensors)
 set(CPACK_COMPONENTS_ALL driver)
 
 if(HEARTHIX_TOOLS)
-  install(TARGETS hearthix-sim kbdb RUNTIME COMPONENT tools)
-  install(PROGRAMS script/gateway-mqtt RENAME hearthix-gateway-mqtt DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(TARGETS hearthix-sim kbdb hearthix-gateway-mqtt RUNTIME COMPONENT tools)
   foreach(program hearthix-sim kbdb hearthix-gateway-mqtt)
     install_compressed(tools ${CMAKE_SOURCE_DIR}/docs/man/${program}.1 ${program}.1 ${CMAKE_INSTALL_MANDIR}/man1)
   endforeach()
@@ -72,7 +71,7 @@ hearthix-sim stands in for the home-automation host, or for a MySensors
 gateway and its mesh: it tries out a gateway, shows the driver at work, and
 soaks it under faults. kbdb shows, checks, edits and repairs the host's
 documents. hearthix-gateway-mqtt lets the driver dial gateways behind MQTT.")
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "hearthix-mysensors, mosquitto-clients, socat")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS hearthix-mysensors)
 if(CMAKE_CROSSCOMPILING)
   # The libraries of another machine aren't there to be asked.
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${HEARTHIX_DEBIAN_ARCHITECTURE})

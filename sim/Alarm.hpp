@@ -12,7 +12,7 @@ class Alarm : public Timer {
 public:
     std::function<void()> action;
 
-    // Calls the action once, so many milliseconds from now. An alarm that is set already starts anew.
+    // Calls the action once, so many milliseconds from now. Replaces an earlier setting.
     void setIn(Integer milliseconds) {
         setPeriod(milliseconds < 0 ? 0 : milliseconds);
         setMode(kModeSingle);

@@ -11,25 +11,25 @@ namespace hearthix::sim {
 
 namespace {
 
-// What the host must be told for a payload. Of a unit without a level it hears on or off, and 0 is on.
-std::string toldFor(Integer variableType, const String& payload) {
-    String told;
+// The words that the host must receive for a payload. A unit without a level gets ON or OFF, and 0 is ON.
+std::string wordsFor(Integer variableType, const String& payload) {
+    String words;
     if (!IsNumeric(payload))
-        told = concat("SetDesc ", payload);
+        words = concat("SetDesc ", payload);
     else if (mySensors::isVarTypeDimmable(variableType))
-        told = concat("SetValue ", payload);
+        words = concat("SetValue ", payload);
     else
-        told = Val(payload) == 0 ? "ON" : "OFF";
-    return std::string(told.view());
+        words = Val(payload) == 0 ? "ON" : "OFF";
+    return std::string(words.view());
 }
 
-std::string toldBy(const cHearthixCommand& packet, const String& word) {
-    String told = word;
+std::string wordsIn(const cHearthixCommand& packet, const String& word) {
+    String words = word;
     if (word == "SetValue")
-        told = concat("SetValue ", packet.GetMulti("Valu"));
+        words = concat("SetValue ", packet.GetMulti("Valu"));
     else if (word == "SetDesc")
-        told = concat("SetDesc ", packet.GetMulti("DATA"));
-    return std::string(told.view());
+        words = concat("SetDesc ", packet.GetMulti("DATA"));
+    return std::string(words.view());
 }
 
 bool isValueWord(const String& word) {
@@ -49,18 +49,18 @@ void DeliveryCheck::sent(const String& line) {
         batteries_[address.substr(0, 2)] = fields[5].view();
     if (ValInteger(fields[2]) != mySensors::kSet || child == mySensors::kNodeLevelChild)
         return;
-    const std::string told = toldFor(variableType, fields[5]);
-    latest_[address] = told;
-    pending_[address].push_back({told, ++expected_});
+    const std::string words = wordsFor(variableType, fields[5]);
+    latest_[address] = words;
+    pending_[address].push_back({words, ++expected_});
 }
 
 void DeliveryCheck::arrived(const cHearthixCommand& packet) {
     if (!packet.isMultiPacket || !isValueWord(packet.GetMulti("mcmd")))
         return;
     std::deque<Value>& pending = pending_[std::string(packet.GetMulti("addr").view())];
-    const std::string told = toldBy(packet, packet.GetMulti("mcmd"));
+    const std::string words = wordsIn(packet, packet.GetMulti("mcmd"));
     const auto found = std::find_if(pending.begin(), pending.end(),
-                                    [&told](const Value& value) { return value.told == told; });
+                                    [&words](const Value& value) { return value.words == words; });
     if (found == pending.end()) {
         ++unexpected_;
         return;
@@ -83,12 +83,12 @@ void DeliveryCheck::beginAnew() {
 
 Integer DeliveryCheck::disagreements(const HostModel& model) const {
     Integer count = 0;
-    for (const auto& [address, told] : latest_) {
+    for (const auto& [address, words] : latest_) {
         const Ref<HostUnit> unit = model.find(String(address));
         const auto level = batteries_.find(address.substr(0, 2));
         const std::string battery = level == batteries_.end() ? "0" : level->second;
-        const bool agrees =
-            unit && unit->value.view() == told.substr(told.find(' ') + 1) && unit->battery.view() == battery;
+        const bool agrees = unit && unit->value.view() == words.substr(words.find(' ') + 1) &&
+                            unit->battery.view() == battery;
         count += agrees ? 0 : 1;
     }
     return count;

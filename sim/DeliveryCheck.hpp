@@ -1,13 +1,13 @@
-// Whether everything came through a driver: the gateway's values to the host, the host's commands to the
+// Checks that a driver delivers everything: the gateway's values to the host, and the host's commands to the
 // gateway.
 //
-// For each unit the values must arrive at the host in the order in which the gateway has sent them; between
-// units there is no order. A value that is missing counts as lost when a later one of its unit has come, or
-// when none has come by the end.
+// The values of a unit must arrive at the host in the order in which the gateway sent them; values of
+// different units may arrive in any order. A value is lost when a later one of its unit arrives first, or
+// when it has not arrived by the end.
 //
-// When a driver ends, what was on its way is lost with it: values after the last one that has arrived, of
-// whatever unit, and commands that haven't reached the gateway. A value sent before that one was lost
-// earlier, and stays missing.
+// A driver that ends may lose what is in flight: the values that the gateway sent after the latest one that
+// has arrived, of any unit, and the commands that have not reached the gateway. Values sent before that one
+// stay missing.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
@@ -32,13 +32,14 @@ public:
     void commanded(const String& word, const String& address, const String& value);
     void obeyed(const String& line);
 
-    // A new driver has come: the one before is gone, with what was on its way.
+    // Starts with a new driver: counts what is missing as lost in flight with the driver before.
     void beginAnew();
-    // Units that don't show the value and the battery level that the gateway has sent last, to this driver.
+    // The number of units that do not show the value and battery level that the gateway sent last to this
+    // driver.
     Integer disagreements(const HostModel& model) const;
 
     Integer commandsMissing() const noexcept { return static_cast<Integer>(commands_.size()); }
-    // Set lines at the gateway that nobody has commanded here.
+    // Set lines at the gateway that no command here explains.
     Integer commandsUnexpected() const noexcept { return commandsUnexpected_; }
     Integer commandsInFlight() const noexcept { return commandsInFlight_; }
     Integer expected() const noexcept { return expected_; }
@@ -46,20 +47,20 @@ public:
     Integer unexpected() const noexcept { return unexpected_; }
     // Lost with a driver that has ended.
     Integer inFlight() const noexcept { return inFlight_; }
-    // Sent and not arrived up to now, lost ones included, without those in flight.
+    // Sent and not arrived yet, lost values included, without those in flight.
     Integer missing() const noexcept { return expected_ - delivered_ - inFlight_; }
 
 private:
     struct Value {
-        std::string told;
+        std::string words;  // the host's word for it and the value
         Integer number = 0; // in the order in which they were sent
     };
 
-    // By unit address, in capitals: what is still to come, and what came from the gateway last.
+    // By unit address, in capitals: the values that must still arrive, and the gateway's latest one.
     std::map<std::string, std::deque<Value>> pending_;
     std::map<std::string, std::string> latest_;
     std::map<std::string, std::string> batteries_; // by the node's two digits
-    std::multiset<std::string> commands_;          // lines that are still to come
+    std::multiset<std::string> commands_;          // lines that must still arrive
     Integer commandsUnexpected_ = 0;
     Integer commandsInFlight_ = 0;
     Integer expected_ = 0;

@@ -1,17 +1,19 @@
 // The subcommand "demo": host and gateway in this process, the driver between them as a child.
-#include "runtime/process/Console.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "sim/HostCommands.hpp"
 #include "sim/MeshFile.hpp"
+#include "sim/Output.hpp"
 #include "sim/Rig.hpp"
 #include "sim/Session.hpp"
 #include "sim/Subcommands.hpp"
+#include "sim/Text.hpp"
 
 namespace hearthix::sim {
 
 namespace {
 
 constexpr double kCommandSeconds = 0.5;
+constexpr double kPauseSeconds = 60; // after a command of the user
 constexpr int kDrainMilliseconds = 30'000;
 
 class Demo {
@@ -19,7 +21,7 @@ public:
     Demo(const Settings& settings, Session& session);
 
     void run();
-    // What came through and what did not, for people.
+    // What was delivered and what was lost.
     String summary() const;
     bool succeeded() const;
 
@@ -30,7 +32,7 @@ private:
     HostCommands commands_;
     Alarm commandDue_;
     Alarm endDue_;
-    bool driverFailed_ = false;
+    String driversEnd_; // a sentence if it has ended by itself
 };
 
 GatewaySettings gatewaySettings(GatewaySettings settings) {
@@ -49,8 +51,8 @@ Demo::Demo(const Settings& settings, Session& session)
       rig_(gatewaySettings(settings.gateway), loadMesh(settings.meshFile), hostSettings(settings.host),
            session.view()),
       commands_(rig_.host, [&session] { session.end(); }) {
-    rig_.host.driverEnded = [this](int) {
-        driverFailed_ = true;
+    rig_.host.driverEnded = [this](int status) {
+        driversEnd_ = concat("The driver has ended ", endingText(status), rig_.host.reasonOfEnd(), ".\n");
         session_.end();
     };
     commandDue_.action = [this] {
@@ -62,7 +64,11 @@ Demo::Demo(const Settings& settings, Session& session)
         return concat(" sent ", Str(rig_.gateway.counts().linesOut), "  missing ", Str(rig_.check.missing()),
                       " ", rig_.host.status());
     };
-    session_.entered = [this](const String& text) { commands_.run(text); };
+    session_.entered = [this](const String& text) {
+        commands_.run(text);
+        if (!text.empty())
+            commandDue_.setSeconds(kPauseSeconds);
+    };
     session_.watch(rig_.host.model());
 }
 
@@ -79,8 +85,8 @@ void Demo::run() {
 
 bool Demo::succeeded() const {
     const DeliveryCheck& check = rig_.check;
-    return !driverFailed_ && check.expected() > 0 && check.missing() == 0 && check.unexpected() == 0 &&
-           check.commandsMissing() == 0;
+    return driversEnd_.empty() && commands_.failure().empty() && check.expected() > 0 &&
+           check.missing() == 0 && check.unexpected() == 0 && check.commandsMissing() == 0;
 }
 
 String Demo::summary() const {
@@ -96,11 +102,12 @@ String Demo::summary() const {
                    Str(check.commandsMissing()), " lost\n");
     text += concat("values    ", Str(check.expected()), " sent, ", Str(check.delivered()), " arrived, ",
                    Str(check.missing()), " lost, ", Str(check.unexpected()), " unexpected\n");
-    if (driverFailed_)
-        text += "The driver ended by itself.\n";
+    text += driversEnd_;
+    if (const String failure = commands_.failure(); !failure.empty())
+        text += concat("Note: ", failure, ".\n");
     if (check.expected() == 0)
         return text + "Nothing was sent.";
-    return text += succeeded() ? "Nothing was lost." : "Not everything came through.";
+    return text += succeeded() ? "Nothing was lost." : "Something was lost.";
 }
 
 } // namespace
@@ -115,7 +122,7 @@ int runDemo(const Settings& settings) {
         summary = demo.summary();
         succeeded = demo.succeeded();
     }
-    Print(summary);
+    putLine(summary);
     return succeeded ? 0 : 1;
 }
 

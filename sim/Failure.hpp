@@ -1,11 +1,11 @@
-// The way in which the program tells that it cannot do what it was asked for.
+// The exception for everything that the program cannot do. It ends with exit status 1.
 #pragma once
 
 #include "runtime/text/String.hpp"
 
 namespace hearthix::sim {
 
-// The sentence tells why, and what to do. Exit status 1.
+// The sentence gives the reason and a remedy.
 struct Failure {
     String sentence;
 };

@@ -21,8 +21,8 @@ constexpr Integer kLongestPiece = 8;
 constexpr const char* kReady = "0;255;3;0;14;Gateway startup complete.";
 constexpr const char* kVersionRequest = "0;0;3;0;2;";
 
-// With a rate, the nodes have no schedule of their own; they still begin, ask and report their batteries by
-// themselves.
+// With a rate, the children have no schedule. The nodes still present themselves, ask, and report their
+// batteries.
 std::vector<MeshNode> scheduled(std::vector<MeshNode> nodes, double rate) {
     if (rate <= 0)
         return nodes;
@@ -128,7 +128,7 @@ void GatewayServer::accept(int descriptor) {
         const auto unwanted = Ref<TCPSocket>::make();
         unwanted->adopt(descriptor);
         unwanted->Close();
-        noted("turned a second driver away: one is connected already");
+        noted("a second driver was refused, because one is connected");
         return;
     }
     accepted_ = Ref<Connection>::make(*this);
@@ -229,13 +229,13 @@ void GatewayServer::fallSilent() {
 void GatewayServer::drop() {
     if (terminal_) {
         terminal_->HangUp();
-        disconnected("hung up, as asked for");
+        disconnected("the gateway hung up, as requested");
         openPseudoTerminal();
         noted(concat("the gateway is now ", where()));
         return;
     }
     accepted_->Close();
-    disconnected("dropped, as asked for");
+    disconnected("the gateway ended the connection, as requested");
 }
 
 void GatewayServer::read(StreamDevice& connection) {
@@ -252,7 +252,7 @@ void GatewayServer::handle(const String& line) {
     recorder_.note({now() - connectedAt_, false, line});
     if (received)
         received(line);
-    // What a recorded mesh has answered is in the recording; the gateway itself still tells its version.
+    // The recording contains the answers of its nodes. The gateway itself still reports its version.
     if (settings_.replay.empty() || line == kVersionRequest)
         send(mesh_.answer(line, now()));
 }
@@ -281,7 +281,7 @@ void GatewayServer::write(const String& line, bool isJunk) {
         pieceDue_.setIn(kPieceMilliseconds);
 }
 
-// Pieces of one to eight bytes, and larger ones when more waits than such pieces could carry away.
+// Sends one to eight bytes, and more when the backlog is long, so that it does not grow.
 void GatewayServer::flushPieces() {
     const Integer piece = random_.InRange(1, kLongestPiece) + LenB(waiting_) / 256;
     const Integer size = settings_.fragment ? piece : LenB(waiting_);
@@ -294,7 +294,7 @@ void GatewayServer::flushPieces() {
         pieceDue_.setIn(kPieceMilliseconds);
 }
 
-// Of too few fields to be a message, whatever else it holds.
+// Has too few fields to be a message.
 String GatewayServer::junkLine() {
     String line;
     Integer separators = 4;

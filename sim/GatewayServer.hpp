@@ -1,8 +1,8 @@
-// A gateway with a mesh behind it, for one driver at a time: on a TCP port or on a pseudo-terminal.
+// A gateway with a mesh behind it, for one driver at a time, on a TCP port or on a pseudo-terminal.
 //
-// The driver's connection starts everything anew: the mesh presents itself, the clock of the recording and of
-// the planned mishaps starts at zero. On TCP nothing is sent for the first three quarters of a second: a
-// driver that opens a TCP port isn't ready for data before it has finished opening, and ends when some come.
+// Each connection of a driver starts from the beginning: the mesh presents itself, and the times of the
+// recording and of the planned mishaps count from zero. On TCP, nothing is sent for the first 750
+// milliseconds: a driver that receives data before it has finished opening a TCP port ends.
 #pragma once
 
 #include "runtime/events/TCPSocket.hpp"
@@ -22,7 +22,7 @@ namespace hearthix::sim {
 struct GatewaySettings {
     bool usePseudoTerminal = false;
     SocketAddress listen{"127.0.0.1", 5003};
-    std::optional<bool> greet; // when a driver connects; by default on a pseudo-terminal, but for a replay
+    std::optional<bool> greet; // by default on a pseudo-terminal, except in a replay
     double silentAfter = 0;    // seconds; 0 for never
     double dropAfter = 0;      // seconds; 0 for never
     bool fragment = false;
@@ -43,19 +43,19 @@ public:
     GatewayServer(GatewaySettings settings, std::vector<MeshNode> nodes);
     ~GatewayServer();
 
-    // Raises Failure when there can be no such port or file.
+    // Raises Failure when the port or the file cannot be opened.
     void open();
     void close();
-    // No reports while it is on; what the driver asks is still answered.
+    // Stops the reports while it is on; questions of the driver are still answered.
     void hush(bool on);
 
-    // Mishaps, as in the settings, that come and go.
+    // The mishaps of the settings, to be switched on and off.
     void setFragment(bool on) { settings_.fragment = on; }
     void setJunk(double percent) { settings_.junk = percent; }
     void setSilent(bool on) { silent_ = on; }
     void drop();
 
-    // Where a driver finds it: one word for a serial line, address and port for TCP.
+    // How a driver reaches it: one word for a serial line, address and port for TCP.
     std::vector<String> transport() const;
     String where() const;
     bool hasDriver() const noexcept { return connection_ != nullptr; }
@@ -63,7 +63,7 @@ public:
     const Mesh& mesh() const noexcept { return mesh_; }
     const GatewayCounts& counts() const noexcept { return counts_; }
 
-    // What a person should know.
+    // A sentence for the user.
     std::function<void(const String& text)> noted;
     // Each line, without its line feed.
     std::function<void(const String& line)> sent;
@@ -104,11 +104,11 @@ private:
     bool silent_ = false;
     bool hushed_ = false;
     Integer connectedAt_ = 0; // milliseconds of the monotonic clock
-    Integer ratedAt_ = 0;     // the same clock: up to when the rate has been met
-    double owed_ = 0;         // reports that the rate asks for and that were not made yet
+    Integer ratedAt_ = 0;     // of the same clock: the time up to which owed_ counts
+    double owed_ = 0;         // reports that the rate requires and that were not sent yet
     std::size_t replayed_ = 0;
     String unread_;
-    String waiting_; // bytes that go out in pieces
+    String waiting_; // bytes to be sent in pieces
     Alarm beginSoon_;
     Alarm meshDue_;
     Alarm rateDue_;

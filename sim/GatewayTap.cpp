@@ -12,10 +12,10 @@ namespace hearthix::sim {
 
 namespace {
 
-// A longer one is no line of a gateway; it is cut, so that it can't grow for ever.
+// A longer line is recorded in parts, so that the buffer stays bounded.
 constexpr std::size_t kLongestLine = 65'536;
 
-// An IPv6 address stands in brackets.
+// An IPv6 address needs brackets.
 String nameOf(const std::vector<String>& words) {
     if (words.size() == 1)
         return words[0];
@@ -64,8 +64,8 @@ void GatewayTap::open(const String& recordFile) {
     listener_ = Ref<ListeningSocket>::make();
     listener_->accepted = [this](int descriptor) { accept(descriptor); };
     if (!listener_->Listen("127.0.0.1", 0))
-        throw Failure{concat("cannot listen on 127.0.0.1: ", listener_->LastError(),
-                             "; without --record no such port is needed")};
+        throw Failure{
+            concat("cannot listen on 127.0.0.1: ", listener_->LastError(), "; --record needs a port there")};
 }
 
 void GatewayTap::openTerminal() {
@@ -79,11 +79,11 @@ void GatewayTap::openTerminal() {
     newTerminal();
 }
 
-// Ends the one before.
+// Closes the previous one.
 void GatewayTap::newTerminal() const {
     if (!terminal_->Open())
         throw Failure{concat("cannot make a pseudo-terminal: ", terminal_->lastError().message().c_str(),
-                             "; without --record none is needed")};
+                             "; --record needs one")};
 }
 
 std::vector<String> GatewayTap::transport() const {
@@ -102,7 +102,7 @@ void GatewayTap::accept(int descriptor) {
     openGateway();
 }
 
-// A second session goes on in the time of the first, as its lines stand behind.
+// The times of all sessions count from the first one, because they are recorded one after the other.
 void GatewayTap::openGateway() {
     trouble_ = unended_[0] = unended_[1] = String();
     begunAt_ = begunAt_ > 0 ? begunAt_ : clocks::monotonic();
@@ -117,7 +117,7 @@ void GatewayTap::carry(StreamDevice& from, StreamDevice& to) {
     const String bytes = from.ReadAll();
     to.Write(bytes);
     String& unended = unended_[toDriver ? 1 : 0];
-    Integer start = LenB(unended) + 1; // what was held has no line feed
+    Integer start = LenB(unended) + 1; // the incomplete line has no line feed
     unended += bytes;
     while (const Integer end = InStrB(std::exchange(start, 1), unended, "\n")) {
         recorder_.note({now, toDriver, LeftB(unended, end - 1)});
@@ -130,7 +130,7 @@ void GatewayTap::carry(StreamDevice& from, StreamDevice& to) {
 void GatewayTap::gatewayGone(const std::error_code& error) {
     const String reason =
         error == std::errc::not_connected ? "it closed the connection" : error.message().c_str();
-    trouble_ = concat("the gateway at ", nameOf(words_), " can't be had: ", reason);
+    trouble_ = concat("the gateway at ", nameOf(words_), " is unavailable: ", reason);
     driverGone();
     if (terminal_)
         newTerminal();

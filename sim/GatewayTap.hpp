@@ -1,8 +1,8 @@
-// Stands between a driver and its gateway, hands the bytes on as they come, and writes every line down.
+// Connects a driver to its gateway, passes the bytes on as they arrive, and records every line.
 //
-// The driver finds an end of the same kind: a pseudo-terminal for a serial port (socket:// included), a port
-// on loopback for an address. The gateway is opened when the driver opens its end, and where one side ends
-// the other does.
+// The driver connects to the same kind of device: a pseudo-terminal in place of a serial port (socket://
+// included), a loopback port in place of an address. The tap opens the gateway when the driver opens its
+// device, and closes one side when the other closes.
 #pragma once
 
 #include "runtime/events/Serial.hpp"
@@ -19,15 +19,15 @@ namespace hearthix::sim {
 
 class GatewayTap {
 public:
-    // The words by which a driver would find the gateway: a serial port's name, or address and port.
+    // The driver's arguments for the gateway: a serial port's name, or address and port.
     explicit GatewayTap(const std::vector<String>& gateway);
     ~GatewayTap();
 
-    // Raises Failure when there can be no such file or end.
+    // Raises Failure when the file or the device for the driver cannot be opened.
     void open(const String& recordFile);
-    // The words by which a driver finds this end; others after the gateway has gone.
+    // The driver's arguments for the tap; they change after the gateway has closed.
     std::vector<String> transport() const;
-    // Why the gateway could not be had, or has gone; empty while nothing is wrong with it.
+    // Why the gateway could not be opened, or has closed; empty if neither has happened.
     const String& trouble() const noexcept { return trouble_; }
 
 private:
@@ -44,13 +44,13 @@ private:
 
     std::vector<String> words_;
     Recorder recorder_;
-    Ref<Line> gateway_; // an address is a line on the network, too
+    Ref<Line> gateway_; // for an address, a socket:// line
     Ref<PseudoTerminal> terminal_;
     Ref<ListeningSocket> listener_;
     Ref<Link> accepted_;
-    StreamDevice* driver_ = nullptr;  // one of the two, while it is there
-    std::array<String, 2> unended_{}; // the beginning of a line, from the driver and to it
-    clocks::Nanoseconds begunAt_ = 0; // when a driver came first
+    StreamDevice* driver_ = nullptr;  // terminal_ or accepted_ while a driver is connected
+    std::array<String, 2> unended_{}; // incomplete lines, from the driver and to it
+    clocks::Nanoseconds begunAt_ = 0; // when the first driver connected
     String trouble_;
 };
 

@@ -5,7 +5,9 @@
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "sim/Failure.hpp"
+#include "sim/InputFile.hpp"
 #include "sim/PacketTrace.hpp"
+#include "sim/Text.hpp"
 
 #include <cstring>
 #include <string_view>
@@ -20,7 +22,7 @@ constexpr Integer kRestartMilliseconds = 1000;
 // The driver drains its links for about a second when it ends.
 constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
-// What the driver says when both of its links are up ends so.
+// The end of the log line that the driver sends when both of its links are open.
 constexpr std::string_view kReadyEnd = " ready.";
 
 // The driver beside this program, or else the one in PATH.
@@ -35,6 +37,7 @@ Host::Host(HostSettings settings, HostView& view) : settings_(std::move(settings
     server_.connected = [this](const String& id) {
         connectedId_ = id;
         ready_ = false;
+        orderPings_ = 0;
         view_.note("host", concat("driver connected, connection ID ", id));
         if (driverConnected)
             driverConnected();
@@ -79,11 +82,11 @@ void Host::startDriver() {
                              "; name its program with --driver PATH")};
     ++counts_.driverStarts;
     closed_ = false;
-    lastWords_ = String();
+    lastWords_ = lastLog_ = String();
     view_.note("host", concat("driver started, process ", Str(driver_.pid())));
 }
 
-// A stack dump becomes one line, which is no last word, and neither is the exception that led to it.
+// Reports a stack dump as one line. Neither that nor the line about the exception counts as lastWords_.
 void Host::driverSaid(const String& line) {
     const bool begins = line == "stack trace begin";
     const bool ends = line == "done logging the stack";
@@ -103,7 +106,7 @@ void Host::driverSaid(const String& line) {
 
 void Host::driverGone(int status) {
     stackLines_ = -1;
-    view_.note("host", concat("driver ended with status ", Str(status)));
+    view_.note("host", concat("driver ended ", endingText(status)));
     if (driverEnded)
         driverEnded(status);
     if (settings_.restart && !closing_)
@@ -130,7 +133,7 @@ void Host::command(const String& word, const String& address, const String& valu
     packet->SetMulti("addr", address);
     if (!value.empty())
         packet->SetMulti("Valu", value);
-    server_.send(packet);
+    sendInOrder(packet);
     ++counts_.commands;
     view_.note("command", concat(word, " ", address, value.empty() ? "" : " ", value));
 }
@@ -141,7 +144,7 @@ void Host::control(const String& word, const String& value) {
     packet->SetMulti("mcmd", word);
     if (!value.empty())
         packet->SetMulti("Valu", value);
-    server_.send(packet);
+    server_.send({packet});
 }
 
 void Host::controller(const String& letter, const String& data) {
@@ -151,7 +154,22 @@ void Host::controller(const String& letter, const String& data) {
     packet->SetFlag(kForController);
     if (!data.empty())
         packet->SetRawData(data);
-    server_.send(packet);
+    letter == "X" ? sendInOrder(packet) : server_.send({packet});
+}
+
+// The ping must be in the same write: a later one could be answered before the driver has sent the command
+// on.
+void Host::sendInOrder(const Ref<cHearthixCommand>& packet) {
+    const auto ping = Ref<cHearthixCommand>::make();
+    ping->SetMulti("mcmd", "ping");
+    orderPings_ += hasDriver() ? 1 : 0;
+    server_.send({packet, ping});
+}
+
+String Host::reasonOfEnd() const {
+    if (!lastWords_.empty())
+        return concat("; it printed: ", lastWords_);
+    return lastLog_.empty() ? String() : concat("; its last log line was: ", lastLog_);
 }
 
 String Host::status() const {
@@ -165,6 +183,7 @@ void Host::receive(const Ref<cHearthixCommand>& packet) {
     bool becomesReady = false;
     if (packet->Header == "L" && !packet->isMultiPacket) {
         ++counts_.logLines;
+        lastLog_ = packet->LogMessage;
         model_.hearLog(packet->LogMessage);
         becomesReady = !ready_ && packet->LogMessage.view().ends_with(kReadyEnd);
         ready_ = ready_ || becomesReady;
@@ -182,6 +201,9 @@ void Host::receiveMulti(const cHearthixCommand& packet) {
     const String word = packet.GetMulti("mcmd");
     if (word == "getUnits") {
         answerUnits();
+    } else if (word == "PSrp" && orderPings_ > 0) {
+        if (--orderPings_ == 0 && driverProgressed)
+            driverProgressed();
     } else if (word == "PSrp") {
         view_.note("host", "the driver answers the ping");
     } else {
@@ -193,7 +215,7 @@ void Host::receiveMulti(const cHearthixCommand& packet) {
             view_.note("host",
                        concat("the driver sent ", word, " for the unknown unit ", packet.GetMulti("addr")));
         else if (unit.isNil())
-            view_.note("host", concat("the driver sent ", word, ", which means nothing here"));
+            view_.note("host", concat("the driver sent ", word, ", which this host does not know"));
         else if (!hushed_)
             view_.unitChanged(*unit, change);
         unitsChanged();
@@ -204,9 +226,9 @@ void Host::answerUnits() {
     const auto packet = Ref<cHearthixCommand>::make();
     packet->SetMulti("mcmd", "setUnits");
     packet->SetMulti("DATA", model_.answerForDriver());
-    server_.send(packet);
-    view_.note("host", concat("told the driver the units, ", Str(static_cast<Integer>(model_.units().size())),
-                              " in all"));
+    server_.send({packet});
+    view_.note("host", concat("sent the list of ", Str(static_cast<Integer>(model_.units().size())),
+                              " units to the driver"));
 }
 
 void Host::trace(const char* direction, const cHearthixCommand& packet) {
@@ -216,7 +238,7 @@ void Host::trace(const char* direction, const cHearthixCommand& packet) {
         view_.note("trace", concat(direction, " ", line));
 }
 
-// A file that is no list of units is refused, since it would be overwritten with one.
+// Refuses a file that is no list of units, because it would be overwritten.
 void Host::loadUnits() {
     if (settings_.unitsFile.empty())
         return;
@@ -224,6 +246,8 @@ void Host::loadUnits() {
     if (!file->Exists() && !file->Parent()->Exists())
         throw Failure{concat("there is no folder for ", settings_.unitsFile,
                              "; make it, or name another file with --units FILE")};
+    if (file->Exists())
+        requireRegularFile(settings_.unitsFile, "--units");
     const auto stream = BinaryStream::Open(file, false);
     const String content = stream ? stream->Read(stream->Length()) : String();
     const auto document = Ref<CXML>::make();
@@ -252,7 +276,7 @@ bool Host::saveUnits() {
     try {
         return model_.document()->SaveToFile(Ref<FolderItem>::make(settings_.unitsFile));
     } catch (const RuntimeException&) {
-        return false; // the reason is in the log already
+        return false; // the log has the reason
     }
 }
 

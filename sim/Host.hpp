@@ -1,7 +1,7 @@
-// A whole host: the link, the units, the driver that it starts, and the file in which the units are kept.
+// A host: the link to the driver, the units, the driver's process, and the file of the units.
 //
-// It tells everything that happens to its view and does nothing by itself but answer the driver; commands
-// come from a person (HostCommands) or from the program around it. The view must outlive it.
+// It reports every event to its view, which must outlive it, and answers the driver. Commands come from the
+// user (HostCommands) or from the program that owns it.
 #pragma once
 
 #include "sim/Alarm.hpp"
@@ -20,8 +20,8 @@ struct HostSettings {
     SocketAddress listen{"127.0.0.1", 20300};
     String connectionId = "SIM";
     String driver; // path, or a name in PATH; empty for the one that belongs to this program
-    // The driver's gateway: one word for serial, address and port for TCP; empty when somebody else starts
-    // it.
+    // The driver's gateway: one word for serial, address and port for TCP; empty if the driver is started
+    // elsewhere.
     std::vector<String> transport;
     bool restart = false;
     String unitsFile; // empty for none
@@ -40,15 +40,15 @@ public:
     Host(HostSettings settings, HostView& view);
     ~Host();
 
-    // Loads the units and listens; raises Failure when one of them can't be done.
+    // Loads the units and listens; raises Failure if that is impossible.
     void open();
-    // Starts the driver of the settings, if there is one; raises Failure when it can't be started.
+    // Starts the driver if the settings name a gateway; raises Failure if that is impossible.
     void startDriver();
-    // Asks the driver to end, waits a little for that, ends it otherwise, and saves the units; raises
-    // Failure when they can't be saved.
+    // Asks the driver to end, ends it if it has not done so after three seconds, and saves the units; raises
+    // Failure if they cannot be saved.
     void close();
 
-    // A command to a unit: "ON", "OFF", "SetValue", "Qery".
+    // A command to a unit: "ON", "OFF", "SetValue", "Qery". A ping follows it, see isInOrder.
     void command(const String& word, const String& address, const String& value = String());
     // A command to the driver itself: "ping", "close", "debug".
     void control(const String& word, const String& value = String());
@@ -59,33 +59,38 @@ public:
     const HostCounts& counts() const noexcept { return counts_; }
     HostView& view() noexcept { return view_; }
     bool hasDriver() const noexcept { return server_.hasDriver(); }
-    // Whether the driver has its gateway, too. A driver that gets a command for a unit before that ends.
+    // Whether the driver has opened its gateway, too. A driver that gets a command for a unit earlier ends.
     bool hasReadyDriver() const noexcept { return hasDriver() && ready_; }
+    // Whether the driver has sent all earlier commands to the gateway, as the answers to their pings show. A
+    // command that is sent before that can overtake them.
+    bool isInOrder() const noexcept { return orderPings_ == 0; }
     SocketAddress address() const { return {settings_.listen.host, server_.port()}; }
     Integer driverProcess() const noexcept { return driver_.pid(); }
     void killDriver() const { driver_.Kill(); }
-    // Mishaps: nothing is read while it stalls, and a dropped link ends the driver.
+    // Mishaps: the host reads nothing while it stalls, and a dropped link ends the driver.
     void stall(bool on) { server_.stall(on); }
-    void dropLink() { server_.drop("dropped, as asked for"); }
+    void dropLink() { server_.drop("dropped, as requested"); }
     void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
     // No more values are shown.
     void hush() { hushed_ = true; }
-    // Whether the driver was told to end.
+    // Whether the driver got a command to end.
     bool hasClosedDriver() const noexcept { return closed_; }
-    // What the driver said last beside its log and its stack dump; empty when it said nothing.
+    // What the driver printed last, without its stack dump; empty if it printed nothing.
     const String& lastWords() const noexcept { return lastWords_; }
-    // For the title of a screen: fields with two blanks between, the last one first to go when they don't
-    // fit.
+    // A clause for a message about the driver's end: what it printed, or else its last log line.
+    String reasonOfEnd() const;
+    // For the title of a screen: fields with two blanks between them, the least important one last.
     String status() const;
 
-    // Every packet of the driver, when the host has dealt with it.
+    // Every packet of the driver, after the host has handled it.
     std::function<void(const cHearthixCommand& packet)> observed;
     std::function<void()> driverConnected;
-    // It has connected, or become ready.
+    // It has connected, become ready, or sent all commands to the gateway.
     std::function<void()> driverProgressed;
     std::function<void(int status)> driverEnded;
 
 private:
+    void sendInOrder(const Ref<cHearthixCommand>& packet);
     void receive(const Ref<cHearthixCommand>& packet);
     void receiveMulti(const cHearthixCommand& packet);
     void answerUnits();
@@ -93,7 +98,7 @@ private:
     void driverSaid(const String& line);
     void driverGone(int status);
     void loadUnits();
-    // False when they could not be saved.
+    // False if they could not be saved.
     bool saveUnits();
     void unitsChanged();
 
@@ -107,11 +112,13 @@ private:
     Alarm restartSoon_;
     String connectedId_;
     bool ready_ = false;
+    Integer orderPings_ = 0; // pings behind commands whose answers have not arrived
     bool closing_ = false;
     bool closed_ = false;
     bool hushed_ = false;
     Integer stackLines_ = -1; // below 0 outside of a stack dump
     String lastWords_;
+    String lastLog_;
 };
 
 } // namespace hearthix::sim

@@ -6,23 +6,21 @@
 #include "sim/Text.hpp"
 
 #include <algorithm>
-#include <array>
 
 namespace hearthix::sim {
 
 namespace {
 
-// A common message tells its length in one byte, and its other fields take eleven.
+// The length of a common message is one byte, and its other fields need eleven.
 constexpr std::size_t kMostRaw = 244;
-constexpr std::size_t kMostWaiting = 1000;
+constexpr std::size_t kMostWaiting = 100'000;
 
-// Short enough for the log of the smallest screen.
-constexpr std::array<const char*, 6> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
-                                           "query ADDRESS: ask a unit's node for its value",
-                                           "ping, close, debug on|off: commands to the driver",
-                                           "q, p, d: quit, quit, toggle debug, as controller packets",
-                                           "raw TEXT: a line that the driver hands to the gateway",
-                                           "units: all units, or the next page; quit: end everything"};
+const std::vector<std::string> kHelp{"on ADDRESS, off ADDRESS, set ADDRESS VALUE: command a unit",
+                                     "query ADDRESS: ask a unit's node for its value",
+                                     "ping, close, debug on|off: commands to the driver",
+                                     "q, p, d: quit, quit, toggle debug, as controller packets",
+                                     "raw TEXT: a line that the driver passes on to the gateway",
+                                     "units: all units, or the next page; quit: end everything"};
 
 } // namespace
 
@@ -60,16 +58,32 @@ void HostCommands::run(const String& line) {
     else if (words.size() - 1 < found->count)
         complain(concat("use it as: ", found->name, " ", found->arguments));
     else if (waiting_.size() >= kMostWaiting)
-        complain(concat("dropped, as too many commands wait for a driver: ", line));
+        complain(concat("dropped, because too many commands wait for the driver: ", line));
     else if (canRun(*found) && (waiting_.empty() || ConsoleInput::isTerminal()))
         (this->*found->action)(words, line);
     else
         waiting_.emplace_back(&*found, line);
 }
 
+void HostCommands::complain(const String& text) {
+    refused_ = true;
+    host_.view().note("help", text);
+}
+
+String HostCommands::failure() const {
+    if (ConsoleInput::isTerminal())
+        return {};
+    if (refused_)
+        return "not every line on standard input was a command; the lines marked help give the reasons";
+    if (!waiting_.empty())
+        return concat(Str(static_cast<Integer>(waiting_.size())),
+                      " commands on standard input were not sent, because the driver was not ready for them");
+    return {};
+}
+
 bool HostCommands::canRun(const Entry& entry) const {
     return entry.needs == Needs::nothing ||
-           (entry.needs == Needs::driver ? host_.hasDriver() : host_.hasReadyDriver());
+           (entry.needs == Needs::driver ? host_.hasDriver() : host_.hasReadyDriver() && host_.isInOrder());
 }
 
 void HostCommands::runWaiting() {
@@ -85,7 +99,7 @@ void HostCommands::unitCommand(const Words& words, const String&) {
     host_.command(word, words[1]);
 }
 
-// The value is the rest of the line, or what is in quotes.
+// The value is the rest of the line, or the text in quotes.
 void HostCommands::set(const Words& words, const String& line) {
     const Integer start = InStrB(1, line, words[1]) + LenB(words[1]) + 1;
     host_.command("SetValue", words[1], words.size() == 3 ? words[2] : Trim(MidB(line, start)));
@@ -112,7 +126,7 @@ void HostCommands::raw(const Words& words, const String& line) {
     const Integer start = InStrB(1, line, words[0]) + LenB(words[0]) + 1;
     const String text = Trim(MidB(line, start));
     if (text.size() + 1 > kMostRaw)
-        complain(concat("a packet holds ", Str(static_cast<Integer>(kMostRaw - 1)), " bytes at most"));
+        complain(concat("TEXT can have ", Str(static_cast<Integer>(kMostRaw - 1)), " bytes at most"));
     else
         host_.controller("X", text + "\n");
 }
@@ -122,8 +136,7 @@ void HostCommands::units(const Words&, const String&) {
 }
 
 void HostCommands::showHelp(const Words&, const String&) {
-    for (const char* line : kHelp)
-        host_.view().note("help", line);
+    host_.view().showHelp(kHelp);
 }
 
 void HostCommands::quit(const Words&, const String&) {

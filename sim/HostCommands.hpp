@@ -1,4 +1,4 @@
-// What a person can tell the host to do, one line a command.
+// The commands that a user can enter, one on each line.
 #pragma once
 
 #include "sim/Host.hpp"
@@ -14,10 +14,11 @@ class HostCommands {
 public:
     HostCommands(Host& host, std::function<void()> quit);
 
-    // Carries out a line; what is wrong with it is told in one line of the log. A command that needs a driver
-    // waits for it, and what comes after it waits as well; but a person who types is obeyed at once wherever
-    // no driver is needed.
+    // Carries out a line, or reports in the log what is wrong with it. A command that needs a driver waits
+    // for it, and the commands after it wait, too. On a terminal, commands that need no driver never wait.
     void run(const String& line);
+    // Why not all lines were carried out, for the end of a run; empty if all were, or if a person typed them.
+    String failure() const;
 
 private:
     using Words = std::vector<String>;
@@ -43,11 +44,12 @@ private:
     void units(const Words& words, const String& line);
     void showHelp(const Words& words, const String& line);
     void quit(const Words& words, const String& line);
-    void complain(const String& text) { host_.view().note("help", text); }
+    void complain(const String& text);
 
     Host& host_;
     std::function<void()> quit_;
     std::deque<std::pair<const Entry*, String>> waiting_;
+    bool refused_ = false;
 };
 
 } // namespace hearthix::sim

@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t kMostAnswer = 65'000;
 
-// How the driver names a unit that nobody has named, "(0A00) TEMP", and a node in its log, "node (0A) ...".
-constexpr std::string_view kMadeUpName = "(";
+// The driver's default name of a unit is "(0A00) TEMP"; a node in its log is "node (0A) ...".
+constexpr std::string_view kDefaultName = "(";
 constexpr std::string_view kNodeMark = "node (";
 constexpr std::string_view kNameMark = ") sketch name: ";
 constexpr std::size_t kNodeDigits = 2;
@@ -31,7 +31,7 @@ void takeBattery(HostUnit& unit, const String& level) {
     unit.hasBattery = unit.hasBattery || (!level.empty() && level != "0");
 }
 
-// The three words for a value, and whether the unit got one.
+// Handles the words for a value; false for any other.
 bool takeValue(HostUnit& unit, const cHearthixCommand& command, const String& word) {
     if (word == "SetValue")
         unit.value = command.GetMulti("Valu");
@@ -87,8 +87,8 @@ void HostModel::hearLog(const String& line) {
 }
 
 String HostModel::nameOf(const HostUnit& unit) const {
-    const bool isMadeUp = unit.name.empty() || unit.name.view().starts_with(kMadeUpName);
-    const Variant* name = isMadeUp ? nodeNames_.find(unit.address.cut(0, kNodeDigits)) : nullptr;
+    const bool isDefault = unit.name.empty() || unit.name.view().starts_with(kDefaultName);
+    const Variant* name = isDefault ? nodeNames_.find(unit.address.cut(0, kNodeDigits)) : nullptr;
     return name != nullptr ? name->asString() : unit.name;
 }
 

@@ -1,8 +1,7 @@
-// The units as a host keeps them: created by the driver, changed by what it sends, never removed.
+// The units of a host: the driver creates and changes them; they are never removed.
 //
-// Addresses ignore case. The model knows no socket and no file; its document is the same for the driver's
-// question for units and for a units file: a container "unit" for each, with the values Address, Name, Value,
-// Battery, List, Dimmable and ReadOnly.
+// Addresses ignore case. The answer to the driver's "getUnits" and the units file are the same document: a
+// container "unit" for each unit, with the values Address, Name, Value, Battery, List, Dimmable and ReadOnly.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -23,7 +22,7 @@ struct HostUnit : Object {
     String list;
     bool dimmable = false;
     bool readOnly = false;
-    // Whether a level other than 0 ever came: the driver tells 0 for what has no battery.
+    // Whether a level other than 0 has come: the driver sends 0 for units without a battery.
     bool hasBattery = false;
     std::vector<double> recent;        // its last values, as far as they are numbers; the newest is the last
     clocks::Nanoseconds changedAt = 0; // of the monotonic clock; 0 for a unit that was only loaded
@@ -37,18 +36,18 @@ public:
     static constexpr std::size_t kRecentValues = 32;
 
     enum class Change {
-        none,    // the command is about no unit, or tells nothing new
+        none,    // the command is about no unit, or changes nothing
         created, // a new unit
-        kept,    // a unit to be created that was there
+        kept,    // a unit to be created that exists already
         value,
         battery,
         unknown // a value or a battery level of a unit that was never created
     };
 
     Change apply(const cHearthixCommand& command);
-    // Learns a node's name from the driver's log, which tells it when the node presents itself.
+    // Reads a node's name from the driver's log, which contains it when the node presents itself.
     void hearLog(const String& line);
-    // The unit's name where somebody gave it one, or its node's; otherwise the one that the driver made up.
+    // The unit's name if a user gave it one; otherwise the name of its node, or the driver's default.
     String nameOf(const HostUnit& unit) const;
     // Nil when there is none.
     Ref<HostUnit> find(const String& address) const;
@@ -56,10 +55,10 @@ public:
     const std::vector<Ref<HostUnit>>& units() const noexcept { return units_; }
 
     Ref<CXML> document() const;
-    // Adds the units of a document; one that is there already is left alone.
+    // Adds the units of a document that do not exist yet.
     void load(const CXML& document);
-    // The document in a string, for the driver. A packet holds 64 KiB: if the units are too many, then one of
-    // each node and only its address, which is what the driver looks at.
+    // The document for the driver. A packet is limited to 64 KiB: with too many units it contains one unit of
+    // each node and only its address, which is enough for the driver.
     String answerForDriver() const;
 
 private:

@@ -6,6 +6,7 @@
 #include "sim/HostCommands.hpp"
 #include "sim/Session.hpp"
 #include "sim/Subcommands.hpp"
+#include "sim/Text.hpp"
 
 #include <filesystem>
 #include <set>
@@ -14,7 +15,7 @@ namespace hearthix::sim {
 
 namespace {
 
-// For what the driver has sent last to arrive.
+// Time for the driver's last packets to arrive.
 constexpr Integer kFarewellMilliseconds = 200;
 
 // The serial ports that the machine has, for the end of a sentence.
@@ -37,7 +38,7 @@ class HostRun {
 public:
     explicit HostRun(const Settings& settings);
 
-    // Why it ended, when not as it was asked to; empty otherwise.
+    // The reason if the run has failed; empty otherwise.
     String run();
 
 private:
@@ -72,12 +73,12 @@ HostRun::HostRun(const Settings& settings)
     host_.driverEnded = [this](int status) { driverEnded(status); };
     timeOver_.action = [this] {
         const bool isEarly = settings_.count > 0 || !settings_.untilAddress.empty();
-        end(isEarly ? "the time is over, and what --count or --until ask for has not come" : "");
+        end(isEarly ? "the time of --for is over, and the values for --count or --until have not come" : "");
     };
     farewell_.action = [this] { session_.end(); };
 }
 
-// Of a unit that just got a value.
+// Whether the value that this unit has just got ends the run.
 bool HostRun::isAwaited(const String& address) const {
     if (settings_.count > 0 && values_ >= settings_.count)
         return true;
@@ -92,7 +93,7 @@ bool HostRun::isAwaited(const String& address) const {
 void HostRun::driverEnded(int status) {
     if (session_.hasEnded())
         return;
-    String reason = host_.lastWords().empty() ? String() : concat("; it said: ", host_.lastWords());
+    String reason = host_.reasonOfEnd();
     if (host_.lastWords().view().starts_with("no serial port is named "))
         reason += presentPorts();
     if (!settings_.recordFile.empty())
@@ -101,11 +102,12 @@ void HostRun::driverEnded(int status) {
         reason = concat("; ", tap_.trouble());
     if (settings_.host.restart) {
         if (!reason.empty())
-            session_.view().note("host", concat("the driver's end", reason));
+            session_.view().note("host", concat("the driver has ended", reason));
         return;
     }
     if (!host_.hasClosedDriver())
-        failure_ = concat("the driver has ended by itself, with status ", Str(status), reason);
+        failure_ = concat("the driver has ended ", endingText(status), reason,
+                          "; with --restart it is started again");
     farewell_.setIn(kFarewellMilliseconds);
 }
 
@@ -133,13 +135,13 @@ String HostRun::run() {
         timeOver_.setSeconds(settings_.seconds);
     session_.run();
     host_.close();
-    return failure_;
+    return failure_.empty() ? commands_.failure() : failure_;
 }
 
 } // namespace
 
 int runHost(const Settings& settings) {
-    // What is told last stays on the screen.
+    // The message is printed after the screen is closed.
     if (const String failure = HostRun(settings).run(); !failure.empty())
         throw Failure{failure};
     return 0;

@@ -4,7 +4,7 @@
 #include "sim/Text.hpp"
 
 #include <algorithm>
-#include <array>
+#include <cstdlib>
 
 namespace hearthix::sim {
 
@@ -17,7 +17,7 @@ constexpr Integer kAgeMilliseconds = 1000;
 constexpr std::size_t kLogKept = 1000;
 // Title, heading, rule and prompt.
 constexpr int kFixedRows = 4;
-// What is left of the table or the log, if the other one could use all rows.
+// The least rows of the table or the log when the other one could fill the screen.
 constexpr int kLeastRows = 6;
 constexpr int kTimeWidth = 8;
 constexpr int kKindWidth = 8;
@@ -25,55 +25,35 @@ constexpr int kLogIndent = kTimeWidth + kKindWidth + 2;
 constexpr int kLeastText = 30;
 constexpr int kAll = 1'000'000;
 
-constexpr const char* kHint = "a command, or: / filter  < > sort  ! reverse  Tab log  ? keys";
-constexpr std::array<const char*, 14> kKeys{"Tab              on to the log, the command line, the table",
-                                            "arrows, PgUp/Dn  scroll the table or the log",
-                                            "Home, End        to its ends",
-                                            "< >              sort by the next column; ! reverses",
-                                            "/text            only the units that show this; Esc: all",
-                                            "?                these keys; any key leaves them",
-                                            "",
-                                            "any other text   a command for the host; help lists them",
-                                            "Up, Down         earlier commands; Ctrl-P, Ctrl-N everywhere",
-                                            "Ctrl-C, Ctrl-D   end everything; Ctrl-L draws it all anew",
-                                            "",
-                                            "~12m             stale: nothing new for ten minutes or more",
-                                            "!15%             a battery at 20 % or less; -: none known",
-                                            "RECENT           how the last values went, each row for itself"};
+constexpr const char* kHint = "a command, or: arrows select  / filter  < > sort  ! reverse  Tab log  ? keys";
+constexpr const char* kUnitHint =
+    "Space switches the unit  Enter sets it  Ctrl-R asks its node  Esc leaves it";
+const std::vector<std::string> kKeys{"Up, Down         select a unit; Esc leaves it",
+                                     "Space, Enter     switch the selected unit; set it",
+                                     "Ctrl-R           ask the node of the selected unit for its value",
+                                     "PgUp, PgDn       scroll the table or the log; Home, End: to its ends",
+                                     "Tab              on to the log, the command line, the table",
+                                     "< >              sort by the next column; ! reverses",
+                                     "/text            only the units that show this; Esc: all",
+                                     "?                these keys; any key leaves them",
+                                     "",
+                                     "any other text   a command for the host; help lists them",
+                                     "Up, Down         there: earlier commands; Ctrl-P, Ctrl-N everywhere",
+                                     "Ctrl-C, Ctrl-D   end everything; Ctrl-L draws the screen again",
+                                     "",
+                                     "~12m             stale: nothing new for ten minutes or more",
+                                     "!15%             a battery at 20 % or less; -: none known",
+                                     "RECENT           the last values, from the lowest to the highest"};
 
 constexpr char control(char letter) {
     return static_cast<char>(letter - '@');
-}
-
-struct Column {
-    const char* title;
-    int width;
-    bool isRight;
-};
-
-// As wide a name, a value and a line of recent values as there is room for; a width of 0 for what has none.
-std::array<Column, HostTable::columns> columnsFor(int width) {
-    const bool isNarrow = width < 36;
-    const bool isWide = width >= 52;
-    const int edge = isNarrow ? 0 : 5;
-    const int gaps = isNarrow ? 1 : isWide ? 5 : 4;
-    const int address = std::clamp(width / 4, 12, 16);
-    const int room = std::max(width - address - 2 * edge - gaps, 6);
-    const int recent = isWide ? std::min(room / 3, static_cast<int>(HostModel::kRecentValues)) : 0;
-    const int name = isNarrow ? 0 : std::min((room - recent) / 2, 24);
-    return {{{"ADDRESS", address, false},
-             {"NAME", name, false},
-             {"VALUE", room - recent - name, false},
-             {"RECENT", recent, false},
-             {"BATT", edge, true},
-             {"AGE", edge, true}}};
 }
 
 int inColumns(std::string_view ascii) {
     return static_cast<int>(ascii.size());
 }
 
-// A number that is cut off would be a wrong one, so the fields that don't fit go as a whole.
+// Removes whole fields at the end until the rest fits: a number that is cut off would be wrong.
 std::string_view fitting(std::string_view fields, int columns) {
     while (inColumns(fields) > columns && fields.rfind("  ") != std::string_view::npos)
         fields = fields.substr(0, fields.rfind("  "));
@@ -92,7 +72,7 @@ void HostScreen::watch(const HostModel& model) {
     model_ = &model;
 }
 
-// Old lines that somebody has scrolled back to stay in view.
+// Old lines that the user has scrolled back to stay in view.
 void HostScreen::note(const String& kind, const String& text) {
     LogLine line{std::string(clockText(false).view()), std::string(kind.view()), {}};
     const std::string whole = printable(text);
@@ -121,6 +101,11 @@ void HostScreen::showUnits(const HostModel& model) {
     drawSoon();
 }
 
+void HostScreen::showHelp(const std::vector<std::string>& lines) {
+    page_ = lines;
+    drawSoon();
+}
+
 void HostScreen::sizeChanged() {
     screen_.resize();
     draw();
@@ -133,7 +118,7 @@ void HostScreen::readKeys() {
 }
 
 void HostScreen::press(const terminal::Key& key) {
-    if (std::exchange(showsHelp_, false))
+    if (!std::exchange(page_, {}).empty())
         return;
     if (key.is('\n') || key.is('\r') || key.is(KEY_ENTER))
         pressEnter();
@@ -145,11 +130,11 @@ void HostScreen::press(const terminal::Key& key) {
         clearok(curscr, true);
     else if (pane_ == Pane::filter)
         filter_.take(key) ? changeFilter() : scroll(key);
-    else if (!pressCommand(key) && !pressShortcut(key))
+    else if (!pressUnit(key) && !pressCommand(key) && !pressShortcut(key))
         scroll(key);
 }
 
-// The keys that belong to the command line; one that moves, only while the line has the keys.
+// Handles the keys of the command line. Arrow keys belong to it only while it has the focus.
 bool HostScreen::pressCommand(const terminal::Key& key) {
     const bool isHere = pane_ == Pane::line;
     const bool isShortcut =
@@ -171,7 +156,7 @@ bool HostScreen::pressShortcut(const terminal::Key& key) {
     if (key.is('/'))
         pane_ = Pane::filter;
     else if (key.is('?'))
-        showsHelp_ = true;
+        page_ = kKeys;
     else if (key.is('>') || key.is('<'))
         table_.sortBy(key.is('>') ? 1 : -1);
     else if (key.is('!'))
@@ -182,16 +167,19 @@ bool HostScreen::pressShortcut(const terminal::Key& key) {
 }
 
 void HostScreen::pressEnter() {
-    if (pane_ == Pane::filter)
-        pane_ = Pane::table;
-    else if (!typed_.empty())
+    if (typed_.empty() && pane_ == Pane::table && !selected_.empty())
+        return beginSetting();
+    if (pane_ != Pane::filter && !typed_.empty())
         entered_(String(typed_.enter(), TextEncoding::utf8));
+    if (pane_ == Pane::filter || !selected_.empty())
+        pane_ = Pane::table;
 }
 
 void HostScreen::pressEscape() {
     if (typed_.empty()) {
         filter_.clear();
         changeFilter();
+        selected_ = String();
     }
     typed_.clear();
     pane_ = Pane::table;
@@ -211,10 +199,56 @@ void HostScreen::scroll(const terminal::Key& key) {
                   {KEY_NPAGE, page}, {KEY_HOME, -kAll}, {KEY_END, kAll}};
     for (const auto& move : kMoves)
         if (key.is(move.key))
-            isLog ? scrollLog(move.rows) : scrollTable(move.rows);
+            isLog                      ? scrollLog(move.rows)
+            : std::abs(move.rows) == 1 ? select(move.rows)
+                                       : scrollTable(move.rows);
 }
 
-// How far that goes at most, the next frame tells.
+// To the unit above or below; to the first one in view if the selected one is not.
+void HostScreen::select(int step) {
+    const auto units = model_ != nullptr ? table_.units(*model_) : std::vector<const HostUnit*>();
+    const int last = static_cast<int>(units.size()) - 1;
+    const auto found = std::find_if(units.begin(), units.end(),
+                                    [this](const HostUnit* unit) { return unit->address == selected_; });
+    const int old = found == units.end() ? -1 : static_cast<int>(found - units.begin());
+    const bool isInView = old >= firstUnit_ && old < firstUnit_ + tableRows_;
+    const int row = std::clamp(isInView ? old + step : firstUnit_, 0, std::max(last, 0));
+    if (last < 0)
+        return;
+    selected_ = units[static_cast<std::size_t>(row)]->address;
+    firstUnit_ = std::clamp(firstUnit_, row - tableRows_ + 1, row);
+}
+
+// The keys for the selected unit.
+bool HostScreen::pressUnit(const terminal::Key& key) {
+    if (pane_ != Pane::table || selected_.empty() || !typed_.empty())
+        return false;
+    if (key.is(' '))
+        switchUnit();
+    else if (key.is(control('R')))
+        entered_(concat("query ", selected_));
+    else
+        return false;
+    return true;
+}
+
+// A node that reports 0 is shown as ON, so the command that changes it is the value shown.
+void HostScreen::switchUnit() {
+    const Ref<HostUnit> unit = model_->find(selected_);
+    if (unit.isNil())
+        return;
+    if (!unit->dimmable)
+        entered_(concat(unit->value == "ON" ? "on " : "off ", selected_));
+    else
+        entered_(concat("set ", selected_, numberIn(unit->value).value_or(0) > 0 ? " 0" : " 100"));
+}
+
+void HostScreen::beginSetting() {
+    typed_.begin(concat("set ", selected_, " "));
+    pane_ = Pane::line;
+}
+
+// The next frame limits it to what there is.
 void HostScreen::scrollTable(int rows) {
     firstUnit_ = std::clamp(firstUnit_ + rows, 0, kAll);
 }
@@ -224,7 +258,7 @@ void HostScreen::scrollLog(int rows) {
     logBack_ = std::clamp(logBack_ - rows, 0, most);
 }
 
-// A redraw for the age may be due later than this one.
+// Replaces the redraw for the ages, which is due later.
 void HostScreen::drawSoon() {
     if (!redraw_.isSet() || redraw_.Period() > kFrameMilliseconds)
         redraw_.setIn(kFrameMilliseconds);
@@ -242,8 +276,8 @@ void HostScreen::draw() {
     ::erase();
     const String status = status_();
     put(0, 0, COLS, fitting(status, COLS), A_REVERSE);
-    if (showsHelp_) {
-        drawHelp();
+    if (!page_.empty()) {
+        drawPage();
     } else {
         drawHeading();
         drawUnits(units);
@@ -255,16 +289,16 @@ void HostScreen::draw() {
     redraw_.setIn(kAgeMilliseconds);
 }
 
-void HostScreen::drawHelp() const {
-    for (int i = 0; i < static_cast<int>(kKeys.size()) && i < LINES - 3; ++i)
-        put(i + 2, 1, COLS, kKeys[static_cast<std::size_t>(i)]);
+void HostScreen::drawPage() const {
+    for (int i = 0; i < static_cast<int>(page_.size()) && i < LINES - 2; ++i)
+        put(i + 1, 1, COLS, page_[static_cast<std::size_t>(i)]);
 }
 
 void HostScreen::drawHeading() const {
     const attr_t look = A_BOLD | (pane_ == Pane::table ? A_UNDERLINE : A_NORMAL);
     put(1, 0, COLS, "", look);
     int x = 0;
-    const auto columns = columnsFor(COLS);
+    const auto columns = HostTable::headings(COLS);
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const auto& [title, width, isRight] = columns[i];
         std::string text = title;
@@ -286,7 +320,7 @@ void HostScreen::drawUnits(const std::vector<const HostUnit*>& units) {
 void HostScreen::drawUnit(int row, const HostUnit& unit) const {
     const bool stale = isStale(unit);
     const bool low = isBatteryLow(unit);
-    const auto columns = columnsFor(COLS);
+    const auto columns = HostTable::headings(COLS);
     const Integer seconds = (clocks::monotonic() - unit.changedAt) / 1'000'000'000;
     const String age = unit.changedAt == 0 ? String("-") : ageText(seconds);
     const String battery = unit.hasBattery ? unit.battery + "%" : String("-");
@@ -302,11 +336,13 @@ void HostScreen::drawUnit(int row, const HostUnit& unit) const {
          screen_.look(Colour::cyan)},
         {(low ? "!" : "") + std::string(battery.view()), low ? screen_.look(Colour::red) | A_BOLD : A_NORMAL},
         {(stale ? "~" : "") + std::string(age.view()), staleLook}};
+    const attr_t mark = unit.address == selected_ ? A_REVERSE : A_NORMAL;
+    put(row, 0, COLS, "", mark);
     int x = 0;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const int width = columns[i].width;
         const int indent = columns[i].isRight ? std::max(width - inColumns(cells[i].text), 0) : 0;
-        put(row, x + indent, width - indent, cells[i].text, cells[i].look);
+        put(row, x + indent, width - indent, cells[i].text, cells[i].look | mark);
         x += width > 0 ? width + 1 : 0;
     }
 }
@@ -344,7 +380,7 @@ void HostScreen::drawLine() const {
     const auto [text, cursor] = (isFilter ? filter_ : typed_).visible(COLS - 3);
     put(LINES - 1, 0, 2, isFilter ? "/" : ">", A_BOLD);
     if (text.empty() && !hasKeys)
-        put(LINES - 1, 2, COLS, kHint, A_DIM);
+        put(LINES - 1, 2, COLS, pane_ == Pane::table && !selected_.empty() ? kUnitHint : kHint, A_DIM);
     else
         put(LINES - 1, 2, COLS, text);
     curs_set(hasKeys ? 1 : 0);

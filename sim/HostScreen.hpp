@@ -1,9 +1,8 @@
-// The live screen: units above, the log below them, and a line to type in at the bottom.
+// The live screen: the units, the log below them, and a command line at the bottom.
 //
-// Arrow keys and the like belong to one of the three, which Tab changes; what is typed goes to the line in
-// any case. Frames are drawn at a key, ten a second at most when something else has changed, and once a
-// second for the ages. The terminal is as it was before when the screen goes, with the last frame printed on
-// it.
+// Arrow keys and the like belong to one of the three, which Tab changes. Typed characters always go to the
+// command line. A frame is drawn for each key, at most ten times a second for other changes, and once a
+// second for the ages. At the end the terminal gets its earlier settings back, and the last frame is printed.
 #pragma once
 
 #include "sim/Alarm.hpp"
@@ -14,20 +13,24 @@
 
 #include <deque>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace hearthix::sim {
 
 class HostScreen : public HostView {
 public:
-    // The status is asked for with each frame.
+    // The status is the title of each frame.
     HostScreen(std::function<String()> status, std::function<void(const String& line)> entered);
 
     void watch(const HostModel& model);
     void note(const String& kind, const String& text) override;
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
-    // Turns to the next page of units.
+    // Shows the next page of units.
     void showUnits(const HostModel& model) override;
-    // Takes all keys that wait.
+    // Shows the lines in place of table and log until a key is pressed.
+    void showHelp(const std::vector<std::string>& lines) override;
+    // Handles all keys that have been pressed.
     void readKeys();
     void sizeChanged();
 
@@ -42,8 +45,12 @@ private:
     void press(const terminal::Key& key);
     bool pressCommand(const terminal::Key& key);
     bool pressShortcut(const terminal::Key& key);
+    bool pressUnit(const terminal::Key& key);
     void pressEnter();
     void pressEscape();
+    void select(int step);
+    void switchUnit();
+    void beginSetting();
     void scroll(const terminal::Key& key);
     void scrollTable(int rows);
     void scrollLog(int rows);
@@ -51,7 +58,7 @@ private:
 
     void drawSoon();
     void draw();
-    void drawHelp() const;
+    void drawPage() const;
     void drawHeading() const;
     void drawUnits(const std::vector<const HostUnit*>& units);
     void drawUnit(int row, const HostUnit& unit) const;
@@ -69,11 +76,12 @@ private:
     TypedLine typed_;
     TypedLine filter_;
     Pane pane_ = Pane::table;
-    bool showsHelp_ = false;
-    int tableRows_ = 1; // as of the last frame, like the next one
+    String selected_;               // the address of a unit; empty for none
+    std::vector<std::string> page_; // in place of table and log; empty for none
+    int tableRows_ = 1;             // in the last frame, like logRows_
     int logRows_ = 1;
     int firstUnit_ = 0;
-    int logBack_ = 0; // how many lines from the newest
+    int logBack_ = 0; // lines between the end of the log and the last one shown
     Alarm redraw_;
 };
 

@@ -68,21 +68,23 @@ void HostServer::accept(int descriptor) {
         const auto unwanted = Ref<TCPSocket>::make();
         unwanted->adopt(descriptor);
         unwanted->Close();
-        noted("turned a second driver away: one is connected already");
+        noted("a second driver was refused, because one is connected");
         return;
     }
     link_ = Ref<Link>::make(*this);
     link_->adopt(descriptor);
 }
 
-void HostServer::send(const Ref<cHearthixCommand>& packet) {
+void HostServer::send(std::initializer_list<Ref<cHearthixCommand>> packets) {
     if (!hasDriver())
         return;
-    const String bytes = packet->GetRawCommand();
-    link_->Write(bytes);
+    for (const Ref<cHearthixCommand>& packet : packets) {
+        packet->RawCommonCommand = packet->GetRawCommand();
+        link_->Write(packet->RawCommonCommand);
+    }
     link_->Flush();
-    packet->RawCommonCommand = bytes;
-    sent(packet);
+    for (const Ref<cHearthixCommand>& packet : packets)
+        sent(packet);
 }
 
 void HostServer::drop(const String& reason) {
@@ -105,7 +107,7 @@ bool HostServer::takeGreeting(Link& link) {
     const std::string_view bytes = link.buffer.view();
     const std::string_view greeting(kGreeting);
     if (!greeting.starts_with(bytes.substr(0, greeting.size())) || bytes.size() > kLongestGreeting) {
-        drop("it did not introduce itself as a driver");
+        drop("its first line is not that of a driver");
         return false;
     }
     if (end == 0)

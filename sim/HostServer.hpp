@@ -1,7 +1,7 @@
-// The host's end of the link: it waits for a driver, takes its stream apart and sends it packets.
+// The host's end of the link: waits for a driver, splits its stream into packets, and sends packets.
 //
-// One driver at a time; a second one is turned away. Each packet goes out in one piece: a driver may rely on
-// that. A stream that can't be taken apart any more ends the link.
+// One driver can be connected at a time; a second one is refused. Each packet is sent in one write, which
+// drivers rely on. A stream that cannot be split into packets ends the link.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
@@ -9,29 +9,30 @@
 #include "sim/system/ListeningSocket.hpp"
 
 #include <functional>
+#include <initializer_list>
 
 namespace hearthix::sim {
 
 class HostServer {
 public:
-    // A driver has connected and told its connection ID.
+    // A driver has connected and sent its connection ID.
     std::function<void(const String& connectionId)> connected;
     std::function<void(const String& reason)> disconnected;
     // Every packet of the driver, log packets included.
     std::function<void(const Ref<cHearthixCommand>& packet)> received;
     std::function<void(const Ref<cHearthixCommand>& packet)> sent;
-    // What a person should know about the link.
+    // A sentence about the link for the user.
     std::function<void(const String& text)> noted;
 
     HostServer();
     ~HostServer();
 
-    // Raises Failure when the address can't be had.
+    // Raises Failure when the address is unavailable.
     void listen(const String& address, Integer port);
     Integer port() const noexcept { return listener_->Port(); }
     bool hasDriver() const noexcept;
-    // Dropped when there is no driver.
-    void send(const Ref<cHearthixCommand>& packet);
+    // Sends the packets in one write. They are discarded when there is no driver.
+    void send(std::initializer_list<Ref<cHearthixCommand>> packets);
     void drop(const String& reason);
     // Nothing is read while it is on.
     void stall(bool on) { stalled_ = on; }

@@ -3,7 +3,6 @@
 #include "runtime/text/StringFunctions.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -18,7 +17,7 @@ constexpr clocks::Nanoseconds kStaleAfter = 600'000'000'000;
 constexpr double kLowBattery = 20;
 constexpr double kNone = std::numeric_limits<double>::infinity();
 
-// A number, or kNone; a text; and the address, by which goes what is the same otherwise.
+// A number or kNone, then a text, then the address.
 using SortKey = std::tuple<double, std::string, std::string>;
 
 std::string lower(const String& text) {
@@ -63,12 +62,33 @@ std::string sparkLine(const HostUnit& unit, std::size_t columns) {
     const auto first = unit.recent.end() - static_cast<std::ptrdiff_t>(count);
     const auto [low, high] = std::minmax_element(first, unit.recent.end());
     for (auto each = first; each != unit.recent.end(); ++each) {
-        // Halved, since the way between two finite numbers need not be one.
+        // Halved, because the difference of two finite numbers can be infinite.
         const double range = *high / 2 - *low / 2;
         const double part = range > 0 ? (*each / 2 - *low / 2) / range : 0;
         line += kBlocks[static_cast<std::size_t>(std::lround(part * (kBlocks.size() - 1)))];
     }
     return line;
+}
+
+// A wide screen gives more space to names, and leaves the rest empty: no value needs it.
+std::array<HostTable::Heading, HostTable::columns> HostTable::headings(int width) {
+    constexpr int kWidestName = 48;
+    constexpr int kWidestValue = 40;
+    const bool isNarrow = width < 36;
+    const bool isWide = width >= 52;
+    const int edge = isNarrow ? 0 : 5;
+    const int gaps = isNarrow ? 1 : isWide ? 5 : 4;
+    const int address = std::clamp(width / 4, 12, 16);
+    const int rest = std::max(width - address - 2 * edge - gaps, 6);
+    const int recent = isWide ? std::min(rest / 3, static_cast<int>(HostModel::kRecentValues)) : 0;
+    const int name = isNarrow ? 0 : std::min((rest - recent) / 2, kWidestName);
+    const int value = std::min(rest - recent - name, kWidestValue);
+    return {{{"ADDRESS", address, false},
+             {"NAME", name, false},
+             {"VALUE", value, false},
+             {"RECENT", recent, false},
+             {"BATT", edge, true},
+             {"AGE", edge, true}}};
 }
 
 void HostTable::sortBy(int step) {
@@ -83,7 +103,7 @@ std::vector<const HostUnit*> HostTable::units(const HostModel& model) const {
         if (filter.empty() ||
             InStr(1, concat(unit->address, " ", model.nameOf(*unit), " ", unit->value), filter) > 0)
             entries.emplace_back(sortKey(model, *unit, sortedBy_), &*unit);
-    // What has no number stays behind what has one.
+    // Units without a number come last in both orders.
     std::sort(entries.begin(), entries.end(), [this](const auto& left, const auto& right) {
         const bool leftIsNone = std::get<0>(left.first) == kNone;
         const bool rightIsNone = std::get<0>(right.first) == kNone;

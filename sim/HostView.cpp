@@ -1,7 +1,7 @@
 #include "sim/HostView.hpp"
 
-#include "runtime/process/Console.hpp"
 #include "runtime/text/StringFunctions.hpp"
+#include "sim/Output.hpp"
 #include "sim/Text.hpp"
 
 namespace hearthix::sim {
@@ -13,7 +13,7 @@ constexpr std::size_t kKindColumns = 8;
 void printLine(std::string_view kind, std::string_view text) {
     std::string line(clockText(true).view());
     line.append(" ").append(padded(kind, kKindColumns)).append(" ").append(printable(text));
-    Print(String(line, TextEncoding::utf8));
+    putLine(line);
 }
 
 String withBattery(const HostUnit& unit) {
@@ -44,6 +44,11 @@ void PlainView::showUnits(const HostModel& model) {
     }
     if (model.units().empty())
         printLine("units", "none yet");
+}
+
+void PlainView::showHelp(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines)
+        note("help", String(std::string_view(line)));
 }
 
 void PlainView::typed(std::string_view bytes) {

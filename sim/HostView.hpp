@@ -1,10 +1,12 @@
-// Where a person sees what happens: a live screen on a terminal, plain lines anywhere else.
+// The user's view of events: a live screen on a terminal, plain lines elsewhere.
 #pragma once
 
 #include "sim/HostModel.hpp"
 
 #include <functional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace hearthix::sim {
 
@@ -15,14 +17,15 @@ public:
     HostView& operator=(const HostView&) = delete;
     virtual ~HostView() = default;
 
-    // A line for the log. The kind is a short word that names the speaker.
+    // A line for the log. The kind is a short word for its source.
     virtual void note(const String& kind, const String& text) = 0;
     virtual void unitChanged(const HostUnit& unit, HostModel::Change change) = 0;
-    // The list of units, on request.
+    // Lists the units, for the command "units".
     virtual void showUnits(const HostModel& model) = 0;
+    virtual void showHelp(const std::vector<std::string>& lines) = 0;
 };
 
-// One line for each event, without any control character.
+// Prints one line for each event, without control characters.
 class PlainView : public HostView {
 public:
     explicit PlainView(std::function<void(const String& line)> entered) : entered_(std::move(entered)) {}
@@ -30,7 +33,8 @@ public:
     void note(const String& kind, const String& text) override;
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
     void showUnits(const HostModel& model) override;
-    // Bytes typed by a person, or from a pipe.
+    void showHelp(const std::vector<std::string>& lines) override;
+    // Bytes from standard input.
     void typed(std::string_view bytes);
 
 private:

@@ -1,14 +1,16 @@
-// Files that the stand-ins are given to read.
+// Files that the program is given to read.
 #pragma once
 
 #include "runtime/text/String.hpp"
 
-#include <optional>
 #include <string>
 
 namespace hearthix::sim {
 
-// All of a file, or of a pipe; nothing when it can't be read.
-std::optional<std::string> contentOf(const String& path);
+// The content of a regular file of at most 64 MiB; raises Failure for any other. The option is for the
+// message.
+std::string contentOf(const String& path, const char* option);
+// Raises Failure unless there is such a file.
+void requireRegularFile(const String& path, const char* option);
 
 } // namespace hearthix::sim

@@ -1,7 +1,7 @@
 #include "sim/JsonView.hpp"
 
-#include "runtime/process/Console.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "sim/Output.hpp"
 
 #include <array>
 #include <ctime>
@@ -41,7 +41,7 @@ Json objectOf(std::string_view kind, const HostUnit& unit) {
 }
 
 void print(const Json& object) {
-    Print(object.dump(-1, ' ', true, Json::error_handler_t::replace).c_str());
+    putLine(object.dump(-1, ' ', true, Json::error_handler_t::replace));
 }
 
 } // namespace

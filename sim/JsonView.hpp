@@ -1,8 +1,8 @@
-// For scripts: one JSON object a line for each event, whatever came over the wire in plain ASCII.
+// For scripts: one JSON object for each event, on a line of its own, in ASCII.
 //
-// Each has "time", in UTC, and "kind". What concerns a unit has "address", "name", "value" and "battery",
-// null where nothing came yet; "battery" is a number, "value" a text, as the driver sent it. Everything else
-// has "text", and a line of the driver's log its "level".
+// Each has "time", in UTC, and "kind". Events of a unit have "address", "name", "value" and "battery", null
+// before the first one; "battery" is a number, "value" a text, as the driver sent it. All others have "text",
+// and a line of the driver's log its "level".
 #pragma once
 
 #include "sim/HostView.hpp"

@@ -31,7 +31,7 @@ String internalLine(Integer node, Integer subType, const String& payload) {
     return lineOf(node, mySensors::kNodeLevelChild, mySensors::kInternal, subType, payload);
 }
 
-// What a child presents itself as, by the variable that it reports, from 0 to 23; a custom sensor beyond.
+// The type that a child presents, by the variable that it reports, 0 to 23; above that a custom sensor.
 Integer presentationOf(const MeshChild& child) {
     constexpr Integer kCustom = 23;
     static constexpr std::array<Integer, 24> kPresented{6,  7,  3,  4,  8, 23, 10, 23, 9,  23, 23, 11,
@@ -93,6 +93,18 @@ void ensureVocabulary() {
 String unitAddress(Integer node, Integer child, Integer variableType) {
     ensureVocabulary();
     return concat(hexByte(node), hexByte(child), ".", mySensors::varTypeToSuffix(variableType));
+}
+
+bool isUnitAddress(const String& address) {
+    ensureVocabulary();
+    constexpr std::size_t kDigits = 4;
+    const std::string_view text = address.view();
+    const std::string_view root = text.substr(0, kDigits);
+    const bool isRoot = text.size() > kDigits + 1 && text[kDigits] == '.' &&
+                        root.find_first_not_of("0123456789ABCDEFabcdef") == std::string_view::npos;
+    const String suffix = address.cut(kDigits + 1);
+    const bool isUnknownType = suffix.size() == 7 && InStr(1, suffix, "UNKN") == 1;
+    return isRoot && (isUnknownType || mySensors::SuffixToVarType(suffix) >= 0);
 }
 
 Mesh::Mesh(std::vector<MeshNode> nodes, unsigned seed) : nodes_(std::move(nodes)), random_(seed) {
@@ -185,7 +197,7 @@ String Mesh::report(const MeshNode& node, const MeshChild& child) const {
     return lineOf(node.id, child.id, mySensors::kSet, child.variableType, child.value);
 }
 
-// By at most a tenth of the range, and at least one step.
+// Changes the value by up to a tenth of the range, but at least by up to one step.
 void Mesh::wander(MeshChild& child) {
     if (child.kind != MeshChild::Kind::sensor)
         return;

@@ -1,8 +1,8 @@
-// A mesh of sensor nodes, as it looks from behind its gateway: lines of the MySensors serial API, out and in.
+// A mesh of sensor nodes behind a gateway: sends and receives lines of the MySensors serial API.
 //
-// The mesh knows no transport and no clock: whoever drives it tells the time, in milliseconds from an
-// arbitrary start, and carries the lines. Lines come without their line feed. A description (MeshFile) says
-// what nodes there are; the values wander at random, in the same way for the same seed.
+// The mesh has no transport and no clock: its owner passes the time, in milliseconds from an arbitrary start,
+// and the lines, without their line feeds. A description (MeshFile) lists the nodes. The values vary at
+// random, in the same way for the same seed.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -14,10 +14,10 @@ namespace hearthix::sim {
 
 struct MeshChild {
     enum class Kind {
-        sensor, // a number that wanders between two bounds
+        sensor, // a number that varies between two bounds
         text,   // always the same text
-        toggle, // 0 or 1, as the controller says
-        dimmer  // 0 to 100, as the controller says
+        toggle, // 0 or 1, as commanded
+        dimmer  // 0 to 100, as commanded
     };
     Kind kind = Kind::sensor;
     Integer id = 0;
@@ -33,7 +33,7 @@ struct MeshChild {
 struct MeshNode {
     static constexpr Integer kNoId = 255;
 
-    Integer id = kNoId; // kNoId until the controller gives it one
+    Integer id = kNoId; // kNoId until the controller assigns one
     String name;
     Integer battery = -1; // per cent; below 0 for a node on the mains
     Integer batteryEvery = 60'000;
@@ -53,22 +53,22 @@ struct MeshCounts {
     Integer times = 0;
     Integer configs = 0;
     Integer ids = 0;
-    Integer ignored = 0; // lines for nobody
+    Integer ignored = 0; // lines that no node understands
 };
 
 class Mesh {
 public:
     explicit Mesh(std::vector<MeshNode> nodes, unsigned seed = 1);
 
-    // The nodes start anew, as after a power cut: presentation, questions, first values.
+    // The nodes start as after a power cut: presentation, questions, first values.
     void restart(Integer now);
-    // What the nodes say by themselves up to now.
+    // The lines that the nodes send by themselves up to now.
     std::vector<String> due(Integer now);
-    // When due has something to say next; far in the future when never.
+    // When due returns something next; INT64_MAX for never.
     Integer nextDue() const;
-    // What the mesh answers to a line from the controller.
+    // The answer of the mesh to a line from the controller.
     std::vector<String> answer(const String& text, Integer now);
-    // The next sensor's new value, whatever its schedule; empty when no node has an ID and a sensor.
+    // A new value of the next sensor, regardless of its schedule; empty if no node has an ID and a sensor.
     String nextReport();
 
     const MeshCounts& counts() const noexcept { return counts_; }
@@ -93,11 +93,13 @@ private:
     std::size_t nextReporter_ = 0;
 };
 
-// Makes the protocol's vocabulary ready for use, once.
+// Creates the protocol's vocabulary unless it exists.
 void ensureVocabulary();
 // A number with so many decimals.
 String decimalText(double number, int decimals);
 // The address that a host gives the unit of a child's variable, such as 0A03.TEMP.
 String unitAddress(Integer node, Integer child, Integer variableType);
+// Whether the driver would use such an address, in capitals or not.
+bool isUnitAddress(const String& address);
 
 } // namespace hearthix::sim

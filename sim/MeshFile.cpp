@@ -81,18 +81,18 @@ String stringOf(std::string_view text) {
     return String(text, TextEncoding::utf8);
 }
 
-// A table of the file, whose faults are told with the file's name, the line and the column.
+// A table of the file. Faults are reported with the file's name, the line and the column.
 class Reader {
 public:
-    // Only these keys are known.
+    // Refuses all other keys.
     Reader(const String& file, const toml::node& node, std::initializer_list<std::string_view> keys)
         : file_(file), node_(node) {
         if (!node.is_table())
-            fail(node.source(), "this is no table; hearthix-sim gateway --help shows an example");
+            fail(node.source(), "this is not a table; hearthix-sim gateway --help shows an example");
         for (const auto& [key, value] : table())
             if (std::find(keys.begin(), keys.end(), key.str()) == keys.end())
-                fail(key.source(), concat("nothing is called '", stringOf(key.str()),
-                                          "' here; hearthix-sim gateway --help shows what is"));
+                fail(key.source(), concat("the key '", stringOf(key.str()),
+                                          "' is unknown here; hearthix-sim gateway --help shows all keys"));
     }
     [[noreturn]] static void fail(const String& file, const toml::source_region& at, const String& reason) {
         throw Failure{
@@ -108,23 +108,23 @@ public:
     double number(const char* key, double lowest, double highest) const {
         const std::optional<double> value = table()[key].value<double>();
         if (!value || !(*value >= lowest && *value <= highest))
-            fail(key, concat(key, " has to be a number from ", Str(lowest), " to ", Str(highest)));
+            fail(key, concat(key, " must be a number from ", Str(lowest), " to ", Str(highest)));
         return *value;
     }
     Integer whole(const char* key, Integer lowest, Integer highest) const {
         const std::optional<Integer> value = table()[key].value<Integer>();
         if (!value || *value < lowest || *value > highest)
-            fail(key, concat(key, " has to be a whole number from ", Str(lowest), " to ", Str(highest)));
+            fail(key, concat(key, " must be a whole number from ", Str(lowest), " to ", Str(highest)));
         return *value;
     }
     Integer milliseconds(const char* key, Integer fallback) const {
         return has(key) ? toInteger(number(key, 0.01, kLongestEvery) * 1000) : fallback;
     }
-    // What would end a field or a line of the gateway is replaced.
+    // Replaces the characters that end a field or a line of the gateway.
     String text(const char* key) const {
         const std::optional<std::string> value = table()[key].value<std::string>();
         if (!value)
-            fail(key, concat(key, " has to be a text in quotes"));
+            fail(key, concat(key, " must be a text in quotes"));
         return ReplaceAll(ReplaceAll(stringOf(*value), ";", ","), "\n", " ");
     }
     template <class Take>
@@ -133,7 +133,7 @@ public:
             return;
         const toml::array* list = table()[key].as_array();
         if (list == nullptr)
-            fail(key, concat(key, " has to be a list"));
+            fail(key, concat(key, " must be a list"));
         for (const toml::node& element : *list)
             take(element);
     }
@@ -159,7 +159,7 @@ MeshChild childFrom(const String& file, const toml::node& node) {
     child.id = reader.whole("id", 0, 254);
     child.variableType = mySensors::SuffixToVarType(reader.text("type"));
     if (child.variableType < 0)
-        reader.fail("type", "there is no such type; hearthix-sim types lists them");
+        reader.fail("type", "this type is unknown; hearthix-sim types lists all");
     child.every = reader.milliseconds("every", 5000);
     const String suffix = mySensors::varTypeToSuffix(child.variableType);
     if (reader.has("text")) {
@@ -231,10 +231,7 @@ std::vector<MeshNode> parseMesh(const String& text, const String& name) {
 std::vector<MeshNode> loadMesh(const String& path) {
     if (path.empty())
         return parseMesh(kStandardMesh, "standard mesh");
-    const std::optional<std::string> text = contentOf(path);
-    if (!text)
-        throw Failure{concat("cannot read the mesh in ", path, "; name a readable file with --mesh FILE")};
-    return parseMesh(stringOf(*text), path);
+    return parseMesh(stringOf(contentOf(path, "--mesh")), path);
 }
 
 } // namespace hearthix::sim

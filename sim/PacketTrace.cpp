@@ -24,7 +24,7 @@ void appendDocument(std::vector<String>& lines, const String& bytes) {
     try {
         document->loadFromString(bytes);
     } catch (const RuntimeException&) {
-        lines.emplace_back("  (the document breaks off here)");
+        lines.emplace_back("  (the document is incomplete)");
     }
     appendLines(lines, document->getAsDebugData(), "\n");
 }

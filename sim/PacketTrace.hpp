@@ -7,8 +7,8 @@
 
 namespace hearthix::sim {
 
-// One line of keys and values for a multipacket, with a document under "DATA" laid out below it; the record's
-// own description for a common message.
+// For a multipacket, one line of keys and values, followed by the lines of a document under "DATA"; for a
+// common message, the record's own description.
 std::vector<String> traceOf(const cHearthixCommand& packet);
 
 } // namespace hearthix::sim

@@ -6,7 +6,6 @@
 #include "sim/InputFile.hpp"
 #include "sim/Text.hpp"
 
-#include <optional>
 #include <string>
 
 namespace hearthix::sim {
@@ -34,11 +33,7 @@ std::vector<RecordedLine> parseRecording(const String& text, const String& name)
 }
 
 std::vector<RecordedLine> loadRecording(const String& path) {
-    const std::optional<std::string> text = contentOf(path);
-    if (!text)
-        throw Failure{
-            concat("cannot read the recording in ", path, "; name a readable file with --replay FILE")};
-    return parseRecording(String(std::string_view(*text)), path);
+    return parseRecording(String(std::string_view(contentOf(path, "--replay"))), path);
 }
 
 void Recorder::open(const String& path) {

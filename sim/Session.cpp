@@ -3,6 +3,7 @@
 #include "runtime/process/ConsoleApplication.hpp"
 #include "shell/log/Log.hpp"
 #include "sim/JsonView.hpp"
+#include "sim/Output.hpp"
 #include "sim/system/Terminal.hpp"
 
 #include <csignal>
@@ -26,6 +27,7 @@ Session::Session(Shows shows) : signals_(Ref<SignalWatch>::make()), input_(Ref<C
         auto screen = std::make_unique<HostScreen>([this] { return status ? status() : String(); }, enter);
         screen_ = screen.get();
         input_->ready = [this] { screen_->readKeys(); };
+        input_->ended = [this] { ended_ = true; };
         view_ = std::move(screen);
     } else {
         std::unique_ptr<PlainView> plain;
@@ -34,9 +36,9 @@ Session::Session(Shows shows) : signals_(Ref<SignalWatch>::make()), input_(Ref<C
         else
             plain = std::make_unique<PlainView>(enter);
         input_->received = [view = plain.get()](std::string_view bytes) { view->typed(bytes); };
+        input_->ended = [view = plain.get()] { view->typed("\n"); }; // the last line may have no line end
         view_ = std::move(plain);
     }
-    input_->ended = [this] { ended_ = ended_ || screen_ != nullptr; };
     input_->Open();
     Log::setSink([this](const String& line, Integer) { view_->note("note", line); });
 }
@@ -58,7 +60,7 @@ void Session::signal(int number) {
 }
 
 void Session::run() {
-    while (!ended_ && !terminal::isOutputGone())
+    while (!ended_ && !terminal::isOutputGone() && outputLoss() == 0)
         ConsoleApplication::DoEvents(kTurnMilliseconds);
 }
 

@@ -1,9 +1,9 @@
 // The subcommand "soak": the demo's mesh at high speed, and mishaps that come and go.
-#include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/values/Clock.hpp"
 #include "sim/MeshFile.hpp"
+#include "sim/Output.hpp"
 #include "sim/Rig.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/system/SignalWatch.hpp"
@@ -38,9 +38,10 @@ public:
     }
     void unitChanged(const HostUnit&, HostModel::Change) override {}
     void showUnits(const HostModel&) override {}
+    void showHelp(const std::vector<std::string>&) override {}
     void print() const {
         for (const String& line : lines_)
-            Print(String(printable(line.view()), TextEncoding::utf8));
+            putLine(printable(line.view()));
     }
 
 private:
@@ -158,7 +159,7 @@ Soak::Soak(const Settings& settings)
     rig_.host.driverEnded = [this](int status) {
         ++ends_;
         if (status != expectedEnd_)
-            fail(concat("the driver has ended with status ", Str(status)));
+            fail(concat("the driver has ended ", endingText(status)));
         rig_.host.setTransport(rig_.gateway.transport());
     };
     signals_->caught = [this](int) { interrupted_ = true; };
@@ -253,11 +254,11 @@ void Soak::settle(const char* name) {
     commandDue_.cancel();
     const bool settled = rig_.settle(kSettleMilliseconds);
     const DeliveryCheck& check = rig_.check;
-    Print(concat(clockText(false), "  ", Str(static_cast<Integer>(elapsed())), " of ",
-                 Str(static_cast<Integer>(seconds_)), " s  ", String(padded(name, 18)),
-                 Str(check.delivered()), " values of ", Str(check.expected()), ", ", Str(check.inFlight()),
-                 " in flight; driver ", Holding(Str(rig_.host.driverProcess())).text(), ", this ",
-                 Holding("self").text()));
+    putLine(concat(clockText(false), "  ", Str(static_cast<Integer>(elapsed())), " of ",
+                   Str(static_cast<Integer>(seconds_)), " s  ", String(padded(name, 18)),
+                   Str(check.delivered()), " values of ", Str(check.expected()), ", ", Str(check.inFlight()),
+                   " in flight; driver ", Holding(Str(rig_.host.driverProcess())).text(), ", this ",
+                   Holding("self").text()));
     if (!settled)
         fail(concat(Str(check.missing()), " values and ", Str(check.commandsMissing()), " commands lost, ",
                     Str(check.disagreements(rig_.host.model())), " units wrong"));
@@ -304,7 +305,7 @@ String Soak::verdict() const {
 int runSoak(const Settings& settings) {
     Soak soak(settings);
     soak.run();
-    Print(soak.verdict());
+    putLine(soak.verdict());
     return soak.succeeded() ? 0 : 1;
 }
 

@@ -1,4 +1,4 @@
-// Where something listens.
+// The address of a TCP listener.
 #pragma once
 
 #include "runtime/text/Numbers.hpp"

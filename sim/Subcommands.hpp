@@ -1,5 +1,4 @@
-// The subcommands. Each takes what the command line says and returns the exit status; each raises Failure
-// for what it cannot do.
+// The subcommands. Each returns the exit status, and raises Failure for what it cannot do.
 #pragma once
 
 #include "sim/GatewayServer.hpp"
@@ -13,10 +12,10 @@ namespace hearthix::sim {
 struct Settings {
     GatewaySettings gateway;
     HostSettings host;
-    double seconds = 0; // how long it runs; 0 for as long as nobody ends it
+    double seconds = 0; // how long it runs; 0 for no limit
     String meshFile;    // empty for the standard mesh
     String replayFile;
-    String recordFile; // of what a host's driver and its gateway say; empty for none
+    String recordFile; // of the lines between a host's driver and its gateway; empty for none
     bool json = false;
     Integer count = 0;   // values after which the host ends; 0 for none
     String untilAddress; // the unit whose value ends it; empty for none

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 
 #include <wchar.h>
@@ -16,18 +17,18 @@ namespace hearthix::sim {
 
 namespace {
 
-// What turns the direction of writing for all that follows it in the row.
+// Whether the character changes the direction of the text after it.
 bool turnsWriting(wchar_t character) {
     return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }
 
 struct Character {
     std::size_t size = 1; // in bytes
-    int columns = -1;     // -1 for what isn't shown, or is no character
+    int columns = -1;     // -1 for bytes that are not shown, or are not a character
 };
 
-// The C library knows the longer forms of a code for none: they would hide a control character from us, but
-// not from every terminal.
+// The C library rejects overlong forms of a code. Some terminals accept them, so that they could contain
+// control characters.
 Character firstOf(std::string_view text) {
     terminal::useUtf8();
     wchar_t character = 0;
@@ -89,6 +90,13 @@ std::vector<String> wordsOf(std::string_view line) {
         words.emplace_back(line.substr(0, end), TextEncoding::utf8);
         line.remove_prefix(std::min(end + (quoted ? 1 : 0), line.size()));
     }
+}
+
+String endingText(int status) {
+    constexpr int kSignalled = 128;
+    if (status <= kSignalled)
+        return concat("with status ", Str(status));
+    return concat("by signal ", Str(status - kSignalled), " (", strsignal(status - kSignalled), ")");
 }
 
 String clockText(bool withMilliseconds) {

@@ -1,4 +1,4 @@
-// Text for a terminal: what came over a wire may hold anything.
+// Text for a terminal. Text from the wire can contain any bytes.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -9,19 +9,23 @@
 
 namespace hearthix::sim {
 
-// The text with a question mark for every character that isn't shown, such as one that moves the cursor, and
-// for every byte that belongs to no UTF-8 character.
+// Replaces characters that are not shown, such as those that move the cursor, and bytes that are not UTF-8 by
+// question marks.
 std::string printable(std::string_view text);
-// How many bytes of the text fit into a line of so many columns, which are at least two: cut after a blank
-// where there is one.
+// How many bytes of the text fit into a line of at least two columns. The line ends after a blank if there is
+// one.
 std::size_t lineOf(std::string_view text, int columns);
 
-// Words of our own, in ASCII, filled with blanks to so many columns.
+// An ASCII text, filled with blanks up to a number of columns.
 std::string padded(std::string_view text, std::size_t columns);
 std::string paddedLeft(std::string_view text, std::size_t columns);
 
-// The words of a line; one in double quotes may hold blanks.
+// The words of a line; a word in double quotes can contain blanks.
 std::vector<String> wordsOf(std::string_view line);
+
+// How a program has ended, behind "has ended": "with status 1", or "by signal 9 (Killed)" for 128 and a
+// signal's number.
+String endingText(int status);
 
 // The local time of day, "09:05:02", or with milliseconds, "09:05:02.117".
 String clockText(bool withMilliseconds);

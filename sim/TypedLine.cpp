@@ -32,12 +32,18 @@ void TypedLine::clear() {
     recalled_ = entered_.size();
 }
 
+void TypedLine::begin(std::string_view text) {
+    clear();
+    text_.assign(text.begin(), text.end());
+    cursor_ = text_.size();
+}
+
 bool TypedLine::take(const terminal::Key& key) {
     constexpr char kDelete = 127;
     const std::size_t end = text_.size();
     const std::size_t before = cursor_ > 0 ? cursor_ - 1 : 0;
     const std::size_t behind = std::min(cursor_ + 1, end);
-    // What each key takes away, and where it puts the cursor.
+    // The range that each key erases, and the cursor after it.
     const struct {
         bool isPressed;
         std::size_t from, to, cursor;

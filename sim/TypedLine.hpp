@@ -1,9 +1,10 @@
-// A line that somebody types: a cursor that moves in it, and the lines that were entered before.
+// A line that the user edits, with a cursor and a history.
 #pragma once
 
 #include "sim/system/Terminal.hpp"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace hearthix::sim {
@@ -13,14 +14,16 @@ public:
     bool empty() const noexcept { return text_.empty(); }
     std::string text() const { return bytesOf(text_); }
     void clear();
-    // Carries out an editing key, or adds a character. False when the key means nothing to a line.
+    // Replaces the text by one in ASCII, with the cursor behind it.
+    void begin(std::string_view text);
+    // Carries out an editing key, or adds a character. False for any other key.
     bool take(const terminal::Key& key);
-    // Goes back among the lines entered, or on again.
+    // Shows an earlier (-1) or later (1) line of the history.
     void recall(int step);
-    // The text, which is kept to be recalled; the line is empty after that.
+    // Returns the text, adds it to the history, and empties the line.
     std::string enter();
 
-    // What fits around the cursor, and in which of the columns that stands.
+    // The part of the text around the cursor that fits, and the cursor's column in it.
     struct Part {
         std::string text;
         int cursor = 0;
@@ -33,7 +36,7 @@ private:
     std::wstring text_;
     std::size_t cursor_ = 0;
     std::vector<std::wstring> entered_;
-    std::size_t recalled_ = 0; // the place among those; after the last when none is
+    std::size_t recalled_ = 0; // the index of the line shown; the size if none is
 };
 
 } // namespace hearthix::sim

@@ -1,17 +1,19 @@
-// hearthix-sim: a stand-in host and a stand-in gateway, for seeing and trying the driver without either.
+// hearthix-sim: a stand-in host and a stand-in gateway, to see and try the driver without the real ones.
 //
-// The command line, and nothing else: what it says goes into the settings, of which the subcommands take
-// care.
+// This file reads the command line into the settings of the subcommands.
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "shell/log/Log.hpp"
 #include "sim/Failure.hpp"
 #include "sim/MeshFile.hpp"
+#include "sim/Output.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/Text.hpp"
 
+#include <cerrno>
 #include <charconv>
 #include <CLI/CLI.hpp>
+#include <cstring>
 
 namespace hearthix::sim {
 
@@ -38,15 +40,15 @@ CLI::Option* number(CLI::App& app, const char* name, const char* type, double lo
         double value = 0;
         const auto [end, error] = std::from_chars(given.data(), given.data() + given.size(), value);
         const bool isNumber = error == std::errc() && end == given.data() + given.size();
-        return isNumber && value >= lowest && value <= highest
-                   ? std::string()
-                   : "not a number from " + CLI::detail::to_string(lowest) + " to " +
-                         CLI::detail::to_string(highest) + ": " + given;
+        if (isNumber && value >= lowest && value <= highest)
+            return std::string();
+        return std::string(
+            concat("not a number from ", Str(lowest), " to ", Str(highest), ": ", textOf(given)).view());
     };
     return app.add_option(name, target, help)->type_name(type)->check(isOutside);
 }
 
-// Only a whole number is a port.
+// The port must be a whole number.
 SocketAddress addressOf(const char* option, const std::string& given) {
     const std::size_t colon = std::min(given.rfind(':'), given.size());
     std::uint16_t port = 0;
@@ -64,7 +66,8 @@ CLI::Option* address(CLI::App& app, const char* name, const char* type, SocketAd
 }
 
 void addFor(CLI::App& app, Settings& settings) {
-    number(app, "--for", "SECONDS", 0.5, kLongest, settings.seconds, "end after so many seconds");
+    number(app, "--for", "SECONDS", 0.5, kLongest, settings.seconds,
+           "end after so many seconds, at least 0.5");
 }
 
 void addPlayOptions(CLI::App& app, Settings& settings) {
@@ -72,7 +75,7 @@ void addPlayOptions(CLI::App& app, Settings& settings) {
     text(app, "--driver", "PATH", settings.host.driver,
          "the driver; by default the one beside this program,\nor else in PATH");
     app.add_flag("--pty", settings.gateway.usePseudoTerminal,
-                 "join them by a serial line, a pseudo-terminal, in\nplace of TCP");
+                 "connect them by a serial line, a pseudo-terminal,\ninstead of TCP");
 }
 
 void addTrace(CLI::App& app, Settings& settings) {
@@ -82,14 +85,15 @@ void addTrace(CLI::App& app, Settings& settings) {
 CLI::Option* addMesh(CLI::App& app, Settings& settings) {
     GatewaySettings& gateway = settings.gateway;
     app.add_flag("--fragment", gateway.fragment, "send in small pieces");
-    number(app, "--junk", "PERCENT", 0, 100, gateway.junk, "follow so many of the lines by a line of junk");
+    number(app, "--junk", "PERCENT", 0, 100, gateway.junk,
+           "send a line of junk after this percentage of lines");
     return text(app, "--mesh", "FILE", settings.meshFile,
                 "the nodes; a small house by default (see hearthix-sim\ngateway --help)");
 }
 
 CLI::Option* addRate(CLI::App& app, Settings& settings) {
     return number(app, "--rate", "N", 0.1, kMostPerSecond, settings.gateway.rate,
-                  "send N reports a second, whatever the mesh's schedule");
+                  "send N reports a second instead of the mesh's schedule");
 }
 
 void describeDemo(CLI::App& app, Settings& settings) {
@@ -98,19 +102,19 @@ void describeDemo(CLI::App& app, Settings& settings) {
     addRate(app, settings);
     addTrace(app, settings);
     app.footer("It ends at Ctrl-C, at quit, or when its time is over, with a summary; the exit status\n"
-               "is 1 when something was lost on the way. It takes the commands of hearthix-sim host\n"
-               "on standard input, and sends some itself.");
+               "is 1 when something was lost. It reads the commands of hearthix-sim host from\n"
+               "standard input, and sends some itself, but not in the minute after one of yours.");
 }
 
 void describeSoak(CLI::App& app, Settings& settings) {
     addPlayOptions(app, settings);
     addRate(app, settings);
-    app.footer("A gateway sends pieces, junk or nothing, or hangs up; a host reads nothing, or hangs up; a\n"
-               "driver is killed and started again. Every mishap has its turn at least once, the\n"
+    app.footer("The gateway sends pieces, junk or nothing, or hangs up; the host reads nothing, or hangs\n"
+               "up; the driver is killed and started again. Every mishap happens at least once, the\n"
                "silences in a run of a minute or more. By default it takes 300 seconds, with 5000\n"
-               "values in each. Ctrl-C ends it early. The verdict and an exit status of 1 tell when a\n"
-               "value or a command was lost that was not in flight at a driver's end, when the driver\n"
-               "ended by itself, or when memory or open files grew.");
+               "values in each. Ctrl-C ends it early. The exit status is 1 when a value or a command\n"
+               "was lost that was not in flight at a driver's end, when the driver ended by itself, or\n"
+               "when memory or open files grew.");
 }
 
 void describeHost(CLI::App& app, Settings& settings) {
@@ -134,16 +138,22 @@ void describeHost(CLI::App& app, Settings& settings) {
     app.add_flag("--restart", host.restart, "start the driver again when it ends");
     text(app, "--units", "FILE", host.unitsFile, "keep the units in this file");
     text(app, "--record", "FILE", settings.recordFile,
-         "write down every line between driver and gateway, for\nhearthix-sim gateway --replay");
+         "record every line between driver and gateway, for\nhearthix-sim gateway --replay");
     addTrace(app, settings);
-    app.add_flag("--json", settings.json, "print one JSON object a line, for scripts");
+    app.add_flag("--json", settings.json, "print one JSON object per line, for scripts");
     addFor(app, settings);
-    app.add_option("--count", settings.count, "end after so many values")
+    app.add_option("--count", settings.count, "end after so many values, at least 1")
         ->type_name("N")
-        ->check(CLI::Range(Integer{1}, INT64_MAX, "N"));
+        ->check([](const std::string& given) {
+            return ValInteger(textOf(given)) > 0 ? "" : "not a number from 1: " + given;
+        });
     const auto until = [&settings](const std::string& given) {
         const std::size_t equals = given.find('=');
         settings.untilAddress = textOf(given.substr(0, equals));
+        if (!isUnitAddress(settings.untilAddress))
+            throw CLI::ValidationError("--until", "write the unit's address as 0C01.STATUS, not '" +
+                                                      given.substr(0, equals) +
+                                                      "'; hearthix-sim types lists the kinds");
         if (equals != std::string::npos)
             settings.untilValue = textOf(given.substr(equals + 1));
     };
@@ -156,9 +166,10 @@ void describeHost(CLI::App& app, Settings& settings) {
                                          ", --serial NAME or --gateway HOST:PORT");
     });
     app.footer("On a terminal the units are shown live. It ends with its driver, unless --restart is given.\n"
-               "The exit status is 1 when the driver ended by itself, or when the time was over before\n"
-               "what --count or --until ask for had come. Commands wait until the driver is ready.\n"
-               "Commands, one a line on standard input; help lists them:\n"
+               "The exit status is 1 when the driver ended by itself, when the time was over before the\n"
+               "values for --count or --until came, or when a line on standard input was no command.\n"
+               "Commands wait until the driver is ready, and reach the gateway in their order.\n"
+               "Commands, one per line on standard input; help lists them:\n"
                "  on ADDRESS, off ADDRESS, set ADDRESS VALUE, query ADDRESS, ping, debug on|off,\n"
                "  raw TEXT, q, p, d, close, units, help, quit");
 }
@@ -173,22 +184,22 @@ void describeGateway(CLI::App& app, Settings& settings) {
     const auto greets = [&gateway](std::int64_t times) { gateway.greet = times > 0; };
     app.add_flag_function(
         "--greet,!--no-greet", greets,
-        "say that the gateway is ready as soon as a driver\nconnects, or don't, the default "
-        "on TCP: a driver that\nis told IP takes that badly");
+        "report that the gateway is ready as soon as a driver\nconnects, or do not, the default "
+        "on TCP, where it would\nend a driver that was started with IP");
     CLI::Option* mesh = addMesh(app, settings);
     CLI::Option* rate = addRate(app, settings);
     number(app, "--silent-after", "SECONDS", 0.1, kLongest, gateway.silentAfter,
-           "say nothing any more from then on");
+           "send nothing any more so long after a connection");
     number(app, "--drop-after", "SECONDS", 0.1, kLongest, gateway.dropAfter, "end the connection then");
-    text(app, "--record", "FILE", gateway.recordFile, "write down every line with its direction and time");
-    text(app, "--replay", "FILE", settings.replayFile, "send what such a file holds, in its own time")
+    text(app, "--record", "FILE", gateway.recordFile, "record every line with its direction and time");
+    text(app, "--replay", "FILE", settings.replayFile, "send the lines of such a file at their times")
         ->excludes(mesh)
         ->excludes(rate);
     app.footer(std::string(kMeshExample) + "\nCommands on standard input: quit");
 }
 
 void describeTypes(CLI::App& app, Settings&) {
-    app.footer("A unit's address ends in the suffix. A type beyond the list gets UNKN and its number.");
+    app.footer("A unit's address ends in the suffix. Other types get the suffix UNKN and their number.");
 }
 
 struct Subcommand {
@@ -203,38 +214,48 @@ constexpr std::array<Subcommand, 5> kSubcommands{
      {"host", "Stands in for the home-automation host: keeps a driver's units, and commands them.",
       describeHost, runHost},
      {"gateway", "Stands in for a MySensors gateway with a mesh of nodes.", describeGateway, runGateway},
-     {"soak", "Runs the demo at high speed under mishaps, and tells whether anything was lost.", describeSoak,
-      runSoak},
-     {"types", "Lists the types of variables as the driver knows them.", describeTypes, runTypes}}};
+     {"soak", "Runs the demo at high speed under mishaps, and reports whether anything was lost.",
+      describeSoak, runSoak},
+     {"types", "Lists the variable types that the driver knows.", describeTypes, runTypes}}};
 
-// It may quote a file that somebody else wrote.
+// The sentence may quote a file, so that control characters are replaced.
 int complain(const String& sentence, int status) {
     PrintError(String(printable(sentence), TextEncoding::utf8));
     return status;
 }
 
+// A reader that has seen enough is no failure; any other loss of output is.
+int finish(int status) {
+    const int loss = outputLoss();
+    if (loss == 0 || loss == EPIPE)
+        return status;
+    return complain(concat("standard output was lost: ", std::strerror(loss), "; check where it goes"), 1);
+}
+
 int run(int count, const char* const* words) {
     Settings settings;
-    CLI::App app("Stand-ins for what the Hearthix MySensors driver stands between.", "hearthix-sim");
+    CLI::App app("A stand-in host and a stand-in gateway for the Hearthix MySensors driver.", "hearthix-sim");
     app.option_defaults()->take_last();
     app.require_subcommand(0, 1);
-    app.set_version_flag("--version", kVersion, "tell the version");
-    app.footer("hearthix-sim COMMAND --help tells more.");
+    app.set_version_flag("--version", kVersion, "print the version");
+    app.footer("hearthix-sim COMMAND --help describes a command.");
     try {
         for (const Subcommand& each : kSubcommands) {
             CLI::App* command = app.add_subcommand(each.name, each.summary);
-            command->set_version_flag("--version", kVersion, "tell the version");
+            command->set_version_flag("--version", kVersion, "print the version");
             each.describe(*command, settings);
         }
         app.parse(count, words);
         for (const Subcommand& each : kSubcommands)
             if (app.got_subcommand(each.name))
-                return each.run(settings);
+                return finish(each.run(settings));
         throw CLI::RequiredError::Subcommand(1);
     } catch (const CLI::CallForVersion&) {
-        Print(kVersion);
+        putLine(kVersion);
+        return finish(0);
     } catch (const CLI::CallForHelp&) {
-        Print(textOf(app.help()));
+        putLine(app.help());
+        return finish(0);
     } catch (const CLI::ParseError& error) {
         const std::vector<CLI::App*> asked = app.get_subcommands();
         const String name = asked.empty() ? "hearthix-sim" : "hearthix-sim " + textOf(asked[0]->get_name());

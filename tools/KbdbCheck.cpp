@@ -60,7 +60,7 @@ private:
         if (header[5] != 'L' && header[5] != 'B')
             return fail(at_ + 5,
                         "the byte order mark is " + hexByte(header[5]) + " and neither 4C (L) nor 42 (B)");
-        // It stays in force until the next mark, also beyond the end of the document that bears it.
+        // It applies until the next mark, even after the end of its document.
         littleEndian_ = header[5] == 'L';
         at_ += kHeaderSize;
         ++census_.documents;

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The path comes resolved by the system: a file reference only removes ".." from the text.
+// Lets the system resolve the path: FolderItem removes ".." only from the text.
 Ref<FolderItem> fileAt(const fs::path& path) {
     return Ref<FolderItem>::make(String(path.string(), TextEncoding::utf8));
 }
@@ -26,14 +26,14 @@ std::string systemReason() {
     return std::generic_category().message(errno);
 }
 
-// The last line that reading or writing a document has logged; when it fails, that line says why.
+// The last line that reading or writing a document has logged: the reason after a failure.
 std::string lastLogged;
 
 void keepLog() {
     Log::setSink([](const String& line, Integer) { lastLogged = line.view(); });
 }
 
-// What can't become a document is not read to its end, which need not come.
+// Stops when the input cannot become a document, because it may be endless.
 String readPipe() {
     std::vector<char> chunk(65536);
     String bytes;
@@ -57,7 +57,7 @@ String readFile(const std::string& path) {
         throw KbdbFailure(
             path + ": can't be reached: " + error.message() +
             ". Look at its name and at the rights of its folders; \"kbdb new\" makes a new one.");
-    // A pipe or a device could keep us waiting for ever.
+    // Reading a pipe or a device could block forever.
     if (!fs::is_regular_file(status))
         throw KbdbFailure(path + ": not a regular file. Name a document file, or - to read from a pipe.");
     const auto stream = BinaryStream::Open(fileAt(fs::canonical(path)), false);
@@ -97,7 +97,7 @@ Ref<CXML> KbdbFile::readable() const {
     try {
         document->loadFromString(bytes);
     } catch (const RuntimeException&) {
-        // A child's header that can't be read ends the reading; what comes before it is kept.
+        // A faulty header of a child ends the reading; everything before it is kept.
         accepted = document->Containers.Ubound() > 0;
     }
     return accepted ? document : nullptr;
@@ -124,9 +124,9 @@ Ref<CXML> readSoundDocument(const std::string& path) {
 void replaceKbdbFile(const std::string& path, const CXML& document, const std::string& keep) {
     if (path == kKbdbPipe)
         return writePipe(document);
-    // Saving follows links too, but has to find the very file that was read.
+    // Saving follows links, too, but must replace the file that was read.
     const fs::path place = fs::canonical(path);
-    // A second name costs nothing and can't fail half-way.
+    // A hard link needs no space, and cannot fail half-way.
     std::error_code error;
     if (!keep.empty())
         fs::create_hard_link(place, keep, error);

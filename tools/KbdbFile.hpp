@@ -1,8 +1,7 @@
-// Document files as kbdb takes and leaves them. The path kKbdbPipe stands for standard input where a file is
-// read, and for standard output where one is written.
+// Reads and writes document files. The path kKbdbPipe means standard input for reading and standard output
+// for writing.
 //
-// Every failure is a KbdbFailure with a sentence for the person at the terminal: which file, where in it,
-// what to do.
+// Every failure is a KbdbFailure with a sentence for the user: the file, the position, and a remedy.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -27,27 +26,27 @@ struct KbdbFailure : std::runtime_error {
     int status; // of the process
 };
 
-// A file as it was found, sound or not.
+// A file that was read, sound or not.
 struct KbdbFile {
-    std::string name; // for people
+    std::string name; // for messages
     String bytes;
     KbdbCensus census;
     std::optional<KbdbFault> fault;
 
-    // What the forgiving reader makes of it; nil when it refuses the bytes.
+    // The document that the tolerant reader reads; nil if it refuses the bytes.
     Ref<CXML> readable() const;
     // The fault as a sentence, with the file and the position.
     std::string complaint() const;
 };
 
-// Reads a file whole. Fails when there is none or when it can't be read.
+// Reads a whole file. Fails if it does not exist or cannot be read.
 KbdbFile readKbdbFile(const std::string& path);
 // The document of a sound file; fails on any other.
 Ref<CXML> readSoundDocument(const std::string& path);
-// Replaces the file at the path, or the one that a symbolic link leads to, by the document. It keeps its
-// rights; it stays as it was when this fails. The old one can be kept under another name.
+// Replaces the file, or the target of a symbolic link, by the document. The permissions are kept, and a
+// failure leaves the file unchanged. The old file can be kept under another name.
 void replaceKbdbFile(const std::string& path, const CXML& document, const std::string& keep = "");
-// Makes a file that is not there yet.
+// Makes a new file; fails if it exists.
 void makeKbdbFile(const std::string& path, const CXML& document);
 
 } // namespace hearthix

@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// In ASCII, so that nothing in it means anything to a terminal.
+// In ASCII, so that it contains no control characters for a terminal.
 std::string textOf(const Json& json) {
     return json.dump(-1, ' ', true);
 }
@@ -54,13 +54,14 @@ Json unitOf(const CXML& unit) {
 
 } // namespace
 
-// A node at a time: the library walks over its own trees by recursion, which deep ones don't survive.
+// Builds one node at a time: the library's own trees are written by recursion, which overflows the stack on
+// deep documents.
 void reportTreeAsJson(const CXML& root) {
     const auto enter = [](const CXML& node, std::size_t, bool first) {
         const auto stored = [&](Integer i) { return node.Values->ValueAt(i).asString(); };
         std::string text = textOf(
             {{"name", jsonOf(node.Name)}, {"values", valuesOf(node, stored)}, {"children", Json::array()}});
-        text.resize(text.size() - 2); // the list of children stays open
+        text.resize(text.size() - 2); // without the end of the list of children
         KbdbOutput::raw((first ? "" : ",\n") + text);
     };
     walkTree(root, enter, [] { KbdbOutput::raw("]}"); });

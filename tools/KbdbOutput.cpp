@@ -17,7 +17,7 @@ namespace {
 
 int firstLoss = 0;
 
-// Of one character, or one byte of a broken one.
+// Whether a character, or one byte of an incomplete one, can be printed.
 bool isPlain(std::string_view character) {
     using Range = std::pair<std::string_view, std::string_view>;
     constexpr Range kMarks[] = {{"\u0080", "\u009F"},

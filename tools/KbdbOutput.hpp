@@ -1,6 +1,6 @@
-// Standard output as kbdb uses it, and how text from a document gets there.
+// Standard output of kbdb, and printing of text from documents.
 //
-// What can't be written is lost without a signal or an exception; the caller asks for that at the end.
+// Output that cannot be written is discarded; the caller checks for that at the end.
 #pragma once
 
 #include <string>
@@ -10,23 +10,23 @@ namespace hearthix {
 
 namespace KbdbOutput {
 
-// Looks at standard output before anything is printed, and before something else takes its place.
+// Checks standard output before the process opens other files, which could get its descriptor.
 void begin();
 // A line of text; the line end is added.
 void line(const std::string& text);
-// Bytes as they stand.
+// Bytes without a change.
 void raw(std::string_view bytes);
-// True once something was lost; whatever follows is as well.
+// Whether output was lost; later output is discarded then.
 bool isLost();
-// Writes what is still held back. 0, or the system's error number of the first loss.
+// Writes what is buffered. Returns 0, or the error number of the first loss.
 int finish();
-// Whether a person looks on.
+// Whether standard output is a terminal.
 bool isTerminal();
 
 } // namespace KbdbOutput
 
-// A text of unknown origin, fit for a terminal and on one line: a backslash is doubled, and control
-// characters, marks that turn the direction of the text around, and bytes that are no UTF-8 stand as \xNN.
+// Makes any text fit for one line of a terminal: doubles backslashes, and prints control characters, marks
+// that change the direction of text, and bytes that are not UTF-8 as \xNN.
 std::string printable(std::string_view text);
 
 } // namespace hearthix

@@ -9,7 +9,7 @@ namespace hearthix {
 
 namespace {
 
-// Takes the number in brackets from the end of a name, if one begins at the bracket.
+// Removes the number in brackets from the end of a name, if one begins at the bracket.
 KbdbPath::Step stepFrom(const std::string& name, std::size_t bracket) {
     const char* const end = name.data() + name.size();
     Integer index = 0;
@@ -28,8 +28,8 @@ Ref<CXML> childOf(const CXML& node, const KbdbPath::Step& step) {
         throw KbdbFailure("No child has the name, and no unit the address, \"" + step.name +
                           "\". \"kbdb show\" lists them; case is ignored.");
     if (step.index == 0 ? count > 1 : step.index > count)
-        throw KbdbFailure("\"" + step.name + "\" stands for " + std::to_string(count) +
-                          ". Say which one, with a number from [1] on behind it.");
+        throw KbdbFailure("\"" + step.name + "\" matches " + std::to_string(count) +
+                          ". Add a number behind it, from [1] on.");
     return found[static_cast<std::size_t>(std::max<Integer>(step.index, 1) - 1)];
 }
 
@@ -37,7 +37,7 @@ Ref<CXML> childOf(const CXML& node, const KbdbPath::Step& step) {
 
 KbdbPath::KbdbPath(const std::string& text) {
     std::string name;
-    std::size_t bracket = std::string::npos; // the last one with a meaning
+    std::size_t bracket = std::string::npos; // the last one without a backslash
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '/') {
             steps.push_back(stepFrom(name, bracket));

@@ -1,13 +1,13 @@
-// Paths: how a person names a value anywhere in a document.
+// Paths of values in a document.
 //
-// A path is a key with any number of steps to its node ahead of it, with slashes between them. A step is the
-// name of a child or the Address of a "unit" child, and says which one if there are several:
+// A path consists of steps to a node and a key, separated by slashes. A step is the name of a child or the
+// Address of a "unit" child, with a number if there are several:
 //
 //   Name               the root's value Name
-//   unit[3]/Name       that of the third child named "unit"
-//   0A03.TEMP/Name     that of the unit with this address
+//   unit[3]/Name       the value Name of the third child named "unit"
+//   0A03.TEMP/Name     the value Name of the unit with this address
 //
-// A backslash takes the special meaning from the character after it. Case is ignored.
+// A backslash removes the special meaning of the next character. Case is ignored.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -27,11 +27,11 @@ struct KbdbPath {
     String key;
 
     explicit KbdbPath(const std::string& text);
-    // The node that the steps lead to. Fails when there is none, or more than one.
+    // The node at the end of the steps. Fails if there is none, or more than one.
     Ref<CXML> nodeIn(const Ref<CXML>& root) const;
 };
 
-// The units of a node whose Address this is.
+// The units of a node with this Address.
 std::vector<Ref<CXML>> unitsAt(const CXML& node, const std::string& address);
 
 } // namespace hearthix

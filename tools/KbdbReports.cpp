@@ -45,7 +45,7 @@ namespace {
 
 using Row = std::vector<std::string>;
 
-// Characters as a terminal counts them, near enough.
+// The approximate number of columns on a terminal.
 std::size_t widthOf(const std::string& text) {
     return static_cast<std::size_t>(Len(String(text, TextEncoding::utf8)));
 }
@@ -78,7 +78,7 @@ std::string aligned(const Row& row, const std::vector<std::size_t>& widths) {
     return line;
 }
 
-// As ranges, behind their count.
+// The count, then the ranges.
 void reportIds(const char* title, const std::bitset<kLastNodeId + 1>& ids) {
     std::string ranges;
     for (std::size_t id = 1; id < ids.size(); ++id) {

@@ -1,4 +1,4 @@
-// kbdb: looks at document files and edits them.
+// kbdb: shows, checks and edits document files.
 #include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "tools/KbdbFile.hpp"
@@ -20,7 +20,7 @@ namespace hearthix {
 
 namespace {
 
-// The words of a command line; what a command does not take stays empty.
+// The arguments; those that a command does not use are empty.
 struct Request {
     std::string file;
     std::string path;                // of a value, see KbdbPath
@@ -34,17 +34,17 @@ String textOf(const std::string& argument) {
     return String(argument, TextEncoding::utf8);
 }
 
-// Tells about a document as far as it can be read.
-template <class Tell>
-void readFile(const std::string& path, const Tell& tell) {
+// Reports on a document as far as it can be read.
+template <class Report>
+void readFile(const std::string& path, const Report& report) {
     const KbdbFile file = readKbdbFile(path);
     if (const auto document = file.readable())
-        tell(document);
+        report(document);
     if (file.fault)
         throw KbdbFailure(file.complaint());
 }
 
-// Replaces a file by what edit makes of its document.
+// Edits the document of a file.
 template <class Edit>
 void editFile(const std::string& path, const Edit& edit) {
     const auto document = readSoundDocument(path);
@@ -93,7 +93,7 @@ void showUnits(const Request& request) {
     });
 }
 
-// Another program gets the bytes as they are; a terminal might take some of them for commands.
+// Other programs get the exact bytes; a terminal could execute some of them as commands.
 void showValue(const Request& request) {
     const KbdbPath path(request.path);
     readFile(request.file, [&](const Ref<CXML>& document) {
@@ -187,15 +187,14 @@ public:
         app_.footer(kFooter);
         for (CLI::App* reading :
              {add("show", "Print all values and children", showDocument),
-              add("check", "Tell whether the file is sound, and where it breaks if not", checkDocument),
+              add("check", "Check whether the file is sound, and report the first fault", checkDocument),
               add("units", "List the units, and which node IDs are taken, free and next", showUnits),
               add("get", "Print a value", showValue, {path})})
             reading->add_flag("--json", request_.json, "Print JSON");
         add("set", "Store a value", setValue, {path, {"VALUE", &request_.value, "to store"}});
         add("remove", "Remove a value", removeValue, {path});
         add("new", "Make an empty document", makeDocument);
-        // The values come as words that are left over: to a list of its own, the library gives brackets a
-        // meaning.
+        // The values are read as extra arguments, because the library interprets brackets in a list option.
         add("add-unit", "Add a unit", addUnit, {address})
             ->allow_extras()
             ->add_option("VALUES", "KEY=VALUE, any number of them")
@@ -203,13 +202,12 @@ public:
             ->allow_extra_args(false)
             ->option_text(" ");
         add("remove-unit", "Remove the units with this address", removeUnit, {address});
-        add("repair", "Put what can be read in place of a damaged file, which is kept beside it",
-            repairDocument);
+        add("repair", "Replace a damaged file by what can be read, and keep it beside that", repairDocument);
     }
 
-    // Parses the words after the program's name and does what they say.
+    // Parses the arguments and carries out the command.
     void run(std::vector<std::string> words) {
-        std::reverse(words.begin(), words.end()); // as the library takes them
+        std::reverse(words.begin(), words.end()); // the order that the library expects
         try {
             app_.parse(std::move(words));
         } catch (const CLI::ParseError& error) {
@@ -218,7 +216,7 @@ public:
                 return KbdbOutput::raw(text.str());
             const auto unknown = app_.remaining(true);
             throw KbdbFailure((unknown.empty() ? error.what() : "\"" + unknown[0] + "\" was not expected") +
-                                  ". \"kbdb --help\" tells what is.",
+                                  ". \"kbdb --help\" shows the usage.",
                               KbdbFailure::kBadUse);
         }
     }
@@ -269,8 +267,7 @@ private:
     static void complain(const std::string& sentence) {
         PrintError(String("kbdb: " + printable(sentence), TextEncoding::utf8));
     }
-    // What is said about a text comes after it. A reader that has seen enough isn't worth a message; any
-    // other loss is.
+    // Prints messages after the output. A reader that closes its pipe early is no failure.
     static int finish(const std::string& complaint, int status) {
         const int loss = KbdbOutput::finish();
         if (!complaint.empty())

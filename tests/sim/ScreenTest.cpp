@@ -1,4 +1,4 @@
-// What a person sees of the stand-ins on a terminal, which is tmux here: other people's idea of one.
+// The screen in a terminal, which tmux emulates.
 #include "sim/HostTable.hpp"
 #include "sim/Text.hpp"
 
@@ -72,7 +72,7 @@ std::string node(int id, const std::string& name, int battery, const std::string
            "\"\nbattery = " + std::to_string(battery) + "\nchild = [" + children + "]\n";
 }
 
-// One element for each column: no combining marks, and a zero behind a wide character.
+// One element for each column: combining marks are left out, and a zero follows a wide character.
 std::vector<std::wstring> rowsOf(const std::string& screen) {
     std::vector<std::wstring> rows(1);
     std::wstring wide(screen.size(), L'\0');
@@ -143,6 +143,12 @@ TEST(DemoScreen, ObeysItsKeysAndLeavesTheTerminalAsItWas) {
                  {"Home", "1-2 of 3"},
                  {"/ p O r", "\u2500 /pOr 2 of 3  log"},
                  {"Enter Escape", "0A01.HUM         Roof             7"},
+                 {"Down Down Enter", "> set 0C01.STATUS"},
+                 {"1 Enter", "command  SetValue 0C01.STATUS 1\n"},
+                 {"C-r", "command  Qery 0C01.STATUS\n"},
+                 {"Space", "command  OFF 0C01.STATUS\n"},
+                 {"help Enter", "raw TEXT"},
+                 {"x Escape Escape", "? keys\n"},
                  {"'>' '>' '!'", "VALUEv"},
                  {"'?'", "PgUp"},
                  {"x oneXY BSpace Left T", "> oneTX\n"},

@@ -1,4 +1,4 @@
-// The stand-ins without a driver: what the mesh says, what the host keeps, what counts as lost.
+// The parts of hearthix-sim without a driver: files, text, units, and the check of deliveries.
 #include "sim/DeliveryCheck.hpp"
 #include "sim/Failure.hpp"
 #include "sim/HostModel.hpp"
@@ -33,20 +33,20 @@ std::string failureOf(const Parse& parse, const char* text) {
     }
 }
 
-// What the driver would be told.
+// The document that the driver would get.
 Ref<CXML> documentOf(const HostModel& model) {
     const auto document = Ref<CXML>::make();
     document->loadFromString(model.answerForDriver());
     return document;
 }
 
-TEST(Files, RefuseWithThePlace) {
+TEST(Files, RefuseFaultsWithLineAndColumn) {
     const char* const meshes[][2] = {
         {"", "m:1:1: there is no [[node]]"},
         {"[[node]]\nname = oops", "m:2:8: "},
-        {"[[node]]\nname = 'a'\nid = 255", "m:3:6: id has to be a whole number from 1 to 254"},
-        {"[[node]]\nname = 'a'\nbatery = 9", "m:3:1: nothing is called 'batery'"},
-        {"[[node]]\nname = 'a'\nchild = [\n {id = 1, type = 'NOSUCH'}]", "m:4:18: there is no such type"},
+        {"[[node]]\nname = 'a'\nid = 255", "m:3:6: id must be a whole number from 1 to 254"},
+        {"[[node]]\nname = 'a'\nbatery = 9", "m:3:1: the key 'batery' is unknown here"},
+        {"[[node]]\nname = 'a'\nchild = [\n {id = 1, type = 'NOSUCH'}]", "m:4:18: this type is unknown"},
         {"[[node]]\nname = 'a'\nchild = [{id = 1, type = 'TEMP', low = 2, high = inf}]", "m:3:50: high"}};
     for (const auto& [text, start] : meshes)
         EXPECT_TRUE(failureOf(parseMesh, text).starts_with(start)) << text;
@@ -54,13 +54,13 @@ TEST(Files, RefuseWithThePlace) {
         EXPECT_TRUE(failureOf(parseRecording, text).starts_with("m:1: write it as")) << text;
 }
 
-TEST(Text, NeverDrivesTheTerminal) {
+TEST(Text, ContainsNoTerminalControls) {
     EXPECT_EQ(printable("a\x1b[2J\xff\xc3\xa4\xc2\x9b\n\xe2\x82|\xe0\x80\x9b|\xed\xa0\x80|\xe2\x80\xae"),
               "a?[2J?\xc3\xa4????|???|???|?");
     const std::string wide = "ab \xe6\xb8\xa9\xe6\xb8\xa9";
     EXPECT_EQ(lineOf(wide, 7), 9U);
-    EXPECT_EQ(lineOf(wide, 6), 3U) << "behind the blank";
-    EXPECT_EQ(lineOf(wide.substr(3), 3), 3U) << "half a character is none";
+    EXPECT_EQ(lineOf(wide, 6), 3U) << "ends after the blank";
+    EXPECT_EQ(lineOf(wide.substr(3), 3), 3U) << "a character is not divided";
 }
 
 TEST(HostModel, FollowsTheDriver) {
@@ -92,7 +92,7 @@ TEST(HostModel, FollowsTheDriver) {
     EXPECT_EQ(documentOf(model)->GetContainerCount("unit"), 250) << "one of each node";
 }
 
-TEST(DeliveryCheck, TellsLostFromLate) {
+TEST(DeliveryCheck, DistinguishesLostFromLateValues) {
     DeliveryCheck check;
     for (const char* line : {"10;3;1;0;0;1", "10;3;1;0;0;2", "10;4;1;0;2;0", "10;3;1;0;0;3",
                              "10;255;3;0;0;80", "10;4;1;0;2;1", "10;5;1;0;24;abc"})
@@ -109,7 +109,7 @@ TEST(DeliveryCheck, TellsLostFromLate) {
     EXPECT_EQ(check.commandsUnexpected(), 1);
 }
 
-TEST(DeliveryCheck, ForgivesAnEndedDriverWhatWasInFlight) {
+TEST(DeliveryCheck, CountsWhatWasInFlightAtADriversEnd) {
     DeliveryCheck check;
     HostModel model;
     const auto arrives = [&](const char* text) {
@@ -122,12 +122,12 @@ TEST(DeliveryCheck, ForgivesAnEndedDriverWhatWasInFlight) {
     check.commanded("ON", "0A04.STATUS", String());
     check.beginAnew();
     EXPECT_EQ(check.inFlight(), 2) << "the 4 and the 5";
-    EXPECT_EQ(check.missing(), 2) << "the 1 and the 2 came ahead of what has arrived";
+    EXPECT_EQ(check.missing(), 2) << "the 1 and the 2 were sent before a value that has arrived";
     EXPECT_EQ(check.commandsInFlight(), 1);
-    EXPECT_EQ(check.disagreements(model), 0) << "the new driver has been told nothing yet";
+    EXPECT_EQ(check.disagreements(model), 0) << "the new driver has received nothing yet";
     check.sent("10;3;1;0;0;3");
     check.sent("10;255;3;0;0;80");
-    EXPECT_EQ(check.disagreements(model), 1) << "there is no such unit";
+    EXPECT_EQ(check.disagreements(model), 1) << "the unit does not exist";
     model.apply(*packet("NewU 0A03.TEMP"));
     arrives("SetValue 0A03.TEMP Valu=3 Batt=0");
     EXPECT_EQ(check.disagreements(model), 1) << "the battery level is missing";
