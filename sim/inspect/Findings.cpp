@@ -1,0 +1,412 @@
+#include "sim/inspect/Findings.hpp"
+
+#include "gateway/NodeIds.hpp"
+#include "mysensors/VarTypeConverter.hpp"
+#include "mysensors/Vocabulary.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "sim/Mesh.hpp"
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+namespace hearthix::sim {
+
+namespace {
+
+enum Kind : std::size_t {
+    wrongSpeed,
+    unreadable,
+    silence20,
+    silence10,
+    gatewayRestart,
+    radioFailed,
+    sharedId,
+    assignedTwice,
+    noFreeId,
+    idRefused,
+    garbledUnit,
+    childBattery,
+    noValue,
+    unnamedType,
+    otherType,
+    nodeSilent,
+    sendFailed,
+    parentLost,
+    kindCount
+};
+
+constexpr std::array<FindingKind, kindCount> kKinds{
+    {{"wrong-speed",
+      "{junk} of {bytes} bytes from the gateway are junk, {nuls} of them NULs: it has another speed.",
+      "Build the gateway with MY_BAUD_RATE 115200, or put ser2net with the gateway's speed between it and "
+      "the "
+      "driver.",
+      false},
+     {"unreadable", "{count} no messages of a mesh, first line {line}: {text}",
+      "Keep debug output off the gateway's line, and check its cable and its power supply.", false},
+     {"silence-20", "The gateway was silent for more than 20 seconds {count}, which ends the driver.",
+      "Check the gateway's power supply, cable and network, and whether its program hangs.", false},
+     {"silence-10", "The gateway was silent for more than 10 seconds {count}, the longest for {seconds} s.",
+      "Check the gateway's cable and network, because it should answer the driver's question at once.",
+      false},
+     {"gateway-restart", "The gateway started again {count}, first in line {line}.",
+      "Check the gateway's power supply, and whether another program opens its port.", false},
+     {"radio-failed", "The gateway's radio failed {count}.",
+      "Check the wiring and the power supply of the gateway's radio.", false},
+     {"shared-id", "Two nodes seem to use the ID {node}: {reasons}.",
+      "Clear the EEPROM of one of the two nodes or give it another MY_NODE_ID, and restart it.", false},
+     {"assigned-twice", "The driver assigned the ID {node} to {count} nodes, the last time in line {line}.",
+      "Clear the EEPROM of the node that asked last, and restart it after the other one has sent a value.",
+      false},
+     {"no-free-id", "New nodes get no ID while the host has these units: {addresses}.",
+      "Delete the units of nodes that are gone in the order of this list, until a new node gets its ID.",
+      false},
+     {"id-refused", "A node asked for an ID and got none {count}, the last time in line {line}.",
+      "Look for \"all slots are full\" in the driver's log, and delete the units of nodes that are gone.",
+      true},
+     {"garbled-unit", "The unit {address} probably comes from a garbled line: {reason}.",
+      "Delete the unit in the host, and check the cable and the power supply of the gateway.", false},
+     {"child-battery",
+      "Node {node} sent a battery level as child {child}, which ends the driver if it does not know the "
+      "node.",
+      "Let the sketch report its battery with sendBatteryLevel, which sends it as child 255.", false},
+     {"no-value",
+      "Node {node} presented child {child}, {type}, and never sent a value: a unit comes with the first "
+      "value.",
+      "Let the sketch send the child's state once when it starts, or create the unit in the host by hand.",
+      true},
+     {"unnamed-type", "The unit {address} has the type {number}, for which the driver has no name.",
+      "Let the sketch use a type up to 45, such as V_VAR1, because commands to this unit have the type -1.",
+      false},
+     {"other-type", "Commands to the unit {address} reach the node as {name}, not as {name}.",
+      "Let the sketch obey V_PERCENTAGE or V_STATUS for a cover, and V_VAR1 for a scene or an infrared code.",
+      false},
+     {"node-silent", "Node {node} reported every {seconds} s and has been silent for the last {seconds} s.",
+      "Check the battery of the node, and its distance to the gateway or to a repeater.", true},
+     {"send-failed", "{count} of {count} transmissions between the gateway and node {node} failed.",
+      "Move the node closer to the gateway or put a repeater between them.", false},
+     {"parent-lost", "Node {node} lost its parent {count}.",
+      "Move the node closer to its repeater or to the gateway, and check the repeater's power supply.",
+      false}}};
+
+std::string filled(std::string_view pattern, const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        const std::size_t start = pattern.find('{');
+        text.append(pattern.substr(0, start)).append(word);
+        pattern.remove_prefix(pattern.find('}') + 1);
+    }
+    return text.append(pattern);
+}
+
+std::string times(Integer count) {
+    return count == 1 ? "once" : std::to_string(count) + " times";
+}
+
+std::string seconds(Integer milliseconds) {
+    return std::to_string((milliseconds + 500) / 1000);
+}
+
+std::string unitOf(Integer node, Integer child, Integer type) {
+    return std::string(unitAddress(node, child, type).view());
+}
+
+class Finder {
+public:
+    Finder(const MeshModel& mesh, const RecordingReader& recording) : mesh_(mesh), recording_(recording) {}
+
+    std::vector<Finding> run() {
+        findOnLine();
+        for (const auto& [id, node] : mesh_.nodes) {
+            findInNode(id, node);
+            for (const auto& [number, child] : node.children)
+                findInChild(id, node, number, child);
+        }
+        findAboutIds();
+        findGarbledLines();
+        std::stable_sort(found_.begin(), found_.end(),
+                         [](const Finding& left, const Finding& right) { return left.kind < right.kind; });
+        return std::move(found_);
+    }
+
+private:
+    Finding& add(Kind kind, const std::vector<std::string>& words, Integer line = 0) {
+        const FindingKind& entry = kKinds.at(kind);
+        return found_.emplace_back(Finding{&entry, filled(entry.text, words), line, -1, -1, {}});
+    }
+    void addOfNode(Kind kind, const std::vector<std::string>& words, Integer line, Integer node,
+                   Integer child = -1, const std::string& address = {}) {
+        Finding& finding = add(kind, words, line);
+        finding.node = node;
+        finding.child = child;
+        finding.address = address;
+    }
+
+    // A driver is at the other end, and asks a silent gateway for its version.
+    bool hasDriver() const { return recording_.hasDirections() || mesh_.driverLines.versions > 0; }
+    bool isMixed() const { return mesh_.isLoose && mesh_.fromDriver > 0; }
+    bool isWrongSpeed() const;
+    void findOnLine();
+    void findInNode(Integer id, const Node& node);
+    void findSilence(Integer id, const Node& node);
+    void findSharedId(Integer id, const Node& node);
+    void findInChild(Integer id, const Node& node, Integer number, const Child& child);
+    void findInVariable(Integer id, Integer number, Integer type, const Variable& variable, bool isPresented);
+    void findAboutIds();
+    void findBlockers();
+    void findGarbledLines();
+    std::map<Integer, std::set<std::string>> unitsByNode() const;
+
+    const MeshModel& mesh_;
+    const RecordingReader& recording_;
+    std::vector<Finding> found_;
+};
+
+// A few strange bytes are noise, and what comes before the first message may be from a boot loader.
+bool Finder::isWrongSpeed() const {
+    constexpr Integer kLongestBoot = 1000;
+    constexpr Integer kFewest = 20;
+    const bool isBoot = mesh_.good >= 10 && mesh_.junkAtStart < kLongestBoot;
+    const Integer junk = mesh_.junk - (isBoot ? mesh_.junkAtStart : 0);
+    return mesh_.good == 0 ? mesh_.junk > 0 : junk >= kFewest && junk * 20 >= mesh_.bytes;
+}
+
+void Finder::findOnLine() {
+    constexpr Integer kAnswerMilliseconds = 2000;
+    const auto& silences = mesh_.silences;
+    const auto text = [](Integer number) { return std::to_string(number); };
+    if (isWrongSpeed())
+        add(wrongSpeed, {text(mesh_.junk), text(mesh_.bytes), text(mesh_.nuls)});
+    const Integer atEnd = mesh_.silenceAtEnd();
+    const Integer ends = silences.over20 + (atEnd > 20'000 + kAnswerMilliseconds ? 1 : 0);
+    const Integer late = silences.late + (atEnd > 10'000 + kAnswerMilliseconds && atEnd <= 20'000 ? 1 : 0);
+    if (hasDriver() && ends > 0)
+        add(silence20, {times(ends)}, silences.longestLine);
+    if (hasDriver() && late > 0)
+        add(silence10, {times(late), seconds(std::max(silences.longest, atEnd))}, silences.longestLine);
+    if (mesh_.restarts > 0)
+        add(gatewayRestart, {times(mesh_.restarts), text(mesh_.firstRestart)}, mesh_.firstRestart);
+    if (mesh_.radioFailures > 0)
+        add(radioFailed, {times(mesh_.radioFailures)});
+}
+
+void Finder::findInNode(Integer id, const Node& node) {
+    findSharedId(id, node);
+    findSilence(id, node);
+    // A radio link that loses less than one in fifty is a good one.
+    if (node.failed * 50 >= std::max<Integer>(node.sent, 1))
+        addOfNode(sendFailed, {std::to_string(node.failed), std::to_string(node.sent), std::to_string(id)}, 0,
+                  id);
+    if (node.lostParents > 0)
+        addOfNode(parentLost, {std::to_string(id), times(node.lostParents)}, 0, id);
+}
+
+// Only a node that reports regularly can be missed.
+void Finder::findSilence(Integer id, const Node& node) {
+    constexpr Integer kFewest = 4;
+    constexpr Integer kShortest = 30'000;
+    const Rhythm& rhythm = node.rhythm;
+    const Integer silence = mesh_.lastAt - node.lastAt;
+    if (node.lastAt < 0 || rhythm.count < kFewest || rhythm.longest * rhythm.count > 4 * rhythm.sum ||
+        silence < std::max(5 * rhythm.longest, kShortest))
+        return;
+    addOfNode(nodeSilent, {std::to_string(id), seconds(rhythm.sum / rhythm.count), seconds(silence)},
+              node.lastLine, id);
+}
+
+// A node that was flashed again has a new version, and never the old one again.
+void Finder::findSharedId(Integer id, const Node& node) {
+    std::string reasons;
+    const auto note = [&reasons](const char* what, const std::vector<std::string>& texts) {
+        reasons += reasons.empty() ? "" : ", ";
+        reasons += what;
+        for (const std::string& each : texts)
+            reasons += (&each == texts.data() ? " \"" : " and \"") + each + "\"";
+    };
+    if (node.sketch.changed())
+        note("the sketches", node.sketch.texts);
+    if (node.version.cameBack)
+        note("the sketch versions", node.version.texts);
+    if (node.library.cameBack)
+        note("the MySensors versions", node.library.texts);
+    for (const auto& [number, child] : node.children) {
+        if (!child.types.changed() || (node.version.changed() && !child.types.cameBack))
+            continue;
+        std::vector<std::string> names;
+        for (const std::string& each : child.types.texts)
+            names.push_back(presentedName(each));
+        note(("child " + std::to_string(number) + " presented as").c_str(), names);
+    }
+    if (!reasons.empty())
+        addOfNode(sharedId, {std::to_string(id), reasons}, node.lastLine, id);
+}
+
+void Finder::findInChild(Integer id, const Node&, Integer number, const Child& child) {
+    constexpr Integer kPatience = 10'000;
+    const bool isAsked = std::any_of(child.variables.begin(), child.variables.end(),
+                                     [](const auto& each) { return each.second.commands > 0; });
+    const bool isNew = child.at >= 0 && mesh_.lastAt - child.at < kPatience;
+    if (child.presentations > 0 && !child.hasValue() && !isAsked && !isNew)
+        addOfNode(noValue, {std::to_string(id), std::to_string(number), presentedName(child.types.text())},
+                  child.line, id, number, addressOf(id, number));
+    if (number == mySensors::kNodeLevelChild)
+        return;
+    for (const auto& [type, variable] : child.variables)
+        findInVariable(id, number, type, variable, child.presentations > 0);
+}
+
+void Finder::findInVariable(Integer id, Integer number, Integer type, const Variable& variable,
+                            bool isPresented) {
+    const std::string address = unitOf(id, number, type);
+    const Integer commanded = mySensors::SuffixToVarType(mySensors::varTypeToSuffix(type));
+    constexpr Integer kIrSend = 32, kIrReceive = 33;
+    if (variable.values == 1 && variable.isNearJunk && !isPresented && variable.commands == 0)
+        addOfNode(garbledUnit,
+                  {address, "line " + std::to_string(variable.line) +
+                                " is its only one, it was never presented, and junk is next to it"},
+                  variable.line, id, number, address);
+    else if (!isNamedType(type) && variable.values > 0)
+        addOfNode(unnamedType, {address, std::to_string(type) + " (" + protocolName(type) + ")"},
+                  variable.line, id, number, address);
+    else if (commanded >= 0 && (commanded != type || type == kIrReceive))
+        addOfNode(otherType,
+                  {address, protocolName(commanded), protocolName(type == kIrReceive ? kIrSend : type)},
+                  variable.line, id, number, address);
+}
+
+void Finder::findAboutIds() {
+    for (const auto& [id, made] : mesh_.assignments)
+        if (made.times > 1)
+            addOfNode(assignedTwice,
+                      {std::to_string(id), std::to_string(made.times), std::to_string(made.latest)},
+                      made.latest, id);
+    if (mesh_.openIdRequests > 0 && mesh_.fromDriver > 0 && recording_.lines() > mesh_.lastIdRequest + 5)
+        add(idRefused, {times(mesh_.openIdRequests), std::to_string(mesh_.lastIdRequest)},
+            mesh_.lastIdRequest);
+    findBlockers();
+    for (const auto& [root, line] : mesh_.fatalBatteries) {
+        const Integer node = ValInteger("&h" + root.substr(0, 2)), child = ValInteger("&h" + root.substr(2));
+        addOfNode(childBattery, {std::to_string(node), std::to_string(child)}, line, node, child, root);
+    }
+}
+
+// Asks the driver's own rule again and again, each time without the units of the highest node.
+void Finder::findBlockers() {
+    constexpr Integer kHighestPlain = 253;
+    std::map<Integer, std::set<std::string>> units = unitsByNode();
+    std::string list;
+    while (!units.empty() && units.rbegin()->first >= kHighestPlain) {
+        CXML document;
+        for (const auto& [node, addresses] : units) {
+            const auto unit = Ref<CXML>::make();
+            unit->Name = "unit";
+            unit->SetStringValue("Address", String(std::string_view(*addresses.begin())));
+            document.InsertContainer(unit);
+        }
+        if (mySensors::chooseNodeId(document) < mySensors::kNoIdLeft)
+            break;
+        for (const std::string& each : units.rbegin()->second)
+            list += (list.empty() ? "" : ", ") + each;
+        units.erase(std::prev(units.end()));
+    }
+    if (!list.empty())
+        add(noFreeId, {list});
+}
+
+std::map<Integer, std::set<std::string>> Finder::unitsByNode() const {
+    std::map<Integer, std::set<std::string>> units;
+    for (const auto& [id, node] : mesh_.nodes)
+        for (const auto& [number, child] : node.children)
+            for (const auto& [type, variable] : child.variables)
+                if (variable.values > 0 && number != mySensors::kNodeLevelChild)
+                    units[id].insert(unitOf(id, number, type));
+    for (const DamagedLine& each : mesh_.damaged)
+        if (!each.address.empty())
+            units[ValInteger("&h" + each.address.substr(0, 2))].insert(each.address);
+    return units;
+}
+
+// A recording that mixes the bytes of both sides has broken lines of its own.
+void Finder::findGarbledLines() {
+    constexpr Integer kMixedPercent = 2;
+    std::set<std::string> good;
+    for (const auto& [id, node] : mesh_.nodes)
+        for (const auto& [number, child] : node.children)
+            for (const auto& [type, variable] : child.variables)
+                good.insert(unitOf(id, number, type));
+    Integer others = mesh_.malformed + mesh_.damagedCount;
+    Integer first = mesh_.firstMalformed;
+    std::string text;
+    for (const DamagedLine& each : mesh_.damaged) {
+        if (isMixed())
+            continue;
+        if (!each.address.empty() && good.insert(each.address).second) {
+            --others;
+            addOfNode(garbledUnit, {each.address, "line " + std::to_string(each.number) + " is " + each.text},
+                      each.number, -1, -1, each.address);
+        } else if (first == 0 || each.number < first) {
+            first = each.number;
+            text = each.text;
+        }
+    }
+    const bool isMuch = !isMixed() || others * 100 > kMixedPercent * mesh_.fromGateway;
+    if (others > 0 && isMuch && !isWrongSpeed())
+        add(unreadable,
+            {others == 1 ? "1 line is" : std::to_string(others) + " lines are", std::to_string(first),
+             first == mesh_.firstMalformed ? mesh_.malformedText : text},
+            first);
+}
+
+} // namespace
+
+std::vector<Finding> findingsOf(const MeshModel& mesh, const RecordingReader& recording) {
+    return Finder(mesh, recording).run();
+}
+
+std::span<const FindingKind> findingKinds() {
+    return kKinds;
+}
+
+bool isNamedType(Integer type) {
+    ensureVocabulary();
+    return mySensors::varTypeConverter->HasKey(type);
+}
+
+std::string protocolName(Integer type) {
+    constexpr Integer kFirstUnnamed = 46;
+    static constexpr std::array kUnnamed{"V_HVAC_FLOW_MODE",
+                                         "V_TEXT",
+                                         "V_CUSTOM",
+                                         "V_POSITION",
+                                         "V_IR_RECORD",
+                                         "V_PH",
+                                         "V_ORP",
+                                         "V_EC",
+                                         "V_VAR",
+                                         "V_VA",
+                                         "V_POWER_FACTOR"};
+    static const std::map<Integer, const char*> kShared{
+        {19, "V_SCENE_ON"}, {20, "V_SCENE_OFF"}, {29, "V_UP"},         {30, "V_DOWN"},
+        {31, "V_STOP"},     {32, "V_IR_SEND"},   {33, "V_IR_RECEIVE"}, {43, "V_UNIT_PREFIX"}};
+    const auto index = static_cast<std::size_t>(type - kFirstUnnamed);
+    if (type >= kFirstUnnamed && index < kUnnamed.size())
+        return kUnnamed.at(index);
+    const auto found = kShared.find(type);
+    return found != kShared.end() ? found->second : "type " + std::to_string(type);
+}
+
+std::string presentedName(const std::string& type) {
+    static const std::map<std::string, const char*> kNewer{
+        {"36", "Info"}, {"37", "Gas Meter"}, {"38", "GPS"}, {"39", "Water Quality"}};
+    const auto found = kNewer.find(type);
+    return found != kNewer.end()
+               ? found->second
+               : std::string(mySensors::DescribePresentationSubType(ValInteger(type)).view());
+}
+
+std::string addressOf(Integer node, Integer child) {
+    return std::string(mySensors::rootAddressOf(node, child).view());
+}
+
+} // namespace hearthix::sim
