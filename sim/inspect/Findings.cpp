@@ -281,7 +281,8 @@ void Finder::findAboutIds() {
             addOfNode(assignedTwice,
                       {std::to_string(id), std::to_string(made.times), std::to_string(made.latest)},
                       made.latest, id);
-    if (mesh_.openIdRequests > 0 && mesh_.fromDriver > 0 && recording_.lines() > mesh_.lastIdRequest + 5)
+    if (mesh_.openIdRequests > 0 && (recording_.hasDirections() || !mesh_.assignments.empty()) &&
+        recording_.lines() > mesh_.lastIdRequest + 5)
         add(idRefused, {times(mesh_.openIdRequests), std::to_string(mesh_.lastIdRequest)},
             mesh_.lastIdRequest);
     findBlockers();

@@ -182,7 +182,7 @@ void MeshModel::takeUnreadable(const TracedLine& line, std::string_view text) {
         junk += std::count(shown.begin(), shown.end(), '?') - std::count(text.begin(), text.end(), '?');
         nuls += std::count(text.begin(), text.end(), '\0');
     }
-    if (line.isCut)
+    if (line.isFirst || line.isCut)
         return;
     if (malformed++ == 0) {
         firstMalformed = line.number;
@@ -195,12 +195,12 @@ void MeshModel::takeUnreadable(const TracedLine& line, std::string_view text) {
 void MeshModel::takeDamaged(const TracedLine& line, std::string_view text, const cMSCommand& command) {
     nuls += std::count(text.begin(), text.end(), '\0');
     junk += std::count(text.begin(), text.end(), '\0');
-    if (line.isCut)
+    const bool hasUnit =
+        command.messageType == mySensors::kSet && command.childID != mySensors::kNodeLevelChild;
+    if (line.isCut || (line.isFirst && (line.isLoose || !hasUnit)))
         return;
     noteJunk(line.number);
     ++damagedCount;
-    const bool hasUnit =
-        command.messageType == mySensors::kSet && command.childID != mySensors::kNodeLevelChild;
     if (damaged.size() < kMostDamaged)
         damaged.push_back({line.number, shortened(text),
                            hasUnit ? std::string(command.HearthixAddressWithSubtype.view()) : std::string()});

@@ -368,7 +368,7 @@ void RecordingReader::handleHexdump(const Frame& frame) {
 
 void RecordingReader::emit(std::string_view text, bool toDriver, bool isCut) {
     const bool isFirst = std::exchange(isFirst_[toDriver ? 1 : 0], false);
-    line({text, number_, at_, resolution_ < kSecond ? 50 : kSecond, toDriver, isCut || isFirst,
+    line({text, number_, at_, resolution_ < kSecond ? 50 : kSecond, toDriver, isFirst, isCut,
           format_ == Format::bare});
 }
 

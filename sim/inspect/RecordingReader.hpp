@@ -26,7 +26,8 @@ struct TracedLine {
     Integer at = -1;         // milliseconds on the recording's clock, which never goes back; -1 for no time
     Integer inexactness = 0; // of the time
     bool toDriver = false;   // from the gateway; otherwise from the driver
-    bool isCut = false;      // maybe a part of a line: the first one and the last one
+    bool isFirst = false;    // in its direction since the line was opened; its beginning may be missing
+    bool isCut = false;      // its end is missing
     bool isLoose = false;    // the recording has no directions, and may mix the bytes of both
 };
 

@@ -155,9 +155,9 @@ std::string textReport(const std::string& name, const RecordingReader& recording
     addLine(report, 0,
             std::to_string(mesh.fromGateway) + " from the gateway, " + std::to_string(mesh.fromDriver) +
                 " from the driver, " + std::to_string(mesh.malformed + mesh.damagedCount) + " damaged" +
-                (recording.hasDirections() ? ""
-                                           : "; directions are guessed, so a command that a "
-                                             "host sent may count as a value of its node"));
+                (!mesh.isLoose ? ""
+                               : "; directions are guessed, so a command that a "
+                                 "host sent may count as a value of its node"));
     report += "\n";
     addGateway(report, mesh);
     for (const auto& [id, node] : mesh.nodes)
