@@ -1,9 +1,9 @@
 #include "sim/inspect/Findings.hpp"
 
 #include "gateway/NodeIds.hpp"
-#include "mysensors/VarTypeConverter.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "sim/inspect/Names.hpp"
 #include "sim/Mesh.hpp"
 
 #include <algorithm>
@@ -215,7 +215,6 @@ void Finder::findSilence(Integer id, const Node& node) {
               node.lastLine, id);
 }
 
-// A node that was flashed again has a new version, and never the old one again.
 void Finder::findSharedId(Integer id, const Node& node) {
     std::string reasons;
     const auto note = [&reasons](const char* what, const std::vector<std::string>& texts) {
@@ -224,14 +223,15 @@ void Finder::findSharedId(Integer id, const Node& node) {
         for (const std::string& each : texts)
             reasons += (&each == texts.data() ? " \"" : " and \"") + each + "\"";
     };
-    if (node.sketch.changed())
+    const bool isNew = node.getsFirmware;
+    if (node.sketch.isOfTwo(isNew))
         note("the sketches", node.sketch.texts);
-    if (node.version.cameBack)
+    if (node.version.isOfTwo(isNew))
         note("the sketch versions", node.version.texts);
-    if (node.library.cameBack)
+    if (node.library.isOfTwo(isNew))
         note("the MySensors versions", node.library.texts);
     for (const auto& [number, child] : node.children) {
-        if (!child.types.changed() || (node.version.changed() && !child.types.cameBack))
+        if (!child.types.isOfTwo(isNew))
             continue;
         std::vector<std::string> names;
         for (const std::string& each : child.types.texts)
@@ -367,47 +367,6 @@ std::vector<Finding> findingsOf(const MeshModel& mesh, const RecordingReader& re
 
 std::span<const FindingKind> findingKinds() {
     return kKinds;
-}
-
-bool isNamedType(Integer type) {
-    ensureVocabulary();
-    return mySensors::varTypeConverter->HasKey(type);
-}
-
-std::string protocolName(Integer type) {
-    constexpr Integer kFirstUnnamed = 46;
-    static constexpr std::array kUnnamed{"V_HVAC_FLOW_MODE",
-                                         "V_TEXT",
-                                         "V_CUSTOM",
-                                         "V_POSITION",
-                                         "V_IR_RECORD",
-                                         "V_PH",
-                                         "V_ORP",
-                                         "V_EC",
-                                         "V_VAR",
-                                         "V_VA",
-                                         "V_POWER_FACTOR"};
-    static const std::map<Integer, const char*> kShared{
-        {19, "V_SCENE_ON"}, {20, "V_SCENE_OFF"}, {29, "V_UP"},         {30, "V_DOWN"},
-        {31, "V_STOP"},     {32, "V_IR_SEND"},   {33, "V_IR_RECEIVE"}, {43, "V_UNIT_PREFIX"}};
-    const auto index = static_cast<std::size_t>(type - kFirstUnnamed);
-    if (type >= kFirstUnnamed && index < kUnnamed.size())
-        return kUnnamed.at(index);
-    const auto found = kShared.find(type);
-    return found != kShared.end() ? found->second : "type " + std::to_string(type);
-}
-
-std::string presentedName(const std::string& type) {
-    static const std::map<std::string, const char*> kNewer{
-        {"36", "Info"}, {"37", "Gas Meter"}, {"38", "GPS"}, {"39", "Water Quality"}};
-    const auto found = kNewer.find(type);
-    return found != kNewer.end()
-               ? found->second
-               : std::string(mySensors::DescribePresentationSubType(ValInteger(type)).view());
-}
-
-std::string addressOf(Integer node, Integer child) {
-    return std::string(mySensors::rootAddressOf(node, child).view());
 }
 
 } // namespace hearthix::sim

@@ -30,11 +30,4 @@ struct Finding {
 
 std::vector<Finding> findingsOf(const MeshModel& mesh, const RecordingReader& recording);
 
-// The protocol's name of a variable type where the driver's has none, or another one.
-std::string protocolName(Integer type);
-std::string presentedName(const std::string& type);
-std::string addressOf(Integer node, Integer child);
-// Whether the driver has a name for a variable type.
-bool isNamedType(Integer type);
-
 } // namespace hearthix::sim

@@ -34,6 +34,7 @@ private:
     FollowedInput input_;
     Ref<SignalWatch> signals_ = Ref<SignalWatch>::make();
     bool ended_ = false;
+    bool hasFormat_ = false; // printed it
     RecordingReader recording_;
     MeshModel mesh_;
     std::set<std::tuple<const FindingKind*, Integer, std::string>> printed_;
@@ -66,6 +67,10 @@ void Inspection::read() {
 }
 
 void Inspection::printNewFindings() {
+    if (!settings_.json && !hasFormat_ && recording_.lines() > 0) {
+        hasFormat_ = true;
+        print(name_ + ": " + recording_.format());
+    }
     for (const Finding& each : findingsOf(mesh_, recording_))
         if (!each.kind->isFinal && printed_.emplace(each.kind, each.node, each.address).second)
             print(settings_.json ? findingJson(each) : findingText(each));

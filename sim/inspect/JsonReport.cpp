@@ -1,4 +1,5 @@
 #include "mysensors/Vocabulary.hpp"
+#include "sim/inspect/Names.hpp"
 #include "sim/inspect/Report.hpp"
 #include "sim/Mesh.hpp"
 

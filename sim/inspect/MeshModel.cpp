@@ -19,7 +19,7 @@ constexpr Integer kNoId = 255; // by which a node without an ID sends
 constexpr std::size_t kMostStatements = 8;
 constexpr Integer kMostVariables = 20'000;
 constexpr std::size_t kMostLogTexts = 5;
-constexpr Integer kNear = 2; // lines between junk and what may come from it
+constexpr Integer kNear = 3; // lines between junk and what may come from it
 constexpr Integer kStartMilliseconds = 5000;
 constexpr Integer kAskMilliseconds = 10'000; // of silence, after which the driver asks
 constexpr Integer kEndMilliseconds = 20'000; // after which it ends
@@ -225,6 +225,7 @@ void MeshModel::takeMessage(const TracedLine& line, const cMSCommand& command) {
     case mySensors::kPresentation: takePresentation(node, line, command); break;
     case mySensors::kSet: takeValue(node, line, command); break;
     case mySensors::kInternal: takeInternal(node, line, command); break;
+    case mySensors::kStream: node.getsFirmware = true; break;
     default: break;
     }
 }

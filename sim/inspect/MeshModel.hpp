@@ -23,7 +23,8 @@ struct Statement {
     bool cameBack = false;
 
     void note(std::string_view text);
-    bool changed() const { return texts.size() > 1; }
+    // Whether more than one node says so. A new sketch has other texts, too, and never the old ones again.
+    bool isOfTwo(bool hasNewSketch) const { return cameBack || (texts.size() > 1 && !hasNewSketch); }
     std::string text() const { return texts.empty() ? std::string() : texts[latest]; }
 };
 
@@ -72,6 +73,7 @@ struct Node {
     std::map<Integer, Child> children;
     Rhythm rhythm;
     bool isKnownToDriver = false; // since the recording began
+    bool getsFirmware = false;    // over the air
     // From the radio log.
     Integer sent = 0, failed = 0;
     Integer lostParents = 0;

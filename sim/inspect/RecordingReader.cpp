@@ -261,7 +261,8 @@ void RecordingReader::feed(std::string_view bytes) {
 void RecordingReader::finish() {
     if (format_ == Format::unknown && trimmed(head_).empty())
         throw Failure{
-            concat(String(std::string_view(name_)), " is empty; record some minutes first, see --help")};
+            concat(String(std::string_view(name_)),
+                   " is empty; record some minutes, and check the gateway's speed if no line comes")};
     if (format_ == Format::unknown)
         detect(true);
     if (!unended_.empty())

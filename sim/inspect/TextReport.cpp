@@ -1,5 +1,6 @@
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/text/Numbers.hpp"
+#include "sim/inspect/Names.hpp"
 #include "sim/inspect/Report.hpp"
 #include "sim/Mesh.hpp"
 #include "sim/Text.hpp"

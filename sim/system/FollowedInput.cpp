@@ -27,7 +27,6 @@ bool FollowedInput::open(const String& path, bool follow) {
     follow_ = follow;
     buffer_.resize(kBufferBytes);
     const bool isStandard = path == "-";
-    // A pipe without a writer does not block the program here, but its reads see an end.
     descriptor_ = isStandard ? STDIN_FILENO : ::open(std::string(path.view()).c_str(), O_RDONLY | O_CLOEXEC);
     struct stat state {};
     if (descriptor_ < 0 || fstat(descriptor_, &state) != 0) {

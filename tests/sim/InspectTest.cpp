@@ -79,7 +79,8 @@ TEST(Inspect, FindsWhatIsWrong) {
         const char* text; // in the first finding
     } cases[] = {
         {"shared-id", kStart + "10;255;3;0;11;Door", "\"Weather\" and \"Door\""},
-        {"shared-id", kStart + "10;255;3;0;12;2.0|10;255;3;0;12;1.0", "versions \"1.0\" and \"2.0\""},
+        {"shared-id", kStart + "10;255;4;0;0;0A|10;255;3;0;12;2.0|10;255;3;0;12;1.0",
+         "versions \"1.0\" and \"2.0\""},
         {"shared-id", kStart + "10;1;0;0;0;", "child 1 presented as \"Temperature\" and \"Door\""},
         {"assigned-twice", "255;9;3;0;3;|<255;9;3;0;4;11|11;255;0;0;17;2.3.2|255;7;3;0;3;|<255;7;3;0;4;11",
          "11 to 2 nodes"},
@@ -100,8 +101,7 @@ TEST(Inspect, FindsWhatIsWrong) {
         {"silence-10", kStart + "@22 10;1;1;0;0;1", "once, the longest for 15 s"},
         {"silence-20", kStart + "@17 <0;0;3;0;2;|@29 10;1;1;0;0;1", "once, which ends the driver"},
         {"gateway-restart", kStart + "0;255;3;0;14;Gateway startup complete.", "again once, first in line 9"},
-        {"node-silent",
-         kStart + repeated(4, "10;1;1;0;0;1|11;1;1;0;0;1|") + repeated(40, "11;1;1;0;0;1|"),
+        {"node-silent", kStart + repeated(4, "10;1;1;0;0;1|11;1;1;0;0;1|") + repeated(40, "11;1;1;0;0;1|"),
          "Node 10 reported every 2 s and has been silent for the last 41 s"},
         {"send-failed",
          kStart + "0;255;3;0;9;53 !TSF:MSG:SEND,0-0-10-10,s=1,c=1,t=2,pt=0,l=1,sg=0,ft=0,st=NACK:1|"
@@ -208,13 +208,14 @@ TEST(Inspect, KeepsItsMemoryAndColumns) {
         EXPECT_LE(line.size(), 80U) << line;
 }
 
-// Runs a command line of the shell in a folder of its own; $S is the program.
+// Runs a command line of the shell in a folder of its own; $P is the program, and $S inspects.
 int statusOf(const std::string& words) {
     std::string folder = std::filesystem::temp_directory_path() / "hearthix-inspect-XXXXXX";
     EXPECT_NE(mkdtemp(folder.data()), nullptr);
     std::ofstream(folder + "/good") << "1 > 10;0;1;0;0;1\n2 > 10;0;1;0;0;2\n";
     std::ofstream(folder + "/bad") << "1 > 10;0;1;0;47;1\n2 > 10;0;1;0;0;2\n3 > 10;0;1;0;0;2\n";
-    const int status = std::system(("cd " + folder + "; S='" HEARTHIX_SIM " inspect'; " + words).c_str());
+    const int status =
+        std::system(("cd " + folder + "; P='" HEARTHIX_SIM "'; S=\"$P inspect\"; " + words).c_str());
     std::filesystem::remove_all(folder);
     return WEXITSTATUS(status);
 }
@@ -237,6 +238,24 @@ TEST(Inspect, ReportsWithItsStatus) {
          3}};
     for (const auto& [words, status] : runs)
         EXPECT_EQ(statusOf(words), status) << words;
+}
+
+// The settings of the page, with another device, port and folder.
+TEST(Inspect, RecordsAHomeWithTheRecipe) {
+    EXPECT_EQ(
+        statusOf("port=$(echo quit | $P gateway --tcp 127.0.0.1:0 | sed -n 's/.*127.0.0.1://p')\n"
+                 "$P gateway --pty >gateway & first=$!\n"
+                 "try() { n=0; until eval \"$1\"; do [ $((n += 1)) -lt 600 ] || exit 9; sleep 0.1; done; }\n"
+                 "try 'device=$(grep -o /dev/pts/.* gateway)'\n"
+                 "awk '/^```/ {y = $1 ~ /yaml/; next} y' " INSPECT_PAGE
+                 " | sed \"s|/dev/ttyUSB0|$device|; s|5003|$port|; s|/var/log|$PWD|\" >s.yaml\n"
+                 "ser2net -n -c s.yaml -P pid >log 2>&1 & second=$!\n"
+                 "try '$P host --listen 127.0.0.1:0 --serial socket://127.0.0.1:$port --until 0E01.STATUS "
+                 ">>log 2>&1 </dev/null'\n"
+                 "kill $first $second\n"
+                 "$S --json gateway.trace >json && jq -e '(.format | test(\"hexdump\")) and .start > 0 and "
+                 ".gateway.assigned == [14] and (.nodes | length > 4)' json >log"),
+        0);
 }
 
 // The table of docs/inspect.md is that of the code.
