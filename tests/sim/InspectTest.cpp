@@ -246,13 +246,13 @@ TEST(Inspect, RecordsAHomeWithTheRecipe) {
         statusOf("port=$(echo quit | $P gateway --tcp 127.0.0.1:0 | sed -n 's/.*127.0.0.1://p')\n"
                  "$P gateway --pty >gateway & first=$!\n"
                  "try() { n=0; until eval \"$1\"; do [ $((n += 1)) -lt 600 ] || exit 9; sleep 0.1; done; }\n"
-                 "try 'device=$(grep -o /dev/pts/.* gateway)'\n"
+                 "trap 'kill $first $second' EXIT\n"
+                 "try 'grep -q \"gateway is\" gateway'; device=$(sed -n 's/.*gateway is //p' gateway)\n"
                  "awk '/^```/ {y = $1 ~ /yaml/; next} y' " INSPECT_PAGE
                  " | sed \"s|/dev/ttyUSB0|$device|; s|5003|$port|; s|/var/log|$PWD|\" >s.yaml\n"
                  "ser2net -n -c s.yaml -P pid >log 2>&1 & second=$!\n"
                  "try '$P host --listen 127.0.0.1:0 --serial socket://127.0.0.1:$port --until 0E01.STATUS "
                  ">>log 2>&1 </dev/null'\n"
-                 "kill $first $second\n"
                  "$S --json gateway.trace >json && jq -e '(.format | test(\"hexdump\")) and .start > 0 and "
                  ".gateway.assigned == [14] and (.nodes | length > 4)' json >log"),
         0);
