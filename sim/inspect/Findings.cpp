@@ -100,17 +100,30 @@ std::string filled(std::string_view pattern, const std::vector<std::string>& wor
     return text.append(pattern);
 }
 
+std::string wordOf(const std::string& text) {
+    return text;
+}
+std::string wordOf(Integer number) {
+    return std::to_string(number);
+}
+
 std::string times(Integer count) {
     return count == 1 ? "once" : std::to_string(count) + " times";
 }
 
-std::string seconds(Integer milliseconds) {
-    return std::to_string((milliseconds + 500) / 1000);
+Integer seconds(Integer milliseconds) {
+    return (milliseconds + 500) / 1000;
 }
 
 std::string unitOf(Integer node, Integer child, Integer type) {
     return std::string(unitAddress(node, child, type).view());
 }
+
+// What a finding is about.
+struct Subject {
+    Integer line = 0, node = -1, child = -1;
+    std::string address = {};
+};
 
 class Finder {
 public:
@@ -121,7 +134,7 @@ public:
         for (const auto& [id, node] : mesh_.nodes) {
             findInNode(id, node);
             for (const auto& [number, child] : node.children)
-                findInChild(id, node, number, child);
+                findInChild(id, number, child);
         }
         findAboutIds();
         findGarbledLines();
@@ -131,16 +144,11 @@ public:
     }
 
 private:
-    Finding& add(Kind kind, const std::vector<std::string>& words, Integer line = 0) {
+    template <class... Words>
+    void add(Kind kind, const Subject& subject, const Words&... words) {
         const FindingKind& entry = kKinds.at(kind);
-        return found_.emplace_back(Finding{&entry, filled(entry.text, words), line, -1, -1, {}});
-    }
-    void addOfNode(Kind kind, const std::vector<std::string>& words, Integer line, Integer node,
-                   Integer child = -1, const std::string& address = {}) {
-        Finding& finding = add(kind, words, line);
-        finding.node = node;
-        finding.child = child;
-        finding.address = address;
+        found_.push_back({&entry, filled(entry.text, {wordOf(words)...}), subject.line, subject.node,
+                          subject.child, subject.address});
     }
 
     // A driver is at the other end, and asks a silent gateway for its version.
@@ -151,7 +159,7 @@ private:
     void findInNode(Integer id, const Node& node);
     void findSilence(Integer id, const Node& node);
     void findSharedId(Integer id, const Node& node);
-    void findInChild(Integer id, const Node& node, Integer number, const Child& child);
+    void findInChild(Integer id, Integer number, const Child& child);
     void findInVariable(Integer id, Integer number, Integer type, const Variable& variable, bool isPresented);
     void findAboutIds();
     void findBlockers();
@@ -173,22 +181,22 @@ bool Finder::isWrongSpeed() const {
 }
 
 void Finder::findOnLine() {
-    constexpr Integer kAnswerMilliseconds = 2000;
+    constexpr Integer kPatience = 12'000; // the time of the driver's question, and more for its answer
+    constexpr Integer kEnd = 22'000;
     const auto& silences = mesh_.silences;
-    const auto text = [](Integer number) { return std::to_string(number); };
     if (isWrongSpeed())
-        add(wrongSpeed, {text(mesh_.junk), text(mesh_.bytes), text(mesh_.nuls)});
+        add(wrongSpeed, {}, mesh_.junk, mesh_.bytes, mesh_.nuls);
     const Integer atEnd = mesh_.silenceAtEnd();
-    const Integer ends = silences.over20 + (atEnd > 20'000 + kAnswerMilliseconds ? 1 : 0);
-    const Integer late = silences.late + (atEnd > 10'000 + kAnswerMilliseconds && atEnd <= 20'000 ? 1 : 0);
-    if (hasDriver() && ends > 0)
-        add(silence20, {times(ends)}, silences.longestLine);
+    const Integer over20 = silences.over20 + (atEnd > kEnd ? 1 : 0);
+    const Integer late = silences.late + (atEnd > kPatience && atEnd <= kEnd ? 1 : 0);
+    if (hasDriver() && over20 > 0)
+        add(silence20, {silences.longestLine}, times(over20));
     if (hasDriver() && late > 0)
-        add(silence10, {times(late), seconds(std::max(silences.longest, atEnd))}, silences.longestLine);
+        add(silence10, {silences.longestLine}, times(late), seconds(std::max(silences.longest, atEnd)));
     if (mesh_.restarts > 0)
-        add(gatewayRestart, {times(mesh_.restarts), text(mesh_.firstRestart)}, mesh_.firstRestart);
+        add(gatewayRestart, {mesh_.firstRestart}, times(mesh_.restarts), mesh_.firstRestart);
     if (mesh_.radioFailures > 0)
-        add(radioFailed, {times(mesh_.radioFailures)});
+        add(radioFailed, {}, times(mesh_.radioFailures));
 }
 
 void Finder::findInNode(Integer id, const Node& node) {
@@ -196,10 +204,9 @@ void Finder::findInNode(Integer id, const Node& node) {
     findSilence(id, node);
     // A radio link that loses less than one in fifty is a good one.
     if (node.failed * 50 >= std::max<Integer>(node.sent, 1))
-        addOfNode(sendFailed, {std::to_string(node.failed), std::to_string(node.sent), std::to_string(id)}, 0,
-                  id);
+        add(sendFailed, {0, id}, node.failed, node.sent, id);
     if (node.lostParents > 0)
-        addOfNode(parentLost, {std::to_string(id), times(node.lostParents)}, 0, id);
+        add(parentLost, {0, id}, id, times(node.lostParents));
 }
 
 // Only a node that reports regularly can be missed.
@@ -211,8 +218,7 @@ void Finder::findSilence(Integer id, const Node& node) {
     if (node.lastAt < 0 || rhythm.count < kFewest || rhythm.longest * rhythm.count > 4 * rhythm.sum ||
         silence < std::max(5 * rhythm.longest, kShortest))
         return;
-    addOfNode(nodeSilent, {std::to_string(id), seconds(rhythm.sum / rhythm.count), seconds(silence)},
-              node.lastLine, id);
+    add(nodeSilent, {node.lastLine, id}, id, seconds(rhythm.sum / rhythm.count), seconds(silence));
 }
 
 void Finder::findSharedId(Integer id, const Node& node) {
@@ -239,17 +245,17 @@ void Finder::findSharedId(Integer id, const Node& node) {
         note(("child " + std::to_string(number) + " presented as").c_str(), names);
     }
     if (!reasons.empty())
-        addOfNode(sharedId, {std::to_string(id), reasons}, node.lastLine, id);
+        add(sharedId, {node.lastLine, id}, id, reasons);
 }
 
-void Finder::findInChild(Integer id, const Node&, Integer number, const Child& child) {
+void Finder::findInChild(Integer id, Integer number, const Child& child) {
     constexpr Integer kPatience = 10'000;
     const bool isAsked = std::any_of(child.variables.begin(), child.variables.end(),
                                      [](const auto& each) { return each.second.commands > 0; });
     const bool isNew = child.at >= 0 && mesh_.lastAt - child.at < kPatience;
     if (child.presentations > 0 && !child.hasValue() && !isAsked && !isNew)
-        addOfNode(noValue, {std::to_string(id), std::to_string(number), presentedName(child.types.text())},
-                  child.line, id, number, addressOf(id, number));
+        add(noValue, {child.line, id, number, addressOf(id, number)}, id, number,
+            presentedName(child.types.text()));
     if (number == mySensors::kNodeLevelChild)
         return;
     for (const auto& [type, variable] : child.variables)
@@ -258,37 +264,31 @@ void Finder::findInChild(Integer id, const Node&, Integer number, const Child& c
 
 void Finder::findInVariable(Integer id, Integer number, Integer type, const Variable& variable,
                             bool isPresented) {
-    const std::string address = unitOf(id, number, type);
-    const Integer commanded = mySensors::SuffixToVarType(mySensors::varTypeToSuffix(type));
     constexpr Integer kIrSend = 32, kIrReceive = 33;
+    const Subject subject{variable.line, id, number, unitOf(id, number, type)};
+    const Integer commanded = mySensors::SuffixToVarType(mySensors::varTypeToSuffix(type));
     if (variable.values == 1 && variable.isNearJunk && !isPresented && variable.commands == 0)
-        addOfNode(garbledUnit,
-                  {address, "line " + std::to_string(variable.line) +
-                                " is its only one, it was never presented, and junk is next to it"},
-                  variable.line, id, number, address);
+        add(garbledUnit, subject, subject.address,
+            "line " + std::to_string(variable.line) +
+                " is its only one, it was never presented, and junk is next to it");
     else if (!isNamedType(type) && variable.values > 0)
-        addOfNode(unnamedType, {address, std::to_string(type) + " (" + protocolName(type) + ")"},
-                  variable.line, id, number, address);
+        add(unnamedType, subject, subject.address, std::to_string(type) + " (" + protocolName(type) + ")");
     else if (commanded >= 0 && (commanded != type || type == kIrReceive))
-        addOfNode(otherType,
-                  {address, protocolName(commanded), protocolName(type == kIrReceive ? kIrSend : type)},
-                  variable.line, id, number, address);
+        add(otherType, subject, subject.address, protocolName(commanded),
+            protocolName(type == kIrReceive ? kIrSend : type));
 }
 
 void Finder::findAboutIds() {
     for (const auto& [id, made] : mesh_.assignments)
         if (made.times > 1)
-            addOfNode(assignedTwice,
-                      {std::to_string(id), std::to_string(made.times), std::to_string(made.latest)},
-                      made.latest, id);
+            add(assignedTwice, {made.latest, id}, id, made.times, made.latest);
     if (mesh_.openIdRequests > 0 && (recording_.hasDirections() || !mesh_.assignments.empty()) &&
         recording_.lines() > mesh_.lastIdRequest + 5)
-        add(idRefused, {times(mesh_.openIdRequests), std::to_string(mesh_.lastIdRequest)},
-            mesh_.lastIdRequest);
+        add(idRefused, {mesh_.lastIdRequest}, times(mesh_.openIdRequests), mesh_.lastIdRequest);
     findBlockers();
     for (const auto& [root, line] : mesh_.fatalBatteries) {
         const Integer node = ValInteger("&h" + root.substr(0, 2)), child = ValInteger("&h" + root.substr(2));
-        addOfNode(childBattery, {std::to_string(node), std::to_string(child)}, line, node, child, root);
+        add(childBattery, {line, node, child, root}, node, child);
     }
 }
 
@@ -312,7 +312,7 @@ void Finder::findBlockers() {
         units.erase(std::prev(units.end()));
     }
     if (!list.empty())
-        add(noFreeId, {list});
+        add(noFreeId, {}, list);
 }
 
 std::map<Integer, std::set<std::string>> Finder::unitsByNode() const {
@@ -344,8 +344,8 @@ void Finder::findGarbledLines() {
             continue;
         if (!each.address.empty() && good.insert(each.address).second) {
             --others;
-            addOfNode(garbledUnit, {each.address, "line " + std::to_string(each.number) + " is " + each.text},
-                      each.number, -1, -1, each.address);
+            add(garbledUnit, {each.number, -1, -1, each.address}, each.address,
+                "line " + std::to_string(each.number) + " is " + each.text);
         } else if (first == 0 || each.number < first) {
             first = each.number;
             text = each.text;
@@ -353,10 +353,8 @@ void Finder::findGarbledLines() {
     }
     const bool isMuch = !isMixed() || others * 100 > kMixedPercent * mesh_.fromGateway;
     if (others > 0 && isMuch && !isWrongSpeed())
-        add(unreadable,
-            {others == 1 ? "1 line is" : std::to_string(others) + " lines are", std::to_string(first),
-             first == mesh_.firstMalformed ? mesh_.malformedText : text},
-            first);
+        add(unreadable, {first}, others == 1 ? "1 line is" : std::to_string(others) + " lines are", first,
+            first == mesh_.firstMalformed ? mesh_.malformedText : text);
 }
 
 } // namespace

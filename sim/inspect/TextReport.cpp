@@ -66,6 +66,8 @@ std::string valueText(const Variable& variable) {
 }
 
 std::string unitText(Integer node, Integer child, Integer type) {
+    if (type < 0)
+        return "without a name"; // what the driver sends to a unit whose type it cannot name
     std::string text(unitAddress(node, child, type).view());
     if (!isNamedType(type))
         text += " (" + protocolName(type) + ")";
