@@ -267,7 +267,7 @@ void Finder::findInVariable(Integer id, Integer number, Integer type, const Vari
     constexpr Integer kIrSend = 32, kIrReceive = 33;
     const Subject subject{variable.line, id, number, unitOf(id, number, type)};
     const Integer commanded = mySensors::SuffixToVarType(mySensors::varTypeToSuffix(type));
-    if (variable.values == 1 && variable.isNearJunk && !isPresented && variable.commands == 0)
+    if (variable.values == 1 && variable.isNearJunk && !isMixed() && !isPresented && variable.commands == 0)
         add(garbledUnit, subject, subject.address,
             "line " + std::to_string(variable.line) +
                 " is its only one, it was never presented, and junk is next to it");

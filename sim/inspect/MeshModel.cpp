@@ -188,8 +188,7 @@ void MeshModel::takeUnreadable(const TracedLine& line, std::string_view text) {
         firstMalformed = line.number;
         malformedText = shortened(text);
     }
-    if (!isLoose)
-        noteJunk(line.number);
+    noteJunk(line.number);
 }
 
 void MeshModel::takeDamaged(const TracedLine& line, std::string_view text, const cMSCommand& command) {

@@ -122,6 +122,9 @@ TEST(Inspect, FindsWhatIsWrong) {
             seen.insert(finding.kind->name);
     }
     EXPECT_EQ(seen.size(), findingKinds().size()) << "a recording for each kind";
+    const std::string bare = "12;1;1;0;2;0\n12;1;1;0;2;1\n12;1;1;\n112;1;1;0;2;1\n12;1;1;0;2;0\n";
+    EXPECT_EQ(Described(bare).kinds(), "unreadable garbled-unit");
+    EXPECT_EQ(Described(bare + "0;0;3;0;2;\n" + repeated(99, "12;1;1;0;2;0\n")).kinds(), "") << "mixed";
 }
 
 TEST(Inspect, FindsNothingInHealthyMeshes) {
@@ -197,7 +200,7 @@ TEST(Inspect, RefusesWhatIsNoRecording) {
 
 TEST(Inspect, KeepsItsMemoryAndColumns) {
     std::string lines;
-    for (int i = 0; i < 40'000; ++i)
+    for (int i = 0; i < 22'000; ++i)
         lines += std::to_string(i % 255) + ";" + std::to_string(i % 250) + ";1;0;" + std::to_string(i / 255) +
                  ";" + std::string(100, 'x') + "\n" + std::to_string(i) + "0;1;1;0;0;1\n";
     const Described described(lines + std::string(200'000, ';'));
