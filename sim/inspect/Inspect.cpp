@@ -43,7 +43,7 @@ private:
 Inspection::Inspection(const Settings& settings)
     : settings_(settings),
       name_(settings.inspectFile == "-" ? "standard input" : settings.inspectFile.view()), recording_(name_) {
-    recording_.line = [this](const TracedLine& line) { mesh_.take(line); };
+    recording_.line = [this](const TracedLine& line) { mesh_.add(line); };
     recording_.opened = [this] { mesh_.opened(); };
     signals_->caught = [this](int) { ended_ = true; };
 }

@@ -123,7 +123,7 @@ void MeshModel::opened() {
     openedAt_ = gatewayAt_ = askedAt_ = -1;
 }
 
-void MeshModel::take(const TracedLine& line) {
+void MeshModel::add(const TracedLine& line) {
     isLoose = isLoose || line.isLoose;
     if (line.at >= 0) {
         firstAt = firstAt < 0 ? line.at : firstAt;
@@ -133,23 +133,23 @@ void MeshModel::take(const TracedLine& line) {
     const std::string_view text = trimmed(line.text);
     ++(line.toDriver ? fromGateway : fromDriver);
     if (line.toDriver)
-        takeFromGateway(line, text);
+        addFromGateway(line, text);
     else
-        takeFromDriver(line, text);
+        addFromDriver(line, text);
 }
 
-void MeshModel::takeFromGateway(const TracedLine& line, std::string_view text) {
+void MeshModel::addFromGateway(const TracedLine& line, std::string_view text) {
     bytes += static_cast<Integer>(line.text.size());
     measureSilence(line);
     if (text.empty())
         return;
     if (!hasSixFields(text))
-        return takeUnreadable(line, text);
+        return addUnreadable(line, text);
     const cMSCommand command{String(text)};
     if (!isSound(text, command))
-        return takeDamaged(line, text, command);
+        return addDamaged(line, text, command);
     junkAtStart = good++ == 0 ? junk : junkAtStart;
-    takeMessage(line, command);
+    addMessage(line, command);
 }
 
 void MeshModel::measureSilence(const TracedLine& line) {
@@ -175,7 +175,7 @@ void MeshModel::noteJunk(Integer number) {
         variable->isNearJunk = variable->isNearJunk || number - line <= kNear;
 }
 
-void MeshModel::takeUnreadable(const TracedLine& line, std::string_view text) {
+void MeshModel::addUnreadable(const TracedLine& line, std::string_view text) {
     const auto isStrange = [](char each) { return (each & 0x80) != 0 || each < ' ' || each == '\x7f'; };
     if (std::any_of(text.begin(), text.end(), isStrange)) {
         const std::string shown = printable(text);
@@ -191,7 +191,7 @@ void MeshModel::takeUnreadable(const TracedLine& line, std::string_view text) {
     noteJunk(line.number);
 }
 
-void MeshModel::takeDamaged(const TracedLine& line, std::string_view text, const cMSCommand& command) {
+void MeshModel::addDamaged(const TracedLine& line, std::string_view text, const cMSCommand& command) {
     nuls += std::count(text.begin(), text.end(), '\0');
     junk += std::count(text.begin(), text.end(), '\0');
     const bool hasUnit =
@@ -205,7 +205,7 @@ void MeshModel::takeDamaged(const TracedLine& line, std::string_view text, const
                            hasUnit ? std::string(command.HearthixAddressWithSubtype.view()) : std::string()});
 }
 
-void MeshModel::takeMessage(const TracedLine& line, const cMSCommand& command) {
+void MeshModel::addMessage(const TracedLine& line, const cMSCommand& command) {
     if (command.messageType == mySensors::kInternal && command.SubType == mySensors::kIdRequest) {
         ++idRequests;
         ++openIdRequests;
@@ -221,15 +221,15 @@ void MeshModel::takeMessage(const TracedLine& line, const cMSCommand& command) {
         found->second.isInUse = true;
     nodesSpoke_ = nodesSpoke_ || command.nodeID != kGateway;
     switch (command.messageType) {
-    case mySensors::kPresentation: takePresentation(node, line, command); break;
-    case mySensors::kSet: takeValue(node, line, command); break;
-    case mySensors::kInternal: takeInternal(node, line, command); break;
+    case mySensors::kPresentation: addPresentation(node, line, command); break;
+    case mySensors::kSet: addValue(node, line, command); break;
+    case mySensors::kInternal: addInternal(node, line, command); break;
     case mySensors::kStream: node.getsFirmware = true; break;
     default: break;
     }
 }
 
-void MeshModel::takePresentation(Node& node, const TracedLine& line, const cMSCommand& command) {
+void MeshModel::addPresentation(Node& node, const TracedLine& line, const cMSCommand& command) {
     if (command.childID == mySensors::kNodeLevelChild) {
         ++node.presentations;
         node.library.note(command.PayLoad);
@@ -256,7 +256,7 @@ Variable* MeshModel::variableOf(Node& node, Integer child, Integer type) {
     return &variables[type];
 }
 
-void MeshModel::takeValue(Node& node, const TracedLine& line, const cMSCommand& command) {
+void MeshModel::addValue(Node& node, const TracedLine& line, const cMSCommand& command) {
     Variable* variable = variableOf(node, command.childID, command.SubType);
     if (variable == nullptr)
         return void(++dropped);
@@ -277,7 +277,7 @@ void MeshModel::takeValue(Node& node, const TracedLine& line, const cMSCommand& 
     node.lostParents += std::exchange(node.isSearching, false) ? 1 : 0;
 }
 
-void MeshModel::takeInternal(Node& node, const TracedLine& line, const cMSCommand& command) {
+void MeshModel::addInternal(Node& node, const TracedLine& line, const cMSCommand& command) {
     switch (command.SubType) {
     case mySensors::kBatteryLevel:
         node.rhythm.note(line.at);
@@ -294,10 +294,10 @@ void MeshModel::takeInternal(Node& node, const TracedLine& line, const cMSComman
         break;
     case mySensors::kSketchName: node.sketch.note(command.PayLoad); break;
     case mySensors::kSketchVersion: node.version.note(command.PayLoad); break;
-    case mySensors::kLogMessage: takeLog(node, command); break;
+    case mySensors::kLogMessage: addLog(node, command); break;
     case mySensors::kGatewayReady:
         if (command.nodeID == kGateway)
-            takeStart(line);
+            addStart(line);
         break;
     case kHeartbeat:
     case kAboutToSleep:
@@ -307,14 +307,14 @@ void MeshModel::takeInternal(Node& node, const TracedLine& line, const cMSComman
 }
 
 // A gateway starts when its line is opened, and may say so twice.
-void MeshModel::takeStart(const TracedLine& line) {
+void MeshModel::addStart(const TracedLine& line) {
     ++starts;
     const bool isOpening = line.at >= 0 && line.at - openedAt_ < kStartMilliseconds && starts == 1;
     if (std::exchange(nodesSpoke_, false) && !isOpening)
         firstRestart = restarts++ == 0 ? line.number : firstRestart;
 }
 
-void MeshModel::takeLog(Node& node, const cMSCommand& command) {
+void MeshModel::addLog(Node& node, const cMSCommand& command) {
     ++logLines;
     const RadioEvent event = radioEventOf(command.PayLoad);
     radioLines += event.kind != RadioEvent::Kind::none ? 1 : 0;
@@ -344,7 +344,7 @@ void MeshModel::takeLog(Node& node, const cMSCommand& command) {
     }
 }
 
-void MeshModel::takeFromDriver(const TracedLine& line, std::string_view text) {
+void MeshModel::addFromDriver(const TracedLine& line, std::string_view text) {
     if (!hasSixFields(text))
         return;
     const cMSCommand command{String(text)};
@@ -353,7 +353,7 @@ void MeshModel::takeFromDriver(const TracedLine& line, std::string_view text) {
                         command.childID <= mySensors::kNodeLevelChild && command.SubType >= -1 &&
                         command.SubType <= 255;
     if (isInternal && command.SubType == kIdResponse) {
-        takeAssignment(line, command);
+        addAssignment(line, command);
     } else if (isInternal && command.SubType == mySensors::kVersion) {
         ++driverLines.versions;
         askedAt_ = line.at;
@@ -375,7 +375,7 @@ void MeshModel::takeFromDriver(const TracedLine& line, std::string_view text) {
 }
 
 // A node that has got no answer asks again within seconds, and gets the same ID.
-void MeshModel::takeAssignment(const TracedLine& line, const cMSCommand& command) {
+void MeshModel::addAssignment(const TracedLine& line, const cMSCommand& command) {
     openIdRequests = 0;
     const Integer id = ValInteger(command.PayLoad);
     if (id < 1 || id > kNoId)

@@ -1,7 +1,7 @@
 // What a recording shows of a mesh: its nodes with their children and values, and what went wrong on the
 // line.
 //
-// It knows what the driver does with each line. Lines from the gateway and from the driver go into take, in
+// It knows what the driver does with each line. Lines from the gateway and from the driver go into add, in
 // their order. Memory is bounded: numbers that no node can have make no entries, and texts are cut.
 #pragma once
 
@@ -103,7 +103,7 @@ public:
     static constexpr std::size_t kMostDamaged = 50;
 
     MeshModel();
-    void take(const TracedLine& line);
+    void add(const TracedLine& line);
     // A program opened the gateway's line: what was before is another session.
     void opened();
     // The silence before the end, which no line of the gateway ends. A line of the driver may.
@@ -136,17 +136,17 @@ public:
     Integer dropped = 0;                           // values of types that were too many to keep
 
 private:
-    void takeFromGateway(const TracedLine& line, std::string_view text);
-    void takeFromDriver(const TracedLine& line, std::string_view text);
-    void takeUnreadable(const TracedLine& line, std::string_view text);
-    void takeDamaged(const TracedLine& line, std::string_view text, const cMSCommand& command);
-    void takeMessage(const TracedLine& line, const cMSCommand& command);
-    void takePresentation(Node& node, const TracedLine& line, const cMSCommand& command);
-    void takeValue(Node& node, const TracedLine& line, const cMSCommand& command);
-    void takeInternal(Node& node, const TracedLine& line, const cMSCommand& command);
-    void takeLog(Node& node, const cMSCommand& command);
-    void takeStart(const TracedLine& line);
-    void takeAssignment(const TracedLine& line, const cMSCommand& command);
+    void addFromGateway(const TracedLine& line, std::string_view text);
+    void addFromDriver(const TracedLine& line, std::string_view text);
+    void addUnreadable(const TracedLine& line, std::string_view text);
+    void addDamaged(const TracedLine& line, std::string_view text, const cMSCommand& command);
+    void addMessage(const TracedLine& line, const cMSCommand& command);
+    void addPresentation(Node& node, const TracedLine& line, const cMSCommand& command);
+    void addValue(Node& node, const TracedLine& line, const cMSCommand& command);
+    void addInternal(Node& node, const TracedLine& line, const cMSCommand& command);
+    void addLog(Node& node, const cMSCommand& command);
+    void addStart(const TracedLine& line);
+    void addAssignment(const TracedLine& line, const cMSCommand& command);
     void measureSilence(const TracedLine& line);
     void noteJunk(Integer number);
     Variable* variableOf(Node& node, Integer child, Integer type);

@@ -13,8 +13,8 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr std::size_t kLongestLine = 65'536;
-constexpr std::size_t kLongestHead = 65'536;
+constexpr std::size_t kLongestLine = 262'144; // host --record cuts lines at a quarter of that
+constexpr std::size_t kLongestHead = kLongestLine;
 constexpr Integer kHeadLines = 20;
 constexpr Integer kSecond = 1000;
 constexpr Integer kHour = 3'600'000;
@@ -224,11 +224,7 @@ RecordingReader::Format RecordingReader::formatOfHead(bool isComplete) const {
             break;
         const std::string_view text = rest.substr(0, end);
         rest.remove_prefix(std::min(end, rest.size() - 1) + 1);
-        if (trimmed(text).empty()) {
-            --count;
-            continue;
-        }
-        if (const Format framed = framedFormatOf(text); count < 3 && framed != Format::unknown)
+        if (const Format framed = framedFormatOf(text); framed != Format::unknown)
             return framed;
         if (frameOf(Format::bare, text).isGood || traceEventIn(text) == 0)
             found = Format::bare;
@@ -255,7 +251,8 @@ void RecordingReader::feed(std::string_view bytes) {
     if (format_ != Format::unknown)
         return cutLines(bytes);
     head_ += bytes;
-    detect(false);
+    if (bytes.find('\n') != std::string_view::npos || head_.size() >= kLongestHead)
+        detect(false);
 }
 
 void RecordingReader::finish() {

@@ -18,7 +18,7 @@ namespace {
 // A recording, described.
 struct Described {
     explicit Described(const std::string& text) {
-        recording.line = [this](const TracedLine& line) { mesh.take(line); };
+        recording.line = [this](const TracedLine& line) { mesh.add(line); };
         recording.opened = [this] { mesh.opened(); };
         const std::size_t size = text.size() < 10'000 ? 1 : 4096;
         for (std::size_t start = 0; start < text.size(); start += size)
