@@ -249,7 +249,7 @@ TEST(Inspect, RecordsAHomeWithTheRecipe) {
         statusOf("port=$(echo quit | $P gateway --tcp 127.0.0.1:0 | sed -n 's/.*127.0.0.1://p')\n"
                  "$P gateway --pty >gateway & first=$!\n"
                  "try() { n=0; until eval \"$1\"; do [ $((n += 1)) -lt 600 ] || exit 9; sleep 0.1; done; }\n"
-                 "trap 'kill $first $second' EXIT\n"
+                 "trap 'kill $first $second; wait' EXIT\n"
                  "try 'grep -q \"gateway is\" gateway'; device=$(sed -n 's/.*gateway is //p' gateway)\n"
                  "awk '/^```/ {y = $1 ~ /yaml/; next} y' " INSPECT_PAGE
                  " | sed \"s|/dev/ttyUSB0|$device|; s|5003|$port|; s|/var/log|$PWD|\" >s.yaml\n"
