@@ -1,9 +1,9 @@
 #include "sim/Recording.hpp"
 
 #include "runtime/text/Numbers.hpp"
-#include "runtime/text/StringFunctions.hpp"
 #include "sim/Failure.hpp"
 #include "sim/InputFile.hpp"
+#include "sim/inspect/RecordingReader.hpp"
 #include "sim/Text.hpp"
 
 #include <string>
@@ -16,19 +16,19 @@ String recordedText(const RecordedLine& line) {
 }
 
 std::vector<RecordedLine> parseRecording(const String& text, const String& name) {
+    constexpr Integer kUntimedMilliseconds = 10;
     std::vector<RecordedLine> lines;
-    Integer number = 0;
-    for (const String& each : Split(text, "\n")) {
-        ++number;
-        if (Trim(each).empty())
-            continue;
-        const std::string_view whole = each.view();
-        const std::size_t mark = whole.find_first_of("<>");
-        const String time = Trim(each.cut(0, mark == std::string_view::npos ? 0 : mark));
-        if (!IsNumeric(time) || Val(time) < 0)
-            throw Failure{concat(name, ":", Str(number), ": write it as: MILLISECONDS > LINE")};
-        lines.push_back({ValInteger(time), whole[mark] == '>', each.cut(mark + 2)});
-    }
+    Integer start = -1;
+    RecordingReader reader{std::string(name.view())};
+    reader.line = [&](const TracedLine& line) {
+        const Integer untimed = static_cast<Integer>(lines.size()) * kUntimedMilliseconds;
+        // The times of a recording of ours count from its start, all others from some day or clock.
+        start = start < 0 && reader.countsFromStart() ? 0 : start;
+        start = start < 0 ? line.at : start;
+        lines.push_back({line.at < 0 ? untimed : line.at - start, line.toDriver, String(line.text)});
+    };
+    reader.feed(text);
+    reader.finish();
     return lines;
 }
 

@@ -21,7 +21,8 @@ struct RecordedLine {
 };
 
 String recordedText(const RecordedLine& line);
-// Raises Failure with the line's number for what is no recording. The name is for the message.
+// Any format of RecordingReader. Lines without a time follow one another within 10 milliseconds. Raises
+// Failure with the line's number for what is no recording. The name is for the message.
 std::vector<RecordedLine> parseRecording(const String& text, const String& name);
 std::vector<RecordedLine> loadRecording(const String& path);
 

@@ -20,12 +20,15 @@ struct Settings {
     Integer count = 0;   // values after which the host ends; 0 for none
     String untilAddress; // the unit whose value ends it; empty for none
     std::optional<String> untilValue;
+    String inspectFile = "-"; // the recording to be described; "-" for standard input
+    bool follow = false;      // goes on while that grows
 };
 
 int runDemo(const Settings& settings);
 int runSoak(const Settings& settings);
 int runHost(const Settings& settings);
 int runGateway(const Settings& settings);
+int runInspect(const Settings& settings); // 3 when something is wrong with the mesh
 int runTypes(const Settings& settings);
 
 } // namespace hearthix::sim

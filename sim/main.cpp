@@ -198,6 +198,16 @@ void describeGateway(CLI::App& app, Settings& settings) {
     app.footer(std::string(kMeshExample) + "\nCommands on standard input: quit");
 }
 
+void describeInspect(CLI::App& app, Settings& settings) {
+    const auto file = [&settings](const std::string& name) { settings.inspectFile = textOf(name); };
+    app.add_option_function<std::string>("FILE", file, "the recording; - or nothing for standard input");
+    app.add_flag("--follow", settings.follow,
+                 "go on while the file grows, print findings as they\nshow, and the description at Ctrl-C");
+    app.add_flag("--json", settings.json, "print one JSON object, for scripts");
+    app.footer("It reads what hearthix-sim host --record writes, trace-both files of ser2net, logs of tio\n"
+               "with timestamps, and bare lines. The exit status is 0 without findings and 3 with some.");
+}
+
 void describeTypes(CLI::App& app, Settings&) {
     app.footer("A unit's address ends in the suffix. Other types get the suffix UNKN and their number.");
 }
@@ -209,13 +219,15 @@ struct Subcommand {
     int (*run)(const Settings& settings);
 };
 
-constexpr std::array<Subcommand, 5> kSubcommands{
+constexpr std::array<Subcommand, 6> kSubcommands{
     {{"demo", "Shows a host, a gateway and the driver between them in one terminal.", describeDemo, runDemo},
      {"host", "Stands in for the home-automation host: keeps a driver's units, and commands them.",
       describeHost, runHost},
      {"gateway", "Stands in for a MySensors gateway with a mesh of nodes.", describeGateway, runGateway},
      {"soak", "Runs the demo at high speed under mishaps, and reports whether anything was lost.",
       describeSoak, runSoak},
+     {"inspect", "Describes the mesh that a recording shows, and reports its problems.", describeInspect,
+      runInspect},
      {"types", "Lists the variable types that the driver knows.", describeTypes, runTypes}}};
 
 // The sentence may quote a file, so that control characters are replaced.

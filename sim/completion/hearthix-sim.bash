@@ -22,10 +22,14 @@ _hearthix_sim() {
         soak) words="--for --driver --pty --rate --help --version" ;;
         host) words="--listen --driver --serial --gateway --id --restart --record --units --trace --json --for --count --until --help --version" ;;
         types) words="--help --version" ;;
+        inspect)
+            words="--follow --json --help --version"
+            [[ $current == -* ]] || { compopt -o filenames; words=$(compgen -f -- "$current"); }
+            ;;
         gateway) words="--tcp --pty --mesh --greet --no-greet --rate --fragment --junk --silent-after
             --drop-after --record --replay --help --version" ;;
     esac
-    ((COMP_CWORD == 1)) && words="demo soak host gateway types --help --version"
+    ((COMP_CWORD == 1)) && words="demo soak host gateway inspect types --help --version"
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }
 complete -F _hearthix_sim hearthix-sim

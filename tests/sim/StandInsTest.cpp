@@ -51,7 +51,7 @@ TEST(Files, RefuseFaultsWithLineAndColumn) {
     for (const auto& [text, start] : meshes)
         EXPECT_TRUE(failureOf(parseMesh, text).starts_with(start)) << text;
     for (const char* text : {"x > y", "12 no mark", "-1 < 1;2", "> 1"})
-        EXPECT_TRUE(failureOf(parseRecording, text).starts_with("m:1: write it as")) << text;
+        EXPECT_TRUE(failureOf(parseRecording, text).starts_with("m:1: expected a recording")) << text;
 }
 
 TEST(Text, ContainsNoTerminalControls) {

@@ -1,0 +1,27 @@
+// The lines that MySensors' radio code writes to its log, of which a controller sees the gateway's.
+#pragma once
+
+#include "runtime/text/String.hpp"
+
+#include <string_view>
+
+namespace hearthix::sim {
+
+struct RadioEvent {
+    enum class Kind {
+        none,    // not from the radio
+        unknown, // from the radio, and not interpreted
+        received,
+        sent,
+        failed,     // sent without an acknowledgement
+        search,     // a node asks for a parent
+        parentLost, // by the node that writes the log
+        radioFailed // likewise
+    };
+    Kind kind = Kind::none;
+    Integer node = -1; // the other end of a transmission, or the node that searches
+};
+
+RadioEvent radioEventOf(std::string_view text);
+
+} // namespace hearthix::sim

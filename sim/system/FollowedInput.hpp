@@ -1,0 +1,40 @@
+// A file, a pipe or standard input, read from its beginning to its end, or further while it grows.
+#pragma once
+
+#include "runtime/text/String.hpp"
+
+#include <string_view>
+#include <vector>
+
+namespace hearthix {
+
+class FollowedInput {
+public:
+    enum class State { bytes, nothingYet, ended, failed };
+
+    FollowedInput() = default;
+    FollowedInput(const FollowedInput&) = delete;
+    FollowedInput& operator=(const FollowedInput&) = delete;
+    ~FollowedInput();
+
+    // "-" is standard input. False, with a reason, for what cannot be read, folders and devices included.
+    bool open(const String& path, bool follow);
+    const String& reason() const noexcept { return reason_; }
+    // Waits a moment at most. A followed file is never at its end; it fails when it becomes shorter.
+    State read();
+    // The bytes of the last read, valid until the next one.
+    std::string_view bytes() const noexcept { return {buffer_.data(), size_}; }
+
+private:
+    State atEnd();
+
+    int descriptor_ = -1;
+    bool isFile_ = false;
+    bool follow_ = false;
+    std::int64_t position_ = 0;
+    std::vector<char> buffer_;
+    std::size_t size_ = 0;
+    String reason_;
+};
+
+} // namespace hearthix
