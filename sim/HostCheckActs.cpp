@@ -151,7 +151,7 @@ bool HostCheck::requestList(ProbeLink& link) {
 bool HostCheck::judgeDocument(bool isLong) {
     const bool hadLink = !link_->hasEnded();
     const bool isAnswered = hadLink && requestList(*link_);
-    if (hadLink && !isAnswered && !askedToEnd_)
+    if (hadLink && !isAnswered && !askedToEnd_ && !link_->hasGivenUp())
         verdicts_.broken(Rule::unitsAnswer, {},
                          link_->hasEnded() ? "the link ended after getUnits"
                                            : "10 seconds after getUnits there was no setUnits");
@@ -167,9 +167,10 @@ bool HostCheck::judgeDocument(bool isLong) {
         isComplete = false;
     }
     if (!isComplete) {
-        verdicts_.broken(isLong ? Rule::unitsSize : Rule::unitsDocument, listPacket_,
-                         isLong ? "the list of 1,000 units is cut off" : "\"DATA\" is no complete document");
-        if (isLong)
+        const bool isTooLong = isLong && !verdicts_.isBroken(Rule::unitsDocument);
+        verdicts_.broken(isTooLong ? Rule::unitsSize : Rule::unitsDocument, listPacket_,
+                         isTooLong ? "the list of 1,000 units is cut off" : "\"DATA\" is no complete document");
+        if (isTooLong)
             link_->end(); // what follows is no packet
         return false;
     }
@@ -297,6 +298,8 @@ void HostCheck::judgeSecondLink() {
     ConsoleApplication::DoEvents(kSettleMilliseconds);
     other->end();
     ConsoleApplication::DoEvents(kSettleMilliseconds);
+    if (!isFirstAnswered && !hasStrayed && verdicts_.isBroken(Rule::unitsAnswer))
+        return;
     verdicts_.kept(Rule::secondLink);
     if (link_->hasEnded())
         verdicts_.broken(Rule::secondLink, {}, "the first link ended");

@@ -39,6 +39,8 @@ public:
     // The bytes that show it, if any, and what happened, as a sentence without its full stop.
     void broken(Rule rule, std::string_view bytes, const String& what);
 
+    bool isBroken(Rule rule) { return !entry(rule).findings.empty(); }
+
     // The whole report, on standard output.
     void print() const;
     void printJson() const;

@@ -119,6 +119,7 @@ void ProbeLink::noteQuiet() {
 // Always false.
 bool ProbeLink::giveUp(Rule rule, const String& what) {
     verdicts_.broken(rule, buffer_, what);
+    givenUp_ = true;
     end();
     return false;
 }

@@ -32,6 +32,8 @@ public:
     void open(const SocketAddress& host, const String& connectionId);
     // Whether the link has failed, or was closed by either end.
     bool hasEnded() const noexcept { return ended_; }
+    // Whether it has ended because the host's bytes could not be followed any more.
+    bool hasGivenUp() const noexcept { return givenUp_; }
     // Closes the link; what was sent leaves first.
     void end();
 
@@ -59,6 +61,7 @@ private:
     std::size_t pauseAfter_ = 0;    // so many of its bytes
     Integer reads_ = 0;
     bool ended_ = false;
+    bool givenUp_ = false;
 };
 
 } // namespace hearthix::sim

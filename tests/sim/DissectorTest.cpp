@@ -66,26 +66,26 @@ TEST(Dissector, ShowsPacketsAndMarksWrongLengths) {
         std::vector<std::string> segments;
         std::string shown; // the summary of the last segment, and the errors
     };
-    const Case cases[] = {{20300, false, {"M", "YSENSORS:ID7\r"}, "MYSENSORS:ID7"},
-                          {20300, false, {"MYSENSORS:\r" + log("hello").bytes}, "MYSENSORS:; log: hello"},
+    const Case cases[] = {{20300, false, {"M", "YSENSORS:ID7\r"}, "[MYSENSORS:ID7]"},
+                          {20300, false, {"MYSENSORS:\r" + log("hello").bytes}, "[MYSENSORS:][log: hello]"},
                           {20300,
                            true,
                            {ping + set.substr(0, 1), set.substr(1, 7), set.substr(8) + ping},
-                           "SetValue 0A03.TEMP 21,5 \xc2\xb0; ping"},
+                           "[SetValue 0A03.TEMP 21,5 \xc2\xb0][ping]"},
                           {20300,
                            true,
-                           {unitsPacket({"0103.TEMP"}) + commonMessage('Q')},
-                           "setUnits document of 45 bytes; command Q"},
-                          {4711, true, {ping}, "ping"},
-                          {20300, true, {std::string("J\0\0\x80", 4)}, "wrong length|A length of 0"},
-                          {20300, true, {std::string("X\0", 2) + ping}, "wrong length|A length of 0"},
-                          {20300, true, {tooLong}, "ping|The value ends after the packet"},
-                          {20300, true, {"J\x07" + std::string("\0\x80mcm", 5)}, "|An entry is cut off"},
+                           {unitsPacket(std::vector<std::string>{"0103.TEMP"}) + commonMessage('Q')},
+                           "[setUnits document of 181 bytes][command Q]"},
+                          {4711, true, {ping}, "[ping]"},
+                          {20300, true, {std::string("J\0\0\x80", 4)}, "[wrong length]|A length of 0"},
+                          {20300, true, {std::string("X\0", 2) + ping}, "[wrong length]|A length of 0"},
+                          {20300, true, {tooLong}, "[ping]|The value ends after the packet"},
+                          {20300, true, {"J\x07" + std::string("\0\x80mcm", 5)}, "[]|An entry is cut off"},
                           {20300,
                            true,
                            {"X\x03"
                             "a"},
-                           "message|A common message has at least 16 bytes"}};
+                           "[message]|A common message has at least 16 bytes"}};
     std::string folder = std::filesystem::temp_directory_path() / "hearthix-dissector-XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     unsigned port = 40000;

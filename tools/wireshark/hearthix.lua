@@ -23,7 +23,7 @@ f.shown = ProtoField.string("hearthix.value.text", "Value", base.UNICODE)
 local wrong = ProtoExpert.new("hearthix.wrong", "Wrong length", expert.group.MALFORMED, expert.severity.ERROR)
 hearthix.experts = { wrong }
 
-local function isMulti(buffer, at) return buffer(at, 1):uint() | 0x20 == 0x6A end
+local function isMulti(buffer, at) return buffer(at, 1):string():upper() == "J" end
 
 -- The entries of a multipacket; returns its summary.
 local function entries(packet, tree)
@@ -43,8 +43,8 @@ local function entries(packet, tree)
         if present > 0 then
             local value = packet(at + 6, present)
             local isText = key:lower() ~= "data" or value:bytes():tohex():sub(1, 8) ~= "4B626462"
-            entry:add(isText and f.shown or f.value, value)
-            local text = isText and value:string() or "document of " .. present .. " bytes"
+            if isText then entry:add_packet_field(f.shown, value, ENC_UTF_8) else entry:add(f.value, value) end
+            local text = isText and value:string(ENC_UTF_8) or "document of " .. present .. " bytes"
             entry:append_text(": " .. text)
             table.insert(summary, (key:lower() == "mcmd" and 1 or #summary + 1), text)
         end
@@ -57,8 +57,8 @@ local function logLine(packet, tree)
     if packet:len() < 3 then return "log line" end
     tree:add(f.level, packet(2, 1))
     if packet:len() == 3 then return "log line" end
-    tree:add(f.text, packet(3))
-    return "log: " .. packet(3):string()
+    tree:add_packet_field(f.text, packet(3), ENC_UTF_8)
+    return "log: " .. packet(3):string(ENC_UTF_8)
 end
 
 local function common(packet, tree)
@@ -131,7 +131,8 @@ function hearthix.dissector(buffer, pinfo, root)
         table.insert(summaries, summary)
         at = at + length
     end
-    if #summaries > 0 then pinfo.cols.info = table.concat(summaries, "; ") end
+    -- A reassembled packet and those behind it come in two calls, whose summaries Wireshark joins.
+    if #summaries > 0 then pinfo.cols.info = "[" .. table.concat(summaries, "][") .. "]" end
     return buffer:len()
 end
 
