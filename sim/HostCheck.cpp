@@ -158,8 +158,7 @@ void HostCheck::receive(const cHearthixCommand& packet, Integer read) {
         askedToEnd_ = true;
         link_->end();
     } else if (event.word == "setUnits") {
-        list_ = packet.GetMulti("DATA");
-        listPacket_ = event.bytes;
+        receiveList(packet);
     } else if (packet.isMultiPacket) {
         receiveCommand(event);
     }

@@ -40,6 +40,7 @@ private:
     void judgePauses();
     void receive(const cHearthixCommand& packet, Integer read);
     void receiveCommand(const Event& event);
+    void receiveList(const cHearthixCommand& packet);
     // The first event of the kind from this one on; null when there is none.
     const Event* find(const String& word, const String& address, std::size_t from) const;
 
@@ -55,7 +56,7 @@ private:
     bool requestList(ProbeLink& link);
     void judgeList();
     void judgeLongList();
-    bool judgeDocument(bool isLong);
+    bool judgeDocument();
     void judgeSet(const String& value);
     void judgeShown(Rule rule, const String& address, const String& value);
     void judgeOrder();
@@ -71,6 +72,7 @@ private:
     Alarm answer_;
     int pings_ = 0; // not answered yet
     std::vector<Event> events_;
+    bool expectsLongList_ = false;
     std::optional<String> list_; // the answer to the latest request
     String listPacket_;
     std::vector<String> listed_;  // the addresses of the list

@@ -27,12 +27,14 @@ constexpr const char* kText = "0C04.VAR1";
 constexpr const char* kNumber = "21.50";
 constexpr const char* kWords = "Küche süd: 21,5 °C";
 
+constexpr Integer kRootDigits = 4; // of an address: the node and the child
+
 // The long list: so many units exceed a packet if the host adds their names to it.
 constexpr Integer kFirstNode = 0x20;
 constexpr Integer kNodes = 200;
 constexpr Integer kLastNode = kFirstNode + kNodes - 1;
 constexpr Integer kChildren = 5;
-constexpr Integer kSample = 5;
+constexpr Integer kSample = 3;
 constexpr const char* kLongName = " of a room at the far end of the upper floor";
 
 String longText() {
@@ -48,7 +50,29 @@ bool contains(const std::vector<String>& texts, std::string_view wanted) {
                        [wanted](const String& each) { return each.view() == wanted; });
 }
 
+// Nil unless the text is what the reader of a document would write, apart from byte order and order of
+// entries.
+Ref<CXML> documentIn(const String& text) {
+    const auto document = Ref<CXML>::make();
+    try {
+        document->loadFromString(text);
+    } catch (const RuntimeException&) {
+        return nullptr;
+    }
+    const bool isComplete =
+        text.view().starts_with(kKbdbMagic) && document->SaveToString().size() == text.size();
+    return isComplete ? document : nullptr;
+}
+
 } // namespace
+
+// What follows a list that exceeds a packet is no packet.
+void HostCheck::receiveList(const cHearthixCommand& packet) {
+    list_ = packet.GetMulti("DATA");
+    listPacket_ = packet.RawCommonCommand;
+    if (expectsLongList_ && documentIn(*list_).isNil())
+        link_->end();
+}
 
 void HostCheck::becomeReady() {
     ConsoleApplication::DoEvents(kStartMilliseconds);
@@ -71,7 +95,9 @@ void HostCheck::session() {
     judgeOrder();
     judgeSecondLink();
     sendManyValues();
+    expectsLongList_ = true;
     judgeLongList();
+    expectsLongList_ = false;
 }
 
 void HostCheck::earlyCommand() {
@@ -147,8 +173,7 @@ bool HostCheck::requestList(ProbeLink& link) {
     return waitUntil([this] { return list_ || link_->hasEnded(); }, kAnswerMilliseconds) && list_;
 }
 
-// The document must be what its reader would write, apart from the byte order and the order of entries.
-bool HostCheck::judgeDocument(bool isLong) {
+bool HostCheck::judgeDocument() {
     const bool hadLink = !link_->hasEnded();
     const bool isAnswered = hadLink && requestList(*link_);
     if (hadLink && !isAnswered && !askedToEnd_ && !link_->hasGivenUp())
@@ -158,23 +183,15 @@ bool HostCheck::judgeDocument(bool isLong) {
     if (!isAnswered)
         return false;
     verdicts_.kept(Rule::unitsAnswer);
-    const auto document = Ref<CXML>::make();
-    bool isComplete = list_->view().starts_with(kKbdbMagic);
-    try {
-        document->loadFromString(*list_);
-        isComplete = isComplete && document->SaveToString().size() == list_->size();
-    } catch (const RuntimeException&) {
-        isComplete = false;
-    }
-    if (!isComplete) {
-        const bool isTooLong = isLong && !verdicts_.isBroken(Rule::unitsDocument);
+    const Ref<CXML> document = documentIn(*list_);
+    if (document.isNil()) {
+        const bool isTooLong = expectsLongList_ && !verdicts_.isBroken(Rule::unitsDocument);
         verdicts_.broken(isTooLong ? Rule::unitsSize : Rule::unitsDocument, listPacket_,
-                         isTooLong ? "the list of 1,000 units is cut off" : "\"DATA\" is no complete document");
-        if (isTooLong)
-            link_->end(); // what follows is no packet
+                         isTooLong ? "the list of 1,000 units is cut off"
+                                   : "\"DATA\" is no complete document");
         return false;
     }
-    verdicts_.kept(isLong ? Rule::unitsSize : Rule::unitsDocument);
+    verdicts_.kept(expectsLongList_ ? Rule::unitsSize : Rule::unitsDocument);
     listed_.clear();
     for (const Ref<CXML>& unit : document->containersNamed("unit"))
         listed_.push_back(unit->GetStringValue("Address"));
@@ -183,13 +200,13 @@ bool HostCheck::judgeDocument(bool isLong) {
 
 // An address that is missing was changed if the list has an unknown one of the same node and child instead.
 void HostCheck::judgeList() {
-    if (!judgeDocument(false))
+    if (!judgeDocument())
         return;
     for (const String& address : created_) {
         if (contains(listed_, address))
             continue;
         const auto isLike = [&](const String& each) {
-            return LeftB(each, 4) == LeftB(address, 4) && !contains(created_, each);
+            return LeftB(each, kRootDigits) == LeftB(address, kRootDigits) && !contains(created_, each);
         };
         const auto like = std::find_if(listed_.begin(), listed_.end(), isLike);
         if (like != listed_.end())
@@ -203,13 +220,16 @@ void HostCheck::judgeList() {
 
 // A host may shorten a long list to one unit of each node.
 void HostCheck::judgeLongList() {
-    if (!judgeDocument(true))
+    if (!judgeDocument())
         return;
+    Dictionary roots; // a change of the rest of an address is another rule's affair
+    for (const String& each : listed_)
+        roots.SetValue(LeftB(each, kRootDigits), true);
     Integer units = 0, nodes = 0;
     for (Integer node = kFirstNode; node <= kLastNode; ++node) {
         Integer listed = 0;
         for (Integer child = 0; child < kChildren; ++child)
-            listed += contains(listed_, nodeOf(node, child)) ? 1 : 0;
+            listed += roots.HasKey(LeftB(nodeOf(node, child), kRootDigits)) ? 1 : 0;
         units += listed;
         nodes += listed > 0 ? 1 : 0;
     }
@@ -220,8 +240,9 @@ void HostCheck::judgeLongList() {
                          concat("of 1,000 units on 200 nodes, created in one second, the list contains ",
                                 Str(units), " on ", Str(nodes)));
     // Of a person this would ask too much.
-    for (Integer node = kFirstNode; person_.isScript() && node <= kLastNode; node += kSample)
-        judgeShown(Rule::noLoss, nodeOf(node, 0), Str(node));
+    for (Integer node = kFirstNode;
+         person_.isScript() && node <= kLastNode && !verdicts_.isBroken(Rule::noLoss); node += kSample)
+        judgeShown(Rule::noLoss, nodeOf(node, node % kChildren), Str(node));
     judgeShown(Rule::noLoss, kDimmer, Str(kLastNode));
 }
 

@@ -1,11 +1,9 @@
 // The Wireshark dissector, in tshark, on a capture that is written here.
 #include "tests/support/Packets.hpp"
+#include "tests/support/Shell.hpp"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -42,18 +40,8 @@ private:
     std::map<std::pair<unsigned, bool>, unsigned> sequences_;
 };
 
-std::string outputOf(const std::string& command) {
-    FILE* pipe = popen(command.c_str(), "r");
-    std::string output;
-    std::array<char, 4096> part{};
-    while (const std::size_t got = fread(part.data(), 1, part.size(), pipe))
-        output.append(part.data(), got);
-    pclose(pipe);
-    return output;
-}
-
 TEST(Dissector, ShowsPacketsAndMarksWrongLengths) {
-    if (std::system("command -v tshark >/dev/null") != 0)
+    if (shell("command -v tshark").status != 0)
         GTEST_SKIP() << "tshark is missing; script/test installs it";
     const std::string ping = multipacket({{"mcmd", "ping"}});
     const std::string set =
@@ -94,10 +82,12 @@ TEST(Dissector, ShowsPacketsAndMarksWrongLengths) {
         Capture capture(file);
         for (const std::string& bytes : c.segments)
             capture.segment(port, c.hostPort, c.fromHost, bytes);
-        const std::string output = outputOf(
-            "tshark -r " + file +
-            " -X lua_script:" DISSECTOR " -o hearthix.port:" + std::to_string(c.hostPort) +
-            " -Y hearthix -T fields -E separator='|' -e _ws.col.Info -e _ws.expert.message 2>&1 | tail -n 1");
+        const std::string output =
+            shell("tshark -r " + file +
+                  " -X lua_script:" DISSECTOR " -o hearthix.port:" + std::to_string(c.hostPort) +
+                  " -Y hearthix -T fields -E separator='|' -e _ws.col.Info -e _ws.expert.message 2>&1 | tail "
+                  "-n 1")
+                .output;
         const std::string errors = c.shown.find('|') == std::string::npos ? "|" : "";
         EXPECT_EQ(output, c.shown + errors + "\n");
     }

@@ -55,7 +55,7 @@ def long_list(document):
 
 def lose_some():
     count = iter(range(1, 10**9))
-    host.handle = lambda *words: None if len(host.units) > 100 and next(count) % 50 == 0 else right["handle"](*words)
+    host.handle = lambda *words: None if len(host.units) > 100 and next(count) % 49 == 0 else right["handle"](*words)
 
 
 def lose_last_values():
@@ -71,15 +71,24 @@ def shown_as_number(word, *words):
 
 
 def latest_link_wins():
+    links = []
+
     def serve(connection):
         with connection, connection.makefile("rb") as stream:
             while stream.read(1) not in (b"\r", b""):
                 pass
-            host.link = connection
+            links.append(connection)
             try:
+                host.link = connection
                 host.read_packets(connection, stream)
             except (OSError, struct.error, IndexError):
                 pass
+            links.remove(connection)
+            if links:
+                host.link = links[-1]
+            else:
+                host.ready.clear()
+                host.answered.set()
     host.serve = serve
     host.handle = lambda _, *words: right["handle"](host.link, *words)
 
