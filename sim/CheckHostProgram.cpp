@@ -35,7 +35,8 @@ void checkStarts(const CheckSettings& settings, HostCheck& check) {
         host = startHost(settings.words);
     check.play(starts);
     if (host)
-        host->Stop();
+        host->ended = nullptr; // from now on it may
+    check.letHostQuit();
 }
 
 } // namespace
@@ -50,10 +51,12 @@ int runCheckHost(const Settings& settings) {
     Verdicts verdicts;
     const HostOperator person(wanted.answers);
     HostCheck check(verdicts, person);
-    if (wanted.program.empty())
+    if (wanted.program.empty()) {
         check.connectTo(wanted.host, wanted.connectionId);
-    else
+        check.letHostQuit();
+    } else {
         checkStarts(wanted, check);
+    }
     if (settings.json)
         verdicts.printJson();
     else

@@ -7,6 +7,7 @@
 #include "sim/Failure.hpp"
 #include "sim/PacketTrace.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -16,7 +17,7 @@ namespace hearthix::sim {
 namespace {
 
 constexpr Integer kSaveMilliseconds = 1000;
-constexpr Integer kRestartMilliseconds = 1000;
+constexpr Integer kLongestPauseMilliseconds = 60'000;
 // The driver drains its links for about a second when it ends.
 constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
@@ -107,7 +108,8 @@ void Host::driverGone(int status) {
     if (driverEnded)
         driverEnded(status);
     if (settings_.restart && !closing_)
-        restartSoon_.setIn(kRestartMilliseconds);
+        restartSoon_.setIn(
+            std::exchange(restartPause_, std::min(2 * restartPause_, kLongestPauseMilliseconds)));
 }
 
 void Host::close() {
@@ -172,6 +174,8 @@ void Host::receive(const Ref<cHearthixCommand>& packet) {
     } else if (packet->isMultiPacket) {
         receiveMulti(*packet);
     }
+    if (becomesReady)
+        restartPause_ = kFirstPauseMilliseconds;
     if (becomesReady && driverProgressed)
         driverProgressed();
     if (observed)

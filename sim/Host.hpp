@@ -107,6 +107,8 @@ private:
     Alarm restartSoon_;
     String connectedId_;
     bool ready_ = false;
+    static constexpr Integer kFirstPauseMilliseconds = 1000;
+    Integer restartPause_ = kFirstPauseMilliseconds; // grows until a driver becomes ready
     bool closing_ = false;
     bool closed_ = false;
     bool hushed_ = false;

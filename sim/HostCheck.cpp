@@ -1,6 +1,5 @@
 #include "sim/HostCheck.hpp"
 
-#include "mysensors/Vocabulary.hpp"
 #include "runtime/process/Console.hpp"
 #include "sim/Failure.hpp"
 #include "sim/Mesh.hpp"
@@ -19,9 +18,8 @@ constexpr Integer kRestartMilliseconds = 70'000;
 constexpr Integer kDrainMilliseconds = 1000;
 constexpr Integer kPingMilliseconds = 200;
 
-constexpr double kLeastGrowth = 1.5;
 constexpr clocks::Nanoseconds kNotice = 300 * clocks::kMillisecond;
-constexpr clocks::Nanoseconds kLongPause = 30 * clocks::kSecond;
+constexpr clocks::Nanoseconds kMuch = 2 * clocks::kSecond;
 
 bool isForUnit(const String& word) {
     return word == "ON" || word == "OFF" || word == "SetValue" || word == "Qery";
@@ -66,7 +64,6 @@ void HostCheck::connectTo(const SocketAddress& host, const String& connectionId)
     ConsoleApplication::DoEvents(kDrainMilliseconds);
     if (connect(host, connectionId))
         earlyCommand();
-    link_->end();
 }
 
 void HostCheck::play(DriverStarts& starts) {
@@ -106,7 +103,8 @@ void HostCheck::play(DriverStarts& starts) {
     if (awaitStart(starts, lastEnd)) {
         verdicts_.kept(Rule::restart);
         judgePauses();
-        starts.end(DriverEnd::status0);
+        if (connect(starts.host(), starts.connectionId()))
+            becomeReady();
     }
 }
 
@@ -129,13 +127,13 @@ bool HostCheck::awaitStart(DriverStarts& starts, const char* lastEnd) {
     return true;
 }
 
-// The last four pauses follow drivers that ended at once.
+// The last four pauses follow drivers that ended at once. A host may have begun to grow them before that.
 void HostCheck::judgePauses() {
-    const clocks::Nanoseconds early = pauses_[pauses_.size() - 3], late = pauses_.back();
-    const bool grows =
-        late - early > kNotice && static_cast<double>(late) >= kLeastGrowth * static_cast<double>(early);
+    const clocks::Nanoseconds first = pauses_.front(), early = pauses_[pauses_.size() - 3],
+                              late = pauses_.back();
+    const bool grows = late - early > kNotice && late * 2 >= early * 3;
     verdicts_.kept(Rule::restartPause);
-    if (!grows && late < kLongPause)
+    if (!grows && late - first < kMuch)
         verdicts_.broken(Rule::restartPause, {},
                          concat("drivers ended at once, and the host paused ",
                                 Str(early / clocks::kMillisecond), " milliseconds after the second and ",
@@ -170,15 +168,8 @@ void HostCheck::receiveCommand(const Event& event) {
     if (event.word == "debug")
         link_->log(event.value == "true" ? "MySensors plugin debug mode is now on"
                                          : "MySensors plugin debug mode is now off'");
-    if (!isForUnit(event.word))
-        return;
-    const auto number = [&event](std::size_t at) {
-        return Str(ValInteger(concat("&h", event.address.cut(at, 2))));
-    };
-    const String payload = event.word == "ON" ? "1" : event.word == "OFF" ? "0" : event.value;
-    const String type = Str(mySensors::SuffixToVarType(event.address.cut(5)));
-    link_->log(concat("outgoing command (", number(0), ";", number(2),
-                      event.word == "Qery" ? ";2;0;" : ";1;0;", type, ";", payload, ")"));
+    if (isForUnit(event.word) && ready_)
+        obey(event);
 }
 
 const HostCheck::Event* HostCheck::find(const String& word, const String& address, std::size_t from) const {

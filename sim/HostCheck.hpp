@@ -23,6 +23,8 @@ public:
     void connectTo(const SocketAddress& host, const String& connectionId);
     // Takes part in the host's starts.
     void play(DriverStarts& starts);
+    // Afterwards, with the link still there: has the host end the driver.
+    void letHostQuit();
 
 private:
     // A packet of the host, or the answer to its ping.
@@ -40,6 +42,7 @@ private:
     void judgePauses();
     void receive(const cHearthixCommand& packet, Integer read);
     void receiveCommand(const Event& event);
+    void obey(const Event& event);
     void receiveList(const cHearthixCommand& packet);
     // The first event of the kind from this one on; null when there is none.
     const Event* find(const String& word, const String& address, std::size_t from) const;
@@ -50,7 +53,7 @@ private:
     void becomeReady();
     // Parts of a session.
     void createUnits();
-    void createUnit(const String& address, const String& name, bool dimmable, bool readOnly);
+    void createUnit(const String& address, const String& name);
     void sendValue(const String& address, const String& value);
     void sendManyValues();
     bool requestList(ProbeLink& link);

@@ -1,5 +1,6 @@
 // What the checked host is given to do on a link, and what it should make of it.
 #include "document/CXML.hpp"
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/values/Exceptions.hpp"
 #include "sim/HostCheck.hpp"
 #include "sim/Waiting.hpp"
@@ -25,9 +26,11 @@ constexpr const char* kDimmer = "0C02.PERCENT";
 constexpr const char* kSensor = "0C03.TEMP";
 constexpr const char* kText = "0C04.VAR1";
 constexpr const char* kNumber = "21.50";
-constexpr const char* kWords = "Küche süd: 21,5 °C";
+constexpr const char* kWords = "Küche  süd: 21,5 °C";
 
-constexpr Integer kRootDigits = 4; // of an address: the node and the child
+// Of an address: the digits of node and child, and where the kind of value begins.
+constexpr Integer kRootDigits = 4;
+constexpr std::size_t kSuffix = 5;
 
 // The long list: so many units exceed a packet if the host adds their names to it.
 constexpr Integer kFirstNode = 0x20;
@@ -100,23 +103,50 @@ void HostCheck::session() {
     expectsLongList_ = false;
 }
 
+// A host may refuse the command, but a person may not have done it.
 void HostCheck::earlyCommand() {
     const std::size_t from = events_.size();
     const bool isDone =
         person_.ask({"on", kSwitch}, concat("The driver is not ready yet. Switch ", kSwitch, " on."))
             .has_value();
     becomeReady();
-    if (isDone && !link_->hasEnded())
+    if ((isDone || person_.isScript()) && !link_->hasEnded())
         verdicts_.kept(Rule::readyFirst);
     waitUntil([&] { return find("ON", kSwitch, from) != nullptr || link_->hasEnded(); }, kSettleMilliseconds);
 }
 
-void HostCheck::createUnit(const String& address, const String& name, bool dimmable, bool readOnly) {
+void HostCheck::letHostQuit() {
+    if (link_.isNil() || link_->hasEnded())
+        return;
+    if (person_.ask({"quit"}, "End the host, or let it end the driver."))
+        waitUntil([this] { return link_->hasEnded(); }, kSettleMilliseconds);
+    link_->end();
+}
+
+// As the driver does, and then as an obeying node's report makes it do: 1 is reported as "OFF".
+void HostCheck::obey(const Event& event) {
+    const auto number = [&event](std::size_t at) {
+        return Str(ValInteger(concat("&h", event.address.cut(at, 2))));
+    };
+    const bool isQuery = event.word == "Qery", isOn = event.word == "ON", isOff = event.word == "OFF";
+    const String payload = isOn ? "1" : isOff ? "0" : event.value;
+    link_->log(concat("outgoing command (", number(0), ";", number(2), isQuery ? ";2;0;" : ";1;0;",
+                      Str(mySensors::SuffixToVarType(event.address.cut(kSuffix))), ";", payload, ")"));
+    if (isOn || isOff)
+        link_->send({{"addr", event.address}, {"mcmd", isOn ? "OFF" : "ON"}, {"Batt", "80"}});
+    else if (!isQuery)
+        sendValue(event.address, event.value);
+}
+
+void HostCheck::createUnit(const String& address, const String& name) {
+    const Integer type = mySensors::SuffixToVarType(address.cut(kSuffix));
+    const bool isDimmable = type < 0 || mySensors::isVarTypeDimmable(type);
+    const bool isReadOnly = type < 0 || mySensors::isVarTypeReadOnly(type);
     link_->send({{"mcmd", "NewU"},
                  {"addr", address},
                  {"Name", name},
-                 {"Dimm", MP::convertBoolToKey(dimmable)},
-                 {"RdNL", MP::convertBoolToKey(readOnly)},
+                 {"Dimm", MP::convertBoolToKey(isDimmable)},
+                 {"RdNL", MP::convertBoolToKey(isReadOnly)},
                  {"List", "My Sensors"}});
 }
 
@@ -143,14 +173,14 @@ void HostCheck::createUnits() {
                              longText(),
                              String(std::string_view("c\0d", 3))};
     for (std::size_t i = 0; i < created_.size(); ++i) {
-        createUnit(created_[i], names[i], i == 1, i == 2);
+        createUnit(created_[i], names[i]);
         if (i == 0)
             link_->send({{"addr", kSwitch}, {"mcmd", "OFF"}, {"Batt", "0"}});
         else
             sendValue(created_[i], values[i]);
         link_->send({{"mcmd", "NoOp"}, {"addr", created_[i]}, {"Batt", "80"}});
     }
-    createUnit(kSwitch, "(0C01) STATUS", false, false); // the host keeps the unit that exists
+    createUnit(kSwitch, "(0C01) STATUS"); // the host keeps the unit that exists
 }
 
 // A thousand values in a second, each of a unit that is created for it, and one more of a known unit for each
@@ -158,7 +188,7 @@ void HostCheck::createUnits() {
 void HostCheck::sendManyValues() {
     for (Integer node = kFirstNode; node <= kLastNode && !link_->hasEnded(); ++node) {
         for (Integer child = 0; child < kChildren; ++child) {
-            createUnit(nodeOf(node, child), nodeOf(node, child) + kLongName, true, false);
+            createUnit(nodeOf(node, child), nodeOf(node, child) + kLongName);
             sendValue(nodeOf(node, child), Str(node));
         }
         sendValue(kDimmer, Str(node));

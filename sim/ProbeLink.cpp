@@ -7,9 +7,12 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr Integer kTickMilliseconds = 10;
-constexpr int kPauseTicks = 5;
-constexpr int kGiveUpTicks = 500;
+constexpr Integer kTickMilliseconds = 5;
+constexpr int kGiveUpTicks = 1000;
+// What makes a pause. A long packet may pause while the system copies it, if the sender loses the processor.
+constexpr int kPauseTicks = 2;
+constexpr int kLongPauseTicks = 10;
+constexpr std::size_t kShortPacket = 4096;
 constexpr std::size_t kMultiHeader = 4;
 constexpr std::size_t kCommonSize = 16;
 constexpr unsigned char kCarriageReturn = 13;
@@ -107,7 +110,8 @@ void ProbeLink::noteQuiet() {
         return;
     tick_.setIn(kTickMilliseconds);
     const clocks::Nanoseconds quiet = clocks::monotonic() - lastByteAt_;
-    if (++quietTicks_ >= kPauseTicks && quiet > pause_) {
+    const bool isLong = isMulti(buffer_) && buffer_.size() > 2 && number(buffer_, 1, true) > kShortPacket;
+    if (++quietTicks_ >= (isLong ? kLongPauseTicks : kPauseTicks) && quiet > pause_) {
         pause_ = quiet;
         pauseAfter_ = buffer_.size();
     }

@@ -56,17 +56,20 @@ TEST(CheckHost, ThePageHasTheSameRules) {
     EXPECT_FALSE(names.output.empty());
 }
 
-TEST(SampleHost, CommandsNodesThroughTheDriver) {
+TEST(SampleHost, SendsItsCommandsInOrder) {
     const ShellResult run = shell(
-        "d=$(mktemp -d); cd $d; " HEARTHIX_SIM " gateway --tcp 127.0.0.1:0 </dev/null >gateway & gateway=$!; "
-        "until port=$(sed -n 's/.*the gateway is .*://p' gateway) && [ -n \"$port\" ]; do sleep 0.1; done; "
-        "{ echo on 0C01.STATUS; echo off 0C01.STATUS; echo set 0C02.PERCENT 40; sleep 250; } | "
+        "cd $(mktemp -d); mkfifo commands; " HEARTHIX_SIM
+        " gateway --tcp 127.0.0.1:0 </dev/null >mesh & mesh=$!; "
+        "until port=$(sed -n 's/.*the gateway is .*://p' mesh) && [ -n \"$port\" ]; do sleep 0.1; done; "
         "python3 " +
         kSample +
-        " " HEARTHIX_DRIVER " IP 127.0.0.1 $port >host & "
-        "for i in $(seq 2000); do grep -q '^value 0C02.PERCENT 40' host && break; sleep 0.1; done; "
-        "kill $gateway; cat host; grep -a -o '12;[12];1;0;[23];.*' gateway");
-    EXPECT_NE(run.output.find("value 0C02.PERCENT 40\n"), std::string::npos) << run.output;
+        " " HEARTHIX_DRIVER " IP 127.0.0.1 $port <commands >host & host=$!; "
+        "exec 3>commands; printf '%s\n' 'on 0C01.STATUS' 'off 0C01.STATUS' 'set 0C02.PERCENT 40' >&3; "
+        "for i in $(seq 1000); do grep -q '^value 0C02.PERCENT 40$' host && break; sleep 0.1; done; "
+        "grep '^value 0C02.PERCENT 40$' host; kill $mesh $host; sed -n 's/.* received 12;/12;/p' mesh; rm -r "
+        "$PWD");
+    EXPECT_TRUE(run.output.ends_with("12;1;1;0;2;1\n12;1;1;0;2;0\n12;2;1;0;3;40\n")) << run.output;
+    EXPECT_TRUE(run.output.starts_with("value 0C02.PERCENT 40\n")) << run.output;
 }
 
 class FaultyHost : public ::testing::TestWithParam<const char*> {};
