@@ -104,11 +104,11 @@ private:
     ChildProcess driver_;
     HostCounts counts_;
     Alarm saveSoon_;
+    static constexpr Integer kFirstPauseMilliseconds = 1000;
+    Integer restartPause_ = kFirstPauseMilliseconds; // grows until a driver becomes ready
     Alarm restartSoon_;
     String connectedId_;
     bool ready_ = false;
-    static constexpr Integer kFirstPauseMilliseconds = 1000;
-    Integer restartPause_ = kFirstPauseMilliseconds; // grows until a driver becomes ready
     bool closing_ = false;
     bool closed_ = false;
     bool hushed_ = false;
