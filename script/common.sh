@@ -80,7 +80,7 @@ need() {
 need_build_tools() {
     need g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libncurses-dev
 }
-need_test_tools() { need_build_tools; need socat jq mosquitto mosquitto-clients tmux; }
+need_test_tools() { need_build_tools; need socat jq mosquitto mosquitto-clients tmux python3 tshark; }
 
 # build PRESET [TARGET...]: configures once, builds with all cores. Output only where something is done.
 build() {
