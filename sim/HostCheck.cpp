@@ -21,6 +21,9 @@ constexpr Integer kPingMilliseconds = 200;
 constexpr clocks::Nanoseconds kNotice = 300 * clocks::kMillisecond;
 constexpr clocks::Nanoseconds kMuch = 2 * clocks::kSecond;
 
+// So that no host fills the memory.
+constexpr std::size_t kMostEvents = 100'000;
+
 bool isForUnit(const String& word) {
     return word == "ON" || word == "OFF" || word == "SetValue" || word == "Qery";
 }
@@ -37,7 +40,7 @@ HostCheck::HostCheck(Verdicts& verdicts, const HostOperator& person) : verdicts_
     answer_.action = [this] {
         for (; pings_ > 0; --pings_) {
             link_->send({{"mcmd", "PSrp"}});
-            events_.push_back({"PSrp", {}, 0});
+            note({"PSrp", {}, 0});
         }
     };
 }
@@ -147,7 +150,7 @@ void HostCheck::receive(const cHearthixCommand& packet, Integer read) {
         event.address = packet.GetMulti("addr");
         event.value = packet.GetMulti("Valu");
     }
-    events_.push_back(event);
+    note(event);
     const bool reachesGateway = packet.isMultiPacket ? !isForDriver(event.word) : event.word == "X";
     if (reachesGateway && !ready_)
         verdicts_.broken(Rule::readyFirst, event.bytes,
@@ -170,6 +173,11 @@ void HostCheck::receiveCommand(const Event& event) {
                                          : "MySensors plugin debug mode is now off'");
     if (isForUnit(event.word) && ready_)
         obey(event);
+}
+
+void HostCheck::note(const Event& event) {
+    if (events_.size() < kMostEvents)
+        events_.push_back(event);
 }
 
 const HostCheck::Event* HostCheck::find(const String& word, const String& address, std::size_t from) const {

@@ -44,6 +44,7 @@ private:
     void receiveCommand(const Event& event);
     void obey(const Event& event);
     void receiveList(const cHearthixCommand& packet);
+    void note(const Event& event);
     // The first event of the kind from this one on; null when there is none.
     const Event* find(const String& word, const String& address, std::size_t from) const;
 
