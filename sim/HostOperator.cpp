@@ -33,7 +33,8 @@ std::optional<String> HostOperator::ask(const std::vector<String>& request, cons
         return askScript(request);
     if (!ConsoleInput::isTerminal())
         return std::nullopt;
-    PrintError(concat(sentence, " Then press Enter, or type - and Enter if that is impossible."));
+    PrintError(sentence);
+    PrintError("  Then press Enter, or type - and Enter if that is impossible.");
     String typed;
     const auto input = Ref<ConsoleInput>::make();
     input->received = [&typed](std::string_view bytes) { typed.append(bytes); };

@@ -1,5 +1,5 @@
 #!/bin/sh
-# check-host.sh SIM SHOW COMMAND: has SIM check the host that COMMAND starts, where "$driver" stands for the driver's
+# check-host.sh SIM SHOW COMMAND: has SIM check the host that COMMAND starts, where "$driver" is the driver's
 # path. The host reads commands on standard input; SHOW prints from its output, "$output", all values of the unit $2.
 # Prints the rules that were broken and those that were not seen. Ends as the check does.
 folder=$(mktemp -d)
