@@ -15,7 +15,7 @@ namespace {
 
 // The host's own program, when it is started here; what it prints goes to standard error.
 Ref<ChildProcess> startHost(const std::vector<String>& words) {
-    const auto host = Ref<ChildProcess>::make();
+    auto host = Ref<ChildProcess>::make();
     host->printed = [](const String& line) { PrintError(line); };
     host->ended = [](int status) {
         throw Failure{concat("the host has ended with status ", Str(status),
