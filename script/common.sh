@@ -80,7 +80,7 @@ need() {
 need_build_tools() {
     need g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev libncurses-dev libmosquitto-dev
 }
-need_test_tools() { need_build_tools; need socat jq mosquitto mosquitto-clients ser2net tmux; }
+need_test_tools() { need_build_tools; need socat jq mosquitto mosquitto-clients ser2net tmux python3 tshark; }
 
 # build PRESET [TARGET...]: configures the preset when it is new, and builds with all cores.
 build() {

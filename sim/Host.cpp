@@ -9,6 +9,7 @@
 #include "sim/PacketTrace.hpp"
 #include "sim/Text.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -18,7 +19,7 @@ namespace hearthix::sim {
 namespace {
 
 constexpr Integer kSaveMilliseconds = 1000;
-constexpr Integer kRestartMilliseconds = 1000;
+constexpr Integer kLongestPauseMilliseconds = 60'000;
 // The driver drains its links for about a second when it ends.
 constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
@@ -110,7 +111,8 @@ void Host::driverGone(int status) {
     if (driverEnded)
         driverEnded(status);
     if (settings_.restart && !closing_)
-        restartSoon_.setIn(kRestartMilliseconds);
+        restartSoon_.setIn(
+            std::exchange(restartPause_, std::min(2 * restartPause_, kLongestPauseMilliseconds)));
 }
 
 void Host::close() {
@@ -191,6 +193,8 @@ void Host::receive(const Ref<cHearthixCommand>& packet) {
     } else if (packet->isMultiPacket) {
         receiveMulti(*packet);
     }
+    if (becomesReady)
+        restartPause_ = kFirstPauseMilliseconds;
     if (becomesReady && driverProgressed)
         driverProgressed();
     if (observed)

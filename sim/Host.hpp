@@ -109,6 +109,8 @@ private:
     ChildProcess driver_;
     HostCounts counts_;
     Alarm saveSoon_;
+    static constexpr Integer kFirstPauseMilliseconds = 1000;
+    Integer restartPause_ = kFirstPauseMilliseconds; // grows until a driver becomes ready
     Alarm restartSoon_;
     String connectedId_;
     bool ready_ = false;

@@ -8,10 +8,20 @@
 
 namespace hearthix::sim {
 
+// Of check-host. Either it connects to a host, or it writes a program for the host to start.
+struct CheckSettings {
+    SocketAddress host;
+    String connectionId = "SIM";
+    String program;            // path; empty to connect
+    String answers;            // the script that acts at the host; empty for a person
+    std::vector<String> words; // the host's program, or the driver's arguments from a host
+};
+
 // Each subcommand uses the settings that its help names.
 struct Settings {
     GatewaySettings gateway;
     HostSettings host;
+    CheckSettings check;
     double seconds = 0; // how long it runs; 0 for no limit
     String meshFile;    // empty for the standard mesh
     String replayFile;
@@ -29,6 +39,7 @@ int runSoak(const Settings& settings);
 int runHost(const Settings& settings);
 int runGateway(const Settings& settings);
 int runInspect(const Settings& settings); // 3 when something is wrong with the mesh
+int runCheckHost(const Settings& settings); // 3 when a rule was broken, 4 when one was not seen
 int runTypes(const Settings& settings);
 
 } // namespace hearthix::sim

@@ -208,6 +208,33 @@ void describeInspect(CLI::App& app, Settings& settings) {
                "with timestamps, and bare lines. The exit status is 0 without findings and 3 with some.");
 }
 
+// What the words mean depends on the way in which the check reaches its host.
+void describeCheckHost(CLI::App& app, Settings& settings) {
+    CheckSettings& check = settings.check;
+    text(app, "--driver", "PATH", check.program,
+         "write a program to PATH, for the host to start as its\ndriver, and take part in those starts");
+    text(app, "--answers", "SCRIPT", check.answers,
+         "have this shell script act at the host, in place of a\nperson");
+    app.add_flag("--json", settings.json, "print the report as JSON");
+    auto words = std::make_shared<std::vector<std::string>>();
+    app.add_option("words", *words, "the host's address, and the connection ID, SIM by\ndefault")
+        ->type_name("HOST:PORT [ID]");
+    app.parse_complete_callback([&check, words] {
+        for (const std::string& word : *words)
+            check.words.push_back(textOf(word));
+        if (!check.program.empty() || std::getenv("HEARTHIX_CHECK_PORT") != nullptr)
+            return;
+        if (words->empty() || words->size() > 2)
+            throw CLI::RequiredError("HOST:PORT [ID], or --driver PATH");
+        check.host = addressOf("HOST:PORT", words->front());
+        if (words->size() > 1)
+            check.connectionId = check.words[1];
+    });
+    app.footer("With --driver, the words after -- are a command that starts the host.\n"
+               "The exit status is 0 when all rules were kept, 3 when some were broken, 4 when some were\n"
+               "not seen. docs/host-link.md explains the rules.");
+}
+
 void describeTypes(CLI::App& app, Settings&) {
     app.footer("A unit's address ends in the suffix. Other types get the suffix UNKN and their number.");
 }
@@ -219,7 +246,7 @@ struct Subcommand {
     int (*run)(const Settings& settings);
 };
 
-constexpr std::array<Subcommand, 6> kSubcommands{
+constexpr std::array<Subcommand, 7> kSubcommands{
     {{"demo", "Shows a host, a gateway and the driver between them in one terminal.", describeDemo, runDemo},
      {"host", "Stands in for the home-automation host: keeps a driver's units, and commands them.",
       describeHost, runHost},
@@ -228,6 +255,8 @@ constexpr std::array<Subcommand, 6> kSubcommands{
       describeSoak, runSoak},
      {"inspect", "Describes the mesh that a recording shows, and reports its problems.", describeInspect,
       runInspect},
+     {"check-host", "Plays the driver to a host, and reports which rules of the host link it keeps.",
+      describeCheckHost, runCheckHost},
      {"types", "Lists the variable types that the driver knows.", describeTypes, runTypes}}};
 
 // The sentence may quote a file, so that control characters are replaced.
