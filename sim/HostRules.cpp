@@ -1,8 +1,8 @@
 #include "sim/HostRules.hpp"
 
-#include "runtime/process/Console.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
+#include "sim/Output.hpp"
 #include "sim/Text.hpp"
 
 #include <algorithm>
@@ -77,14 +77,14 @@ const char* Verdicts::resultOf(const Entry& entry) {
 void Verdicts::print() const {
     for (std::size_t i = 0; i < kRuleCount; ++i) {
         const Description& rule = kDescriptions[i];
-        Print(padded(resultOf(entries_[i]), 10) + padded(rule.name, 17) + rule.sentence);
+        putLine(padded(resultOf(entries_[i]), 10) + padded(rule.name, 17) + rule.sentence);
         for (const Finding& finding : entries_[i].findings) {
-            Print({"          ", finding.time, " ", printable(finding.what), "."});
+            putLine(concat("          ", finding.time, " ", String(printable(finding.what)), "."));
             if (!finding.bytes.empty())
-                Print({"          bytes: ", finding.bytes});
+                putLine(concat("          bytes: ", finding.bytes));
         }
         if (!entries_[i].findings.empty())
-            Print({"          The driver: ", rule.driver});
+            putLine(concat("          The driver: ", rule.driver));
     }
 }
 
@@ -102,7 +102,7 @@ void Verdicts::printJson() const {
                          {"findings", findings}});
     }
     const nlohmann::ordered_json report{{"status", exitStatus()}, {"rules", rules}};
-    Print(report.dump(2, ' ', true, nlohmann::json::error_handler_t::replace));
+    putLine(report.dump(2, ' ', true, nlohmann::json::error_handler_t::replace));
 }
 
 int Verdicts::exitStatus() const {

@@ -1,9 +1,9 @@
 // The subcommand "inspect".
-#include "runtime/process/Console.hpp"
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/values/Clock.hpp"
 #include "sim/Failure.hpp"
 #include "sim/inspect/Report.hpp"
+#include "sim/Output.hpp"
 #include "sim/Subcommands.hpp"
 #include "sim/system/FollowedInput.hpp"
 #include "sim/system/SignalWatch.hpp"
@@ -27,7 +27,7 @@ public:
 private:
     void read();
     void printNewFindings();
-    void print(const std::string& text) const { Print(text); }
+    void print(const std::string& text) const { putLine(text); }
 
     const Settings& settings_;
     std::string name_;
