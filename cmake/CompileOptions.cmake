@@ -1,9 +1,10 @@
-# What every target is built with: warnings as errors, hardening in release, sanitizers on request.
+# What every target is built with: warnings, which are errors in the presets; hardening in release; sanitizers on
+# request. A package build has the build type None, and Debian's own flags for optimization and hardening.
 add_library(hearthix_options INTERFACE)
 # Files past 2 GiB and times past 2038, also on 32-bit machines.
 target_compile_definitions(hearthix_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_options(hearthix_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
   -fno-omit-frame-pointer -fPIE)
 # The stack that an unhandled exception prints has names only for symbols that the program exports: its own, as those
 # of the library's templates would be a tenth of the file.
@@ -30,12 +31,14 @@ endforeach()
 target_compile_options(hearthix_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
 
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(hearthix_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong)
+  target_link_options(hearthix_options INTERFACE -Wl,-z,relro,-z,now)
+endif()
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|None)$")
   target_compile_definitions(hearthix_options INTERFACE _GLIBCXX_ASSERTIONS)
-  target_compile_options(hearthix_options INTERFACE
-    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong -ffunction-sections -fdata-sections)
-  target_link_options(hearthix_options INTERFACE -Wl,-z,relro,-z,now -Wl,--gc-sections -Wl,--as-needed)
-  # Relocations of a position independent program in a twentieth of their usual room, where the linker knows how;
-  # elsewhere it warns and does without.
+  target_compile_options(hearthix_options INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(hearthix_options INTERFACE -Wl,--gc-sections -Wl,--as-needed)
+  # Relocations of a position independent program in a twentieth of their usual size, where the linker supports it.
   include(CheckLinkerFlag)
   check_linker_flag(CXX -Wl,--fatal-warnings,-z,pack-relative-relocs HEARTHIX_PACKED_RELOCATIONS)
   if(HEARTHIX_PACKED_RELOCATIONS)

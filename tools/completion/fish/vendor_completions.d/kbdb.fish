@@ -1,0 +1,1 @@
+hearthix-sim.fish
