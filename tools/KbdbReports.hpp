@@ -1,7 +1,7 @@
-// What kbdb tells about a document, as plain text for a person.
+// The reports of kbdb about a document, as plain text for a person.
 //
-// The size of a text grows with the document and never with its square: neither deep nesting nor one long
-// value widens the lines of all the others.
+// The size of a report is linear in the size of the document: neither deep nesting nor one long value widens
+// the other lines.
 #pragma once
 
 #include "document/CXML.hpp"
@@ -14,22 +14,26 @@
 namespace hearthix {
 
 // Every value and child of a tree: the text of CXML::saveToReadableString, but indented no deeper than
-// kDeepestIndent levels; what stands below tells its level instead.
+// kDeepestIndent levels; deeper lines show the number of their level instead.
 void reportTree(const CXML& root);
 inline constexpr std::size_t kDeepestIndent = 16;
-inline constexpr std::size_t kLastNodeId = 254;
 
-// One unit a line, which node IDs are taken, and which one the driver hands out next.
+// One unit a line, then the node IDs in use, the free ones, and the ID that the driver assigns next.
 void reportUnits(const CXML& root);
 
-// The node of a unit, as the driver reads it: an address that begins with no number is the gateway's, node 0.
+// The node of a unit, as the driver reads it: an address that does not begin with a number counts as node 0,
+// the gateway.
 Integer nodeOf(const CXML& unit);
-// Which node IDs the addresses of the units at the root begin with.
-std::bitset<kLastNodeId + 1> takenIds(const CXML& root);
+// Node IDs, from 1 to 255, the highest number that an address can begin with.
+using NodeIdSet = std::bitset<256>;
+// The node IDs of the units at the root.
+NodeIdSet takenIds(const CXML& root);
+// The IDs from 1 to 254 that are not in use. A node cannot have the ID 255.
+NodeIdSet freeIds(const NodeIdSet& taken);
 
-// Walks over a tree of any depth, each node before its children: enter(node, level, first), where the
-// root's level is 0 and first tells that no sibling stands ahead, and leave(). Ends early when the output is
-// lost.
+// Walks over a tree of any depth, each node before its children: calls enter(node, level, first), where the
+// root's level is 0 and first is true for the first child of its parent, and leave(). Ends early when the
+// output is lost.
 template <class Enter, class Leave>
 void walkTree(const CXML& root, const Enter& enter, const Leave& leave) {
     struct Frame {
