@@ -37,7 +37,7 @@ Json valuesOf(const CXML& node, const ValueAt& valueAt) {
     return values;
 }
 
-Json idsIn(const std::bitset<kLastNodeId + 1>& ids) {
+Json idsIn(const NodeIdSet& ids) {
     Json list = Json::array();
     for (std::size_t id = 0; id < ids.size(); ++id)
         if (ids.test(id))
@@ -54,8 +54,7 @@ Json unitOf(const CXML& unit) {
 
 } // namespace
 
-// Builds one node at a time: the library's own trees are written by recursion, which overflows the stack on
-// deep documents.
+// One node at a time: the library walks its own trees by recursion, and a deep one would exhaust the stack.
 void reportTreeAsJson(const CXML& root) {
     const auto enter = [](const CXML& node, std::size_t, bool first) {
         const auto stored = [&](Integer i) { return node.Values->ValueAt(i).asString(); };
@@ -76,7 +75,7 @@ void reportUnitsAsJson(const CXML& root) {
     const Integer next = mySensors::chooseNodeId(root);
     KbdbOutput::line(textOf({{"units", std::move(list)},
                              {"taken", idsIn(taken)},
-                             {"free", idsIn((~taken).reset(0))},
+                             {"free", idsIn(freeIds(taken))},
                              {"next", next == mySensors::kNoIdLeft ? Json() : Json(next)}}));
 }
 

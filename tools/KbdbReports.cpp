@@ -45,7 +45,7 @@ namespace {
 
 using Row = std::vector<std::string>;
 
-// The approximate number of columns on a terminal.
+// The number of characters, as an approximation of the columns on a terminal.
 std::size_t widthOf(const std::string& text) {
     return static_cast<std::size_t>(Len(String(text, TextEncoding::utf8)));
 }
@@ -78,8 +78,8 @@ std::string aligned(const Row& row, const std::vector<std::size_t>& widths) {
     return line;
 }
 
-// The count, then the ranges.
-void reportIds(const char* title, const std::bitset<kLastNodeId + 1>& ids) {
+// Prints the number of IDs, then the IDs as ranges.
+void reportIds(const char* title, const NodeIdSet& ids) {
     std::string ranges;
     for (std::size_t id = 1; id < ids.size(); ++id) {
         if (!ids.test(id))
@@ -98,9 +98,8 @@ std::string nextId(const CXML& root) {
     const Integer id = mySensors::chooseNodeId(root);
     if (id != mySensors::kNoIdLeft)
         return std::to_string(id);
-    return "none: \"node requests new ID but all slots are full.\" The driver counts on from the highest ID "
-           "in "
-           "the list and takes 254 for full. Remove the units of that node from the host if it is gone.";
+    return "none: \"node requests new ID but all slots are full.\" Delete the units of nodes that do not exist "
+           "any more from the host, those with the highest ID first, until the highest ID is 252 or lower.";
 }
 
 } // namespace
@@ -109,12 +108,16 @@ Integer nodeOf(const CXML& unit) {
     return ValInteger(concat("&h", Left(unit.GetStringValue("Address"), 2)));
 }
 
-std::bitset<kLastNodeId + 1> takenIds(const CXML& root) {
-    std::bitset<kLastNodeId + 1> taken;
+NodeIdSet takenIds(const CXML& root) {
+    NodeIdSet taken;
     for (const auto& unit : root.containersNamed("unit"))
-        if (const Integer id = nodeOf(*unit); id >= 0 && std::cmp_less_equal(id, kLastNodeId))
+        if (const Integer id = nodeOf(*unit); id >= 0 && std::cmp_less(id, taken.size()))
             taken.set(static_cast<std::size_t>(id));
     return taken.reset(0);
+}
+
+NodeIdSet freeIds(const NodeIdSet& taken) {
+    return (~taken).reset(0).reset(255);
 }
 
 void reportUnits(const CXML& root) {
@@ -127,7 +130,7 @@ void reportUnits(const CXML& root) {
     KbdbOutput::line("units: " + std::to_string(rows.size()));
     const auto taken = takenIds(root);
     reportIds("node IDs taken: ", taken);
-    reportIds("node IDs free: ", (~taken).reset(0));
+    reportIds("node IDs free: ", freeIds(taken));
     KbdbOutput::line("next ID the driver hands out: " + nextId(root));
 }
 
