@@ -244,7 +244,7 @@ TEST(MeshPage, DescribesEachVariableType) {
             talk.hostSends(multipacket({{"mcmd", "SetValue"}, {"addr", unit}, {"Valu", "a b"}})).gateway,
             "10;3;1;0;" + row[5] + ";a b\n");
     }
-    EXPECT_EQ(type, 57);
+    EXPECT_EQ(type, 58);
 }
 
 } // namespace
