@@ -38,7 +38,7 @@ int runDemo(const Settings& settings);
 int runSoak(const Settings& settings);
 int runHost(const Settings& settings);
 int runGateway(const Settings& settings);
-int runInspect(const Settings& settings); // 3 when something is wrong with the mesh
+int runInspect(const Settings& settings);   // 3 when something is wrong with the mesh
 int runCheckHost(const Settings& settings); // 3 when a rule was broken, 4 when one was not seen
 int runTypes(const Settings& settings);
 

@@ -98,7 +98,8 @@ std::string nextId(const CXML& root) {
     const Integer id = mySensors::chooseNodeId(root);
     if (id != mySensors::kNoIdLeft)
         return std::to_string(id);
-    return "none: \"node requests new ID but all slots are full.\" Delete the units of nodes that do not exist "
+    return "none: \"node requests new ID but all slots are full.\" Delete the units of nodes that do not "
+           "exist "
            "any more from the host, those with the highest ID first, until the highest ID is 252 or lower.";
 }
 

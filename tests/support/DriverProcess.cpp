@@ -31,7 +31,8 @@ bool isForeignDriver() {
 }
 
 std::vector<std::string> withFaults(std::vector<std::string> settings) {
-    const char* emulated = std::getenv("HEARTHIX_FAULTS"); // the variable that loads it into an emulated driver
+    const char* emulated =
+        std::getenv("HEARTHIX_FAULTS"); // the variable that loads it into an emulated driver
     settings.insert(settings.begin(),
                     {"env", emulated != nullptr ? emulated : std::string("LD_PRELOAD=") + HEARTHIX_FAULTS,
                      "ASAN_OPTIONS=verify_asan_link_order=0"});

@@ -102,7 +102,8 @@ private:
     bool isShared() const noexcept { return size() > kSmallCapacity; }
     void retainBlock() const noexcept;
     void releaseBlock() const noexcept;
-    // Makes this empty text one of a given size, which may grow to a given capacity. The caller sets the bytes.
+    // Makes this empty text one of a given size, which may grow to a given capacity. The caller sets the
+    // bytes.
     char* allocate(std::size_t size, std::size_t capacity, TextEncoding encoding) {
         char* bytes = size > kSmallCapacity ? allocateBlock(size, capacity) : content_.small;
         content_.size = size & kLargestSize;
