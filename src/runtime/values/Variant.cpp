@@ -5,6 +5,7 @@
 
 #include <compare>
 #include <functional>
+#include <type_traits>
 
 namespace hearthix {
 
@@ -36,9 +37,10 @@ Integer Variant::toInteger() const {
 bool Variant::isLess(const Variant& left, const Variant& right) noexcept {
     if (left.value_.index() != right.value_.index())
         return left.value_.index() < right.value_.index();
-    return std::visit([&right]<class Value>(
-                          const Value& mine) { return isLessOfOneType(mine, std::get<Value>(right.value_)); },
-                      left.value_);
+    const auto isLessThanRight = [&right](const auto& mine) {
+        return isLessOfOneType(mine, std::get<std::decay_t<decltype(mine)>>(right.value_));
+    };
+    return std::visit(isLessThanRight, left.value_);
 }
 
 } // namespace hearthix
