@@ -17,7 +17,7 @@ check_installed() {
         return
     fi
     say "installing, upgrading, trying and purging"
-    need systemd mosquitto mosquitto-clients
+    need systemd mosquitto mosquitto-clients python3-seccomp
     names="hearthix-mysensors hearthix-mysensors-tools"
     for name in $names; do
         dpkg-deb -R "$out/$name"_*_"$arch.deb" "$scratch/old"
