@@ -8,7 +8,7 @@ install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${d
 install(DIRECTORY docs DESTINATION ${doc} COMPONENT driver
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.py" PATTERN "*.service" PATTERN man EXCLUDE)
 
-# install_sbom(COMPONENT FOLDER PARTS...): an SPDX document. A part is "NAME VERSION LICENSE"; the first is the package,
+# install_sbom(COMPONENT FOLDER ITEMS...): an SPDX document. An item is "NAME VERSION LICENSE"; the first is the package,
 # the others are libraries compiled into it. Its time is SOURCE_DATE_EPOCH, if that is set.
 function(install_sbom component folder)
   string(TIMESTAMP now UTC)
@@ -16,11 +16,11 @@ function(install_sbom component folder)
 DocumentNamespace: https://hearthix-mysensors.invalid/spdx/${component}-${PROJECT_VERSION}-${now}
 Creator: Tool: CMake-${CMAKE_VERSION}\nCreated: ${now}\n")
   set(relation "SPDXRef-DOCUMENT DESCRIBES")
-  foreach(part ${ARGN})
-    string(REPLACE " " ";" part ${part})
-    list(GET part 0 name)
-    list(GET part 1 version)
-    list(GET part 2 license)
+  foreach(item ${ARGN})
+    string(REPLACE " " ";" item ${item})
+    list(GET item 0 name)
+    list(GET item 1 version)
+    list(GET item 2 license)
     string(APPEND sbom "\nPackageName: ${name}\nSPDXID: SPDXRef-${name}\nPackageVersion: ${version}
 PackageDownloadLocation: NOASSERTION\nFilesAnalyzed: false\nPackageLicenseDeclared: ${license}
 Relationship: ${relation} SPDXRef-${name}\n")

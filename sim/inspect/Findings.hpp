@@ -23,7 +23,7 @@ struct Finding {
     const FindingKind* kind;
     std::string text;
     Integer line = 0;  // of the file; 0 for none
-    Integer node = -1; // -1 for none, likewise
+    Integer node = -1; // -1 for none
     Integer child = -1;
     std::string address; // of a unit or of a child; empty for none
 };

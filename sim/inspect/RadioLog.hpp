@@ -15,8 +15,8 @@ struct RadioEvent {
         sent,
         failed,     // sent without an acknowledgement
         search,     // a node asks for a parent
-        parentLost, // by the node that writes the log
-        radioFailed // likewise
+        parentLost, // the node that writes the log has lost its parent
+        radioFailed // the radio of the node that writes the log does not work
     };
     Kind kind = Kind::none;
     Integer node = -1; // the other end of a transmission, or the node that searches

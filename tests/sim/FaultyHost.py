@@ -7,9 +7,9 @@ import sys
 import threading
 import time
 
-spec = importlib.util.spec_from_file_location("host", sys.argv[1])
-host = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(host)
+source = importlib.util.spec_from_file_location("host", sys.argv[1])
+host = importlib.util.module_from_spec(source)
+source.loader.exec_module(host)
 right = {name: getattr(host, name) for name in ("handle", "packet", "send", "show", "unit_list")}
 common = b"X\x10a\x40LX\x40\x300\x80\x80\0\0\0 \r"
 
