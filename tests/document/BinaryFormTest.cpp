@@ -31,35 +31,27 @@ TEST_F(BinaryForm, IsWrittenByteByByte) {
 
 // Documents and the trees that are read from them, up to an exception if there is one.
 TEST_F(BinaryForm, AcceptsUnusualDocuments) {
-    struct Case {
-        std::string hex;
-        const char* text;
-        bool raises = false;
-    };
-    const std::string a1 = "56 01000000 61 01000000 31 ";
-    const std::string child = "4F 01000000 63 ";
-    const Case cases[] = {
-        {kExample, "a=1 unit{} "},
-        {"4B 62 64 62 30 4C 20 20" + a1 + "45", "a=1 "},
-        {"4B 62 64 62 42 4C 20 20" + a1 + "45", "", true},
-        {"4B 62 64 63 41 4C 20 20 45", "", true},
-        {"4B 62 64 62 41 42 20 20 56 00000001 61 00000001 31 45", "a=1 "},
-        {"4B 62 64 62 41 42 20 20 4F 00000001 63" + kHeader + "45" + a1 + "45",
-         "a=1 c{} "}, // the byte order of the child applies
-        {kHeader + child + "4B 62 64 62 41 42 20 20 45 56 00000001 61 00000001 31 45", "a=1 c{} "},
-        {kHeader + child + "4B 62 64 62 41 00 20 20" + a1 + "4545",
-         "c{a=1 } "}, // without a mark, the order of the root applies
-        {kHeader + child + kHeader + "45" + a1 + "45", "a=1 c{} "},
-        {kHeader + "00 FF" + a1 + "65 76 6F 0A" + "45", "a=1 "}, // junk, small letters among it
-        {kHeader + a1 + child + "4B 62 64 00" + a1, "a=1 c{} ", true},
-        {kHeader + child + kHeader + a1 + child + "4B 62 64 62 42", "c{a=1 c{} } ", true},
-        {kHeader + "56 01000000 61 FFFFFFFF 31", "a=1 "},
-    };
-    for (const auto& [hex, text, raises] : cases) {
+    const auto expectTree = [](const std::string& hex, const char* text, bool raises = false) {
         CXML document;
         EXPECT_EQ(loadRaises(document, bytesOf(hex)), raises) << hex;
         EXPECT_EQ(textOf(document), text) << hex;
-    }
+    };
+    const std::string a1 = "56 01000000 61 01000000 31 ";
+    const std::string child = "4F 01000000 63 ";
+    expectTree(kExample, "a=1 unit{} ");
+    expectTree("4B 62 64 62 30 4C 20 20" + a1 + "45", "a=1 ");
+    expectTree("4B 62 64 62 42 4C 20 20" + a1 + "45", "", true);
+    expectTree("4B 62 64 63 41 4C 20 20 45", "", true);
+    expectTree("4B 62 64 62 41 42 20 20 56 00000001 61 00000001 31 45", "a=1 ");
+    // The byte order of the child applies, and without a mark that of the root.
+    expectTree("4B 62 64 62 41 42 20 20 4F 00000001 63" + kHeader + "45" + a1 + "45", "a=1 c{} ");
+    expectTree(kHeader + child + "4B 62 64 62 41 42 20 20 45 56 00000001 61 00000001 31 45", "a=1 c{} ");
+    expectTree(kHeader + child + "4B 62 64 62 41 00 20 20" + a1 + "4545", "c{a=1 } ");
+    expectTree(kHeader + child + kHeader + "45" + a1 + "45", "a=1 c{} ");
+    expectTree(kHeader + "00 FF" + a1 + "65 76 6F 0A" + "45", "a=1 "); // junk, small letters among it
+    expectTree(kHeader + a1 + child + "4B 62 64 00" + a1, "a=1 c{} ", true);
+    expectTree(kHeader + child + kHeader + a1 + child + "4B 62 64 62 42", "c{a=1 c{} } ", true);
+    expectTree(kHeader + "56 01000000 61 FFFFFFFF 31", "a=1 ");
     EXPECT_EQ(logged, (std::vector<std::string>{"read error unable to get byte order"}));
 }
 

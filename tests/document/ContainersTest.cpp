@@ -19,17 +19,12 @@ protected:
 };
 
 TEST_F(Containers, AreFoundByNameAndPosition) {
-    struct Case {
-        const char* name;
-        Integer index;
-        const char* found; // the value n of the child; null for no child
-    };
-    for (const Case& c :
-         {Case{"A", 1, "1"}, Case{"A", 2, "3"}, Case{"A", 3, nullptr}, Case{"b", 1, "2"},
-          Case{"b", -1, nullptr}, Case{"c", 1, nullptr}, Case{"a", 0, nullptr}, Case{"b", 0, "1"}}) {
-        const auto child = root->GetContainer(c.name, c.index);
-        ASSERT_EQ(child.isNil(), c.found == nullptr) << c.name << c.index;
-        EXPECT_TRUE(child.isNil() || child->GetStringValue("n").view() == c.found) << c.name << c.index;
+    using Case = std::tuple<const char*, Integer, const char*>; // with the value n; "" for no child
+    for (const auto& [name, index, found] :
+         {Case("A", 1, "1"), Case("A", 2, "3"), Case("A", 3, ""), Case("b", 1, "2"), Case("b", -1, ""),
+          Case("c", 1, ""), Case("a", 0, ""), Case("b", 0, "1")}) {
+        const auto child = root->GetContainer(name, index);
+        EXPECT_EQ(child ? child->GetStringValue("n") : String(), found) << name << index;
     }
     EXPECT_EQ(root->GetContainerCount("A"), 2);
     EXPECT_EQ(root->GetContainerCount(""), 0);

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <iterator>
 #include <new>
-#include <set>
 
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -112,12 +111,10 @@ DocumentTest::DocumentTest() {
 }
 
 std::string DocumentTest::names() const {
-    std::set<std::string> sorted;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        sorted.insert(entry.path().filename().string() + " ");
+    const std::set<std::filesystem::path> sorted(std::filesystem::directory_iterator(folder), {});
     std::string joined;
-    for (const auto& name : sorted)
-        joined += name;
+    for (const auto& path : sorted)
+        joined += path.filename().string() + " ";
     return joined;
 }
 

@@ -10,9 +10,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <sys/resource.h>
 
@@ -41,9 +38,8 @@ void writeFile(const std::filesystem::path& path, std::string_view bytes);
 
 // The lines logged in this test so far.
 inline std::vector<std::string> logged;
-// Between the code under test and the system: the calls "sync " and "exchange ", which calls fail, the
-// permissions of a file when its owner is set, and the largest single allocation since this was last set to
-// 0.
+// What the code under test asks the system for: the calls "sync " and "exchange ", which calls fail, the
+// permissions of a file when its owner is set, and the largest allocation since this was last set to 0.
 inline std::string calls;
 inline bool failSync = false;
 inline bool failExchange = false;

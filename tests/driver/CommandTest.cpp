@@ -1,7 +1,6 @@
 #include "hostlink/cHearthixCommand.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "runtime/values/Exceptions.hpp"
 #include "shell/log/Globals.hpp"
 #include "tests/runtime/Rows.hpp"
 #include "tests/support/Pages.hpp"
@@ -58,25 +57,19 @@ void expectPacket(Command& command, const char* bytes) {
 }
 
 TEST(CommonMessage, IsWrittenByteForByte) {
-    struct Case {
-        const char* command;
-        const char* address1;
-        const char* address2;
-        Integer level;
-        Integer param2;
-        const char* bytes;
-    };
-    for (const Case& c : {Case{"2", "1", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"},
-                          Case{"2", "", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"},
-                          Case{"4", "1", "", 76, 255, "58 10 61 40 4C 58 00 30 34 80 4C 00 FF 20 20 0D"},
-                          Case{"", "", "", 0, 0, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D"}}) {
+    using Case = std::tuple<const char*, const char*, const char*, Integer, Integer, const char*>;
+    for (const auto& [code, address1, address2, level, param2, bytes] :
+         {Case("2", "1", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 31 32 00 00 00 20 0D"),
+          Case("2", "", "2", 0, 0, "58 10 61 40 4C 58 00 30 32 80 32 00 00 00 20 0D"),
+          Case("4", "1", "", 76, 255, "58 10 61 40 4C 58 00 30 34 80 4C 00 FF 20 20 0D"),
+          Case("", "", "", 0, 0, "58 10 61 40 4C 58 00 30 80 00 00 00 20 20 20 0D")}) {
         Command command;
-        command.Command = c.command;
-        command.Address1 = c.address1;
-        command.Address2 = c.address2;
-        command.SetLevel(c.level);
-        command.SetParam2(c.param2);
-        expectPacket(command, c.bytes);
+        command.Command = code;
+        command.Address1 = address1;
+        command.Address2 = address2;
+        command.SetLevel(level);
+        command.SetParam2(param2);
+        expectPacket(command, bytes);
     }
 }
 
@@ -162,7 +155,10 @@ TEST(Multipacket, IsWrittenByteForByte) {
     EXPECT_TRUE(received.initFromMultiPacket(edges.GetRawCommand()));
     EXPECT_EQ(received.GetMulti("AB").view(), "1");
     EXPECT_TRUE(received.hasKey("CDEF"));
-    expectRows({Row{Join(edges.GetKeys(), "|"), "ab|abcdef"}, Row{Join(received.GetKeys(), "|"), "  ab|cdef"},
+    request.SetMulti("PkID", "4711");
+    expectRows({Row{request.MakeAck()->GetMulti("mcmd"), "ACK"},
+                Row{request.MakeAck()->GetMulti("PkID"), "4711"},
+                Row{Join(edges.GetKeys(), "|"), "ab|abcdef"}, Row{Join(received.GetKeys(), "|"), "  ab|cdef"},
                 Row{MP::convertBoolToKey(true), "true"}, Row{MP::convertBoolToKey(false), "False"}});
 }
 
@@ -180,15 +176,6 @@ TEST(Multipacket, IsReadUpToWhereItIsCutOff) {
                          command.MultiDict->ValueAt(i).asString(), " ");
         expectRows({Row{got, want}, Row{command.RawCommonCommand, packet}, Row{command.Header, ""}});
     }
-}
-
-TEST(Multipacket, IsAcknowledgedByItsNumber) {
-    Command fresh, command;
-    EXPECT_THROW(fresh.MakeAck(), NilObjectException);
-    command.SetMulti("PkID", "4711");
-    const auto ack = command.MakeAck();
-    expectRows({Row{ack->GetMulti("mcmd"), "ACK"}, Row{ack->GetMulti("PkID"), "4711"},
-                Row{Str(ack->GetKeys().Ubound()), "1"}});
 }
 
 } // namespace

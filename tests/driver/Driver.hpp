@@ -12,8 +12,6 @@
 #include "tests/support/Packets.hpp"
 #include "tests/support/Pages.hpp"
 
-#include <string>
-
 namespace hearthix {
 
 class RecordingPort : public iAbstractPort {
@@ -55,14 +53,6 @@ protected:
     test::Packets sent() {
         HearthixSupport::HearthixSocket->Flush();
         return test::packetsIn(host_.take());
-    }
-    // Returns as text what was sent since the last call: the packets to the host, then the lines to the
-    // gateway.
-    std::string effects() {
-        std::string text;
-        for (const test::Packet& packet : sent())
-            text += test::readable(packet) + " | ";
-        return text + std::exchange(gateway_->lines, "");
     }
     // Stops both clocks at `now`, in seconds.
     static void stopClocks(std::int64_t seconds) {

@@ -1,3 +1,4 @@
+#include "mysensors/Vocabulary.hpp"
 #include "runtime/values/Exceptions.hpp"
 #include "tests/driver/Driver.hpp"
 
@@ -43,27 +44,26 @@ TEST_F(Endpoint, RequestsAUnitForItsNode) {
     node->makeSensibleDevicesFromPresentation();
     node->CreateHearthixUnitForNode();
     node->CreateHearthixUnitForVariableType(0);
-    test::Entries ofNode{{"mcmd", "NewU"},
-                         {"Sfix", "%"},
-                         {"Name", "mySensors node: 0A battery level"},
-                         {"Type", "Register"},
-                         {"addr", "0AFF"}};
+    test::Entries ofNode{{"mcmd", "NewU"}, {"Sfix", "%"}, {"Name", "mySensors node: 0A battery level"}};
+    ofNode.insert(ofNode.end(), {{"Type", "Register"}, {"addr", "0AFF"}});
     test::Entries ofType{
         {"mcmd", "NewU"}, {"addr", "0AFF.TEMP"}, {"Name", "mySensors node: 0A battery level TEMP"}};
-    for (const auto& [key, value] : {std::pair{"Dimm", "true"}, {"RdNL", "true"}, {"List", "My Sensors"}})
-        for (test::Entries* entries : {&ofNode, &ofType})
-            entries->emplace_back(key, value);
+    for (test::Entries* entries : {&ofNode, &ofType})
+        entries->insert(entries->end(), {{"Dimm", "true"}, {"RdNL", "true"}, {"List", "My Sensors"}});
     EXPECT_EQ(sent(), (test::Packets{test::multi(ofNode), test::multi(ofType)}));
 }
 
-TEST_F(Endpoint, LogsNodeMessagesThatAreNoBatteryReport) {
-    const auto node = cMSEndpoint::create(10, 255);
-    sent();
-    cMSCommand message("10;255;3;0;6;x");
-    message.RawCommand = "raw";
-    node->HandleReceivedMSCommand(message);
-    EXPECT_EQ(effects(),
-              "log 2: node 0A recevied a node level internal message that wasn't a batteryLevel: raw | ");
+TEST(Message, CodesHaveNames) {
+    using mySensors::DescribeInteralMessageType, mySensors::DescribePresentationSubType;
+    expectRows({Row{mySensors::describeMessageType(5), "unknown"},
+                Row{mySensors::describeMessageType(-1), "unknown"},
+                Row{DescribePresentationSubType(0), "Door"}, Row{DescribePresentationSubType(35), "Moisture"},
+                Row{DescribePresentationSubType(36), "Unknown 036"},
+                Row{DescribePresentationSubType(-1), "Unknown -001"},
+                Row{DescribeInteralMessageType(1), "requesting time"},
+                Row{DescribeInteralMessageType(17), "nonce response"},
+                Row{DescribeInteralMessageType(18), "unknown"},
+                Row{DescribeInteralMessageType(INT64_MAX), "unknown"}});
 }
 
 } // namespace

@@ -245,7 +245,7 @@ TEST(StackDump, AnswersWhatTheHostMustNotSend) {
 TEST(StackDump, AnswersTheBatteryOfAnUnknownNodesChild) {
     Conversation talk;
     talk.gateway.say("7;3;3;0;0;50\n0;255;3;0;9;never read\n");
-    expectStackDump(talk.driver, "battery");
+    expectStackDump(talk.driver, "battery", "the gateway line \"7;3;3;0;0;50\" reports");
     EXPECT_EQ(talk.host.untilEnd(), Packets{log("creating child object at Address: 0703")});
 }
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <random>
-#include <vector>
 
 namespace hearthix {
 namespace {

@@ -1,8 +1,5 @@
 #include "Links.hpp"
 #include "runtime/events/Timer.hpp"
-#include "runtime/values/Clock.hpp"
-#include "sim/system/ChildProcess.hpp"
-#include "sim/system/ConsoleInput.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -190,40 +187,6 @@ TEST(TCPSocket, FailsWhenThePeerNeverReads) {
     ConsoleApplication::DoEvents(0);
     EXPECT_EQ(link.near->events, "e");
     EXPECT_EQ(link.near->LastErrorCode(), ENOBUFS);
-}
-
-TEST(ChildProcess, IsEndedEvenIfItIgnoresTheSignal) {
-    const auto child = Ref<ChildProcess>::make();
-    EXPECT_FALSE(child->Start("/no/such/program", {}));
-    EXPECT_EQ(child->LastErrorCode(), ENOENT);
-    std::string printed;
-    child->printed = [&](const String& line) { printed.append(line.view()) += '|'; };
-    child->ended = [&](int status) { printed += std::to_string(status); };
-    for (const bool stops : {false, true}) { // and then reports nothing more
-        printed.clear();
-        ASSERT_TRUE(child->Start("/bin/sh", {"-c", "trap '' TERM; echo on; exec sleep 60"}));
-        EXPECT_TRUE(serveUntil([&] { return printed == "on|"; })) << printed;
-        stops ? child->Stop() : child->Kill();
-        EXPECT_TRUE(serveUntil([&] { return !child->isRunning(); }));
-        EXPECT_EQ(printed, stops ? "on|" : "on|137");
-    }
-}
-
-TEST(ConsoleInput, ReportsItsEndOnce) {
-    int ends[2] = {-1, -1};
-    ASSERT_EQ(pipe(ends), 0);
-    dup2(ends[0], STDIN_FILENO);
-    std::string got;
-    const auto input = Ref<ConsoleInput>::make();
-    input->received = [&](std::string_view bytes) { got += bytes; };
-    input->ended = [&] { got += '.'; };
-    input->Open();
-    ASSERT_EQ(write(ends[1], "ab", 2), 2);
-    EXPECT_TRUE(serveUntil([&] { return got == "ab"; }));
-    close(ends[1]);
-    ConsoleApplication::DoEvents(50);
-    EXPECT_EQ(got, "ab.");
-    close(ends[0]);
 }
 
 } // namespace

@@ -7,10 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <string>
 #include <string_view>
-#include <utility>
 
 #include <sys/socket.h>
 #include <unistd.h>

@@ -3,7 +3,6 @@
 #include "Rows.hpp"
 
 #include <limits>
-#include <string>
 
 namespace hearthix {
 namespace {

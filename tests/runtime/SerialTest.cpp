@@ -2,7 +2,6 @@
 
 #include "Links.hpp"
 #include "runtime/text/StringFunctions.hpp"
-#include "runtime/values/Clock.hpp"
 #include "sim/system/PseudoTerminal.hpp"
 
 #include <cerrno>
@@ -87,19 +86,12 @@ TEST_F(SerialTest, FindsCharacterDevicesOnly) {
 TEST_F(SerialTest, ReadsTheHostAndPortOfANetworkLine) {
     for (const auto& [name, host, port] : {std::tuple("socket://h:1", "h", 1),
                                            {"SOCKET://a.b:65535", "a.b", 65535},
-                                           {"socket://[::1]:5003", "::1", 5003},
-                                           {"socket://::1:5003", "", 0},
-                                           {"socket://h:0", "", 0},
-                                           {"socket://h:65536", "", 0},
-                                           {"socket://h:50a3", "", 0},
-                                           {"socket://:5003", "", 0},
-                                           {"socket://[]:5003", "", 0},
-                                           {"socket://h:", "", 0},
-                                           {"socket://h", "", 0}}) {
+                                           {"socket://[::1]:5003", "::1", 5003}}) {
         const Ref<SerialDevice> device = System::SerialPort(name);
-        EXPECT_EQ(device.isNil(), port == 0) << name;
-        EXPECT_TRUE(device.isNil() || (device->host() == host && device->port() == port)) << name;
+        EXPECT_TRUE(device && device->host() == host && device->port() == port) << name;
     }
+    for (const char* end : {"::1:5003", "h:0", "h:65536", "h:50a3", ":5003", "[]:5003", "h:", "h"})
+        EXPECT_TRUE(System::SerialPort(String("socket://") + end).isNil()) << end;
 }
 
 TEST_F(SerialTest, SetsTheLineUpAsAGatewayNeedsIt) {
@@ -132,20 +124,17 @@ TEST_F(SerialTest, RefusesWhatItCannotOpen) {
     NotedSerial other;
     other.SerialPort = serial_.SerialPort;
     ASSERT_TRUE(other.Open()); // and keeps it to itself
-    EXPECT_FALSE(serial_.Open());
-    EXPECT_EQ(serial_.LastErrorCode(), EBUSY);
+    const auto errorOfOpen = [&] { return serial_.Open() ? 0 : serial_.LastErrorCode(); };
+    EXPECT_EQ(errorOfOpen(), EBUSY);
     serial_.Write("dropped");
     serial_.XmitWait();
     other.Close();
     close(std::exchange(master_, -1)); // no other device gets its name while slave_ is open
-    EXPECT_FALSE(serial_.Open());
-    EXPECT_EQ(serial_.LastErrorCode(), ENOENT);
+    EXPECT_EQ(errorOfOpen(), ENOENT);
     serial_.SerialPort = Ref<SerialDevice>::make("/dev/null");
-    EXPECT_FALSE(serial_.Open());
-    EXPECT_EQ(serial_.LastErrorCode(), ENOTTY);
+    EXPECT_EQ(errorOfOpen(), ENOTTY);
     serial_.Bits = 2;
-    EXPECT_FALSE(serial_.Open());
-    EXPECT_EQ(serial_.LastErrorCode(), EINVAL);
+    EXPECT_EQ(errorOfOpen(), EINVAL);
     const std::string grouped = testing::TempDir() + "device-" + std::to_string(getpid());
     std::ofstream(grouped).close();
     chmod(grouped.c_str(), 0660);

@@ -5,9 +5,7 @@
 #include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
 
-#include <cerrno>
 #include <filesystem>
-#include <string>
 
 namespace hearthix {
 

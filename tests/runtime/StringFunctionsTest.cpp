@@ -3,8 +3,6 @@
 #include "Rows.hpp"
 #include "runtime/text/Base64.hpp"
 
-#include <string>
-
 namespace hearthix {
 namespace {
 

@@ -4,18 +4,16 @@
 
 #include <array>
 #include <random>
-#include <string>
-#include <tuple>
 
 namespace hearthix {
 namespace {
 
 using namespace std::string_view_literals;
 
-std::string letters(std::size_t count, char first = 'a') {
+std::string letters(std::size_t count) {
     std::string text;
     for (std::size_t i = 0; i < count; ++i)
-        text += static_cast<char>(first + static_cast<char>(i % 26));
+        text += static_cast<char>('a' + i % 26);
     return text;
 }
 

@@ -48,49 +48,35 @@ TEST(Dissector, ShowsPacketsAndMarksWrongLengths) {
         multipacket({{"addr", "0A03.TEMP"}, {"mcmd", "SetValue"}, {"Valu", "21,5 \xc2\xb0"}}, 0);
     std::string tooLong = ping;
     tooLong[8] = 5;
-    struct Case {
-        unsigned hostPort;
-        bool fromHost;
-        std::vector<std::string> segments;
-        std::string shown; // the summary of the last segment, and the errors
-    };
-    const Case cases[] = {{20300, false, {"M", "YSENSORS:ID7\r"}, "[MYSENSORS:ID7]"},
-                          {20300, false, {"MYSENSORS:\r" + log("hello").bytes}, "[MYSENSORS:][log: hello]"},
-                          {20300,
-                           true,
-                           {ping + set.substr(0, 1), set.substr(1, 7), set.substr(8) + ping},
-                           "[SetValue 0A03.TEMP 21,5 \xc2\xb0][ping]"},
-                          {20300,
-                           true,
-                           {unitsPacket(std::vector<std::string>{"0103.TEMP"}) + commonMessage('Q')},
-                           "[setUnits document of 181 bytes][command Q]"},
-                          {4711, true, {ping}, "[ping]"},
-                          {20300, true, {std::string("J\0\0\x80", 4)}, "[wrong length]|A length of 0"},
-                          {20300, true, {std::string("X\0", 2) + ping}, "[wrong length]|A length of 0"},
-                          {20300, true, {tooLong}, "[ping]|The value ends after the packet"},
-                          {20300, true, {"J\x07" + std::string("\0\x80mcm", 5)}, "[]|An entry is cut off"},
-                          {20300,
-                           true,
-                           {"X\x03"
-                            "a"},
-                           "[message]|A common message has at least 16 bytes"}};
     std::string folder = std::filesystem::temp_directory_path() / "hearthix-dissector-XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     unsigned port = 40000;
-    for (const Case& c : cases) {
+    // Expects the summary of the last segment, and the errors.
+    const auto expect = [&](const std::string& shown, unsigned hostPort, bool fromHost,
+                            const std::vector<std::string>& segments) {
         const std::string file = folder + "/" + std::to_string(++port);
         Capture capture(file);
-        for (const std::string& bytes : c.segments)
-            capture.segment(port, c.hostPort, c.fromHost, bytes);
-        const std::string output =
-            shell("tshark -r " + file +
-                  " -X lua_script:" DISSECTOR " -o hearthix.port:" + std::to_string(c.hostPort) +
-                  " -Y hearthix -T fields -E separator='|' -e _ws.col.Info -e _ws.expert.message 2>&1 | tail "
-                  "-n 1")
-                .output;
-        const std::string errors = c.shown.find('|') == std::string::npos ? "|" : "";
-        EXPECT_EQ(output, c.shown + errors + "\n");
-    }
+        for (const std::string& bytes : segments)
+            capture.segment(port, hostPort, fromHost, bytes);
+        const std::string command =
+            "tshark -r " + file +
+            " -X lua_script:" DISSECTOR " -o hearthix.port:" + std::to_string(hostPort) +
+            " -Y hearthix -T fields -E separator='|' -e _ws.col.Info -e _ws.expert.message 2>&1 | tail -n 1";
+        const std::string errors = shown.find('|') == std::string::npos ? "|" : "";
+        EXPECT_EQ(shell(command).output, shown + errors + "\n");
+    };
+    const std::string units = unitsPacket(std::vector<std::string>{"0103.TEMP"});
+    expect("[MYSENSORS:ID7]", 20300, false, {"M", "YSENSORS:ID7\r"});
+    expect("[MYSENSORS:][log: hello]", 20300, false, {"MYSENSORS:\r" + log("hello").bytes});
+    expect("[SetValue 0A03.TEMP 21,5 \xc2\xb0][ping]", 20300, true,
+           {ping + set.substr(0, 1), set.substr(1, 7), set.substr(8) + ping});
+    expect("[setUnits document of 181 bytes][command Q]", 20300, true, {units + commonMessage('Q')});
+    expect("[ping]", 4711, true, {ping});
+    expect("[wrong length]|A length of 0", 20300, true, {std::string("J\0\0\x80", 4)});
+    expect("[wrong length]|A length of 0", 20300, true, {std::string("X\0", 2) + ping});
+    expect("[ping]|The value ends after the packet", 20300, true, {tooLong});
+    expect("[]|An entry is cut off", 20300, true, {"J\x07" + std::string("\0\x80mcm", 5)});
+    expect("[message]|A common message has at least 16 bytes", 20300, true, {"X\3a"});
     std::filesystem::remove_all(folder);
 }
 

@@ -9,8 +9,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <vector>
 
 #include <unistd.h>
 #include <wchar.h>
@@ -26,7 +24,7 @@ public:
         std::ofstream(folder_ + "/mesh") << mesh;
         std::ofstream(folder_ + "/run")
             << "trap : INT; stty -g; " << environment << " " HEARTHIX_SIM << " demo --mesh " << folder_
-            << "/mesh; echo ended with $?; stty -g; cat";
+            << "/mesh; printf 'ended with %s\\n%s\\n' $? $(stty -g); cat";
         tmux("-f /dev/null new-session -d -x 80 -y 8 sh " + folder_ + "/run");
     }
     ~Demo() {
