@@ -88,9 +88,10 @@ bool HostCommands::canRun(const Entry& entry) const {
 
 void HostCommands::runWaiting() {
     while (!waiting_.empty() && canRun(*waiting_.front().first)) {
-        const auto [entry, line] = waiting_.front();
+        const Entry& entry = *waiting_.front().first;
+        const String line = waiting_.front().second;
         waiting_.pop_front();
-        (this->*entry->action)(wordsOf(line), line);
+        (this->*entry.action)(wordsOf(line), line);
     }
 }
 

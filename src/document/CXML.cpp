@@ -21,7 +21,7 @@ void takeChildren(CXML& node, std::vector<Ref<CXML>>& list) {
 }
 
 Ref<CXML> copyWithoutChildren(const CXML& source) {
-    const auto copy = Ref<CXML>::make();
+    auto copy = Ref<CXML>::make();
     copy->Name = source.Name;
     copy->ValueBuffer.Resize(source.ValueBuffer.Ubound());
     for (std::int64_t i = 1; i <= source.ValueBuffer.Ubound(); ++i)
