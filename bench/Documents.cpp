@@ -1,4 +1,4 @@
-// Loading and saving a document of units, beside plain structs that contain the same tree.
+// Measures loading and saving a document of units, compared with plain structs that contain the same tree.
 #include "bench/Results.hpp"
 #include "document/CXML.hpp"
 
@@ -14,9 +14,9 @@ namespace hearthix::bench {
 
 namespace {
 
-// The least that such a document costs: structs that can only represent this tree, two levels deep with six
-// values in each unit, and a reader and a writer of its byte form. The reader checks lengths and keeps all
-// keys and values of the file.
+// The lower limit of the cost: structs that can only represent this tree, two levels deep with six values in
+// each unit, and a reader and a writer of its byte form. The reader checks lengths and keeps all keys and
+// values of the file.
 struct PlainDocument {
     std::vector<std::array<std::pair<std::string, std::string>, 6>> units;
 
@@ -38,7 +38,7 @@ bool skip(std::string_view& in, std::string_view expected) {
     return good;
 }
 
-// Empty when the length is damaged.
+// Returns an empty text if the length is damaged.
 std::string_view readText(std::string_view& in) {
     std::uint32_t length = 0;
     if (in.size() < sizeof length)
@@ -105,7 +105,8 @@ double cost(const Operation& operation) {
 } // namespace
 
 void measureDocuments(Results& results, int rounds, std::size_t units) {
-    // Fresh memory from the system costs more than all that is measured here, so the heap keeps what it has.
+    // New memory from the system costs more than everything that is measured here, so the heap keeps released
+    // memory.
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const std::string text = textOf(units);

@@ -12,7 +12,7 @@ double median(std::vector<double> values);
 
 constexpr double kNone = NAN;
 
-// A sample of the driver, and of the relay or whatever else it is compared with.
+// A sample of the driver, and a sample of its baseline, for example the relay.
 struct Sample {
     double driver;
     double baseline = kNone;
@@ -20,12 +20,12 @@ struct Sample {
 
 class Results {
 public:
-    // Adds a sample to a row, which begins with its first sample. A row with a baseline is judged by the
-    // ratios of its samples, because whatever slows down the machine for a while slows down both sides. Other
-    // rows are judged by the driver's own figures. The goal is the highest good value.
+    // Adds a sample to a row. The first sample creates the row. A row with a baseline is judged by the ratios
+    // of its samples, because other load on the machine slows down both sides. Other rows are judged by the
+    // driver's own figures. The goal is the highest value that counts as good.
     void add(const std::string& what, const char* unit, double goal, const Sample& sample);
     // Writes a JSON object: for each row its unit, its goal, the medians of both sides, and the quartiles of
-    // what it is judged by.
+    // the ratios or figures by which it is judged.
     void save(const std::string& path) const;
 
 private:

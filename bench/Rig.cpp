@@ -44,7 +44,7 @@ void receiveSome(int descriptor, std::string_view& expected) {
     static char buffer[1 << 20];
     const std::string_view got(buffer, moved(recv(descriptor, buffer, sizeof buffer, 0)));
     if (!expected.starts_with(got))
-        throw std::runtime_error("the program sends other bytes than it must");
+        throw std::runtime_error("the program has sent wrong bytes");
     expected.remove_prefix(got.size());
 }
 
@@ -52,7 +52,7 @@ void receiveSome(int descriptor, std::string_view& expected) {
 // microseconds.
 double transfer(int from, std::string_view input, std::size_t chunk, int to, std::string_view expected) {
     const auto start = Clock::now();
-    std::size_t rest = chunk; // of the chunk that is being written
+    std::size_t rest = chunk; // unwritten bytes of the current chunk
     while (!expected.empty()) {
         const std::size_t before = input.size() + expected.size();
         const std::string_view part = input.substr(0, rest);
@@ -62,7 +62,7 @@ double transfer(int from, std::string_view input, std::size_t chunk, int to, std
         receiveSome(to, expected);
         pollfd watch[] = {{to, POLLIN, 0}, {from, static_cast<short>(input.empty() ? 0 : POLLOUT), 0}};
         if (input.size() + expected.size() == before && poll(watch, 2, 60'000) <= 0)
-            throw std::runtime_error("the program does not answer");
+            throw std::runtime_error("the program did not answer");
     }
     return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
@@ -89,7 +89,7 @@ Rig::Rig(const std::string& program, std::size_t endpoints)
     const auto start = Clock::now();
     gateway_.accept();
     if (host_.next() != test::readyText())
-        throw std::runtime_error("the program does not become ready");
+        throw std::runtime_error("the program did not become ready");
     startMilliseconds_ = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     std::string lines; // in small chunks, so that the buffers of the program stay as small as in everyday use
     for (std::size_t i = 0; i < endpoints; ++i) {
@@ -140,7 +140,7 @@ double Rig::systemCallsDuring(const std::function<void()>& work) const {
     work();
     strace.signal(SIGINT);
     const std::string report = strace.end().errors;
-    // The last line has the share of the time, seconds, microseconds for each call, calls, errors and
+    // The last line contains the percentage of the time, seconds, microseconds per call, calls, errors and
     // "total".
     double calls = kNone;
     std::sscanf(report.substr(report.rfind("100.00")).c_str(), "%*f %*f %*f %lf",

@@ -1,8 +1,8 @@
 // A program under measurement, which is the driver or the relay, between a fake host and a fake gateway.
 //
-// All values are numbers of variable type 0, for which the driver and the relay answer alike: a line from the
-// gateway becomes one value packet at the host; a command from the host becomes one line at the gateway and
-// one log packet at the host. Every byte that a program sends is compared with what it must send.
+// All values are numbers of variable type 0, for which the driver and the relay send the same answers: a line
+// from the gateway becomes one value packet at the host; a command from the host becomes one line at the
+// gateway and one log packet at the host. Every byte that a program sends is compared with the expected byte.
 #pragma once
 
 #include "bench/Results.hpp"
@@ -13,7 +13,7 @@
 
 namespace hearthix::bench {
 
-// Messages, one behind the other.
+// Messages in one buffer, one after the other.
 struct Messages {
     std::string bytes;
     std::vector<std::size_t> starts{0};

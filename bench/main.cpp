@@ -1,5 +1,5 @@
-// Measures the driver beside the relay, the least program that turns the same bytes into the same bytes.
-// docs/performance.md explains the figures.
+// Measures the driver in comparison with the relay, a minimal program that produces the same output bytes
+// from the same input bytes. docs/performance.md explains the figures.
 #include "bench/Results.hpp"
 #include "bench/Rig.hpp"
 
@@ -34,7 +34,7 @@ void report(const char* what, int round, int rounds) {
     std::fputs(round + 1 < rounds ? "." : ".\n", stderr);
 }
 
-// Measures both, the driver first in every second round.
+// Measures the driver and its baseline. The driver is first in every second round.
 template <class Measure>
 Sample alternate(int round, Rig& driver, Rig& relay, const Measure& measure) {
     const double early = round % 2 == 0 ? measure(driver) : 0;

@@ -1,6 +1,7 @@
-// The least program that turns the same bytes into the same bytes as the driver. It has two fixed buffers for
-// each peer, allocates nothing, and logs only the line that hosts expect for each command. It knows set lines
-// of known endpoints and SetValue commands, and trusts its peers. It has the command line of the driver.
+// A minimal program that produces the same output bytes as the driver from the same input bytes. It has two
+// fixed buffers for each peer, allocates nothing, and logs only the line that hosts expect for each command.
+// It supports only set lines of known endpoints and SetValue commands, and does not check its input. It has
+// the same arguments as the driver.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -34,9 +35,9 @@ constexpr std::string_view kSuffixes[] = {
 struct Peer {
     int descriptor = -1;
     std::array<char, kInput> in;
-    std::size_t filled = 0; // of in
+    std::size_t filled = 0; // bytes used in `in`
     std::array<char, kOutput> out;
-    char* end = out.data(); // of the bytes to send
+    char* end = out.data(); // end of the bytes to send
 
     // Reads once and passes all bytes to the function, which returns the start of the incomplete rest.
     void read(const char* (*relay)(const char* at, const char* end)) {

@@ -1,4 +1,4 @@
-// Arbitrary bytes as a document: read, written, read again, cloned, dumped, changed, taken apart.
+// Fuzz target: reads arbitrary bytes as a document, then writes, clones, dumps, changes and releases it.
 #include "document/CXML.hpp"
 #include "fuzz/Require.hpp"
 #include "runtime/values/Exceptions.hpp"
@@ -14,7 +14,7 @@ namespace fuzz {
 
 namespace {
 
-// False when the bytes are refused; the document keeps what came ahead.
+// Returns false if the bytes are refused. The document keeps what was read before the fault.
 bool load(CXML& document, const Ref<BinaryStream>& stream) {
     try {
         document.LoadFromBinaryStream(stream);
@@ -24,7 +24,7 @@ bool load(CXML& document, const Ref<BinaryStream>& stream) {
     return true;
 }
 
-// The node and all below it.
+// Returns the node and all nodes below it.
 std::vector<const CXML*> nodesOf(const CXML& root) {
     std::vector<const CXML*> nodes{&root};
     for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -35,7 +35,7 @@ std::vector<const CXML*> nodesOf(const CXML& root) {
     return nodes;
 }
 
-// Whatever a value is taken for: what a getter makes of it, its setter keeps.
+// Reads a value with the getter of each type and stores the result with the setter of that type.
 void checkTypes(const CXML& node, const String& key) {
     const auto copy = Ref<CXML>::make();
     copy->SetDate(key, node.getDate(key));
@@ -59,22 +59,23 @@ void run(const String& bytes) {
         values += static_cast<std::size_t>(node->GetKeyCount());
     KbdbCensus found;
     require(!findKbdbFault(written, found) && found.values == values && found.documents == nodes.size(),
-            "every value and node is written, soundly");
+            "the written document is sound and contains every value and node");
     const bool sound = !findKbdbFault(bytes, found = {});
-    // A key that comes twice is kept once.
+    // A repeated key is stored once, so the document may contain fewer values than the input.
     require(!sound || (accepted && found.values >= values && found.documents == nodes.size()),
-            "a sound document is read whole");
+            "a sound document is read completely");
     require(!sound || found.values > values || written.size() == bytes.size(),
-            "and written in as many bytes");
+            "a sound document is written in as many bytes");
 
     const auto again = Ref<CXML>::make();
     again->loadFromString(written);
-    require(again->SaveToString().view() == written.view(), "what was written reads back");
+    require(again->SaveToString().view() == written.view(), "a written document reads back unchanged");
     const auto clone = document->Clone();
     require(clone->SaveToString().view() == written.view(), "a clone is equal");
 
     if (nodes.size() <= kMostDumped)
-        require(document->getAsDebugData().size() > nodes.size() + values, "all is dumped");
+        require(document->getAsDebugData().size() > nodes.size() + values,
+                "the dump contains every node and value");
     for (const CXML* node : nodes)
         for (Integer i = 0; i < node->GetKeyCount(); ++i)
             checkTypes(*node, node->GetKeyByIndex(i));

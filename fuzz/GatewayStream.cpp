@@ -1,8 +1,9 @@
-// The gateway's byte stream, in whatever pieces, with silences, watchdog alarms and host commands in between.
+// Fuzz target: the gateway's byte stream in pieces of any size, with silences, watchdog alarms and host
+// commands between them.
 //
-// An input's first line is a list of steps, used in turn: "!" is a silence of six seconds, "*" the watchdog's
-// alarm, "0" to "5" a packet from the host that waits for the driver's next poll. Every step then brings a
-// piece of the stream, as many bytes as the step's own value is.
+// The first line of an input is a list of steps, which are used in turn. "!" is a silence of six seconds, "*"
+// is the watchdog's alarm, and "0" to "5" are packets from the host, which the driver reads with its next
+// poll. After each step a piece of the stream arrives. The byte value of the step is the size of the piece.
 #include "fuzz/Rig.hpp"
 #include "gateway/cPingTimer.hpp"
 #include "shell/CommandDispatch.hpp"
@@ -15,7 +16,7 @@ namespace {
 
 class CheckedDriver : public cMySensors {
 public:
-    std::string last; // line
+    std::string last; // the latest line
 
     void HandleMSCommand(const String& line) override {
         require(line.view().find('\n') == std::string_view::npos, "a line ends with its line feed");
@@ -24,7 +25,8 @@ public:
     }
 };
 
-// The one line that ends the driver: the battery level of a child whose node isn't known.
+// Whether the line is the battery level of a child. No other line ends the driver; this one does if the node
+// is unknown.
 bool isOrphansBattery(const std::string& line) {
     const cMSCommand command{String(line)};
     return command.good && command.messageType == 3 && command.SubType == 0 && command.childID != 255;
@@ -75,7 +77,7 @@ void run(const Input& input) {
     try {
         deliver(input, rig, *driver);
     } catch (const KeyNotFoundException&) {
-        require(isOrphansBattery(driver->last), "nothing else ends the driver");
+        require(isOrphansBattery(driver->last), "only the battery level of a child ends the driver");
     }
     rig.packetsToHost();
 }

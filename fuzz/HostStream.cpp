@@ -1,13 +1,14 @@
-// The host's byte stream, through the real socket, into a driver that knows two nodes and has one that waits
-// for its ID.
+// Fuzz target: the host's byte stream, through the real socket. The driver knows two nodes, and a third node
+// waits for its ID.
 //
-// An input's first line tells the pieces: the value of each byte behind the first is the size of one, used in
-// turn. A piece arrives when the driver is done with the one before, or while it sends a line to the
-// gateway: the rest of that event then runs into it.
+// The first line of an input lists the sizes of the pieces: each byte after the first one is a size. The
+// sizes are used in turn. A piece arrives when the driver has handled the previous one, or earlier, when the
+// driver sends a line to the gateway. In the latter case the data event for the previous piece is still
+// running.
 //
-// Two ends are known and expected. A stream that keeps the driver turning without end is recognised ahead of
-// that turn, by the rules of framing told once more, and left there. A packet without entries raises
-// NilObjectException, and nothing else may raise anything.
+// Two early ends of a run are expected. Some streams keep the driver's loop busy without end: this target has
+// its own code for the framing, detects such a stream before the loop starts, and ends the run. A packet
+// without entries raises NilObjectException. Nothing else may raise an exception.
 #include "fuzz/Rig.hpp"
 #include "shell/CommandDispatch.hpp"
 #include "sim/PacketLength.hpp"
@@ -27,14 +28,15 @@ bool isOneOf(char letter, std::string_view letters) {
     return letters.find(letter) != std::string_view::npos;
 }
 
-// A common message that is no command for the driver itself.
+// Whether the packet is a log packet, or a common message that is not for the driver itself.
 bool hasNoEntries(std::string_view packet) {
     return !isOneOf(packet[0], "Jj") && (isOneOf(packet[0], "Ll") || (byteAt(packet, 6) & 0x40U) == 0);
 }
 
 struct EndlessTurn {};
 
-// One run: the pieces still to come, the one under way, what the driver has, and the packet it handles.
+// One run: the pieces that are not sent yet, the piece in the socket, the bytes in the driver's buffer, and
+// the packet that the driver handles.
 struct Run {
     bool done() const { return rest.empty() && sent.empty(); }
     void send() {
@@ -51,13 +53,14 @@ struct Run {
     Rig& rig;
     std::string_view sent = {};
     std::size_t turn = 0;
-    std::string held = {}; // by the driver's socket
+    std::string held = {}; // the bytes in the driver's buffer
     std::string handling = {};
 };
 
 Run* run = nullptr;
 
-// Called where the driver's loop is about to go on; what is malformed it drops ahead of the next packet.
+// Called before each pass of the driver's loop. Throws if that pass would never end. Removes malformed
+// packets, as the driver does before it handles the next packet.
 void leaveEndlessTurn(std::string& held) {
     while (!held.empty()) {
         const bool multipacket = held.size() > 4 && isOneOf(held[0], "Jj");
@@ -72,11 +75,11 @@ void leaveEndlessTurn(std::string& held) {
 
 void handleChecked(const Ref<cHearthixCommand>& command) {
     const std::string packet(command->RawCommonCommand.view());
-    require(run->held.starts_with(packet), "a packet is what the framing cuts out");
+    require(run->held.starts_with(packet), "a packet has the bytes that the framing defines");
     run->held.erase(0, packet.size());
     run->handling = packet;
     CommandSupportModule::HandleIncomingCommand(command);
-    require(!hasNoEntries(packet), "a packet without entries isn't handled");
+    require(!hasNoEntries(packet), "a packet without entries raises an exception");
     leaveEndlessTurn(run->held);
 }
 
@@ -117,7 +120,7 @@ void runInput(const Input& input) {
 } // namespace hearthix::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // A piece must fit into the socket pair.
+    // A piece must fit into the buffer of the socket pair.
     if (size <= 65536)
         hearthix::fuzz::runInput(hearthix::fuzz::Input(data, size));
     return 0;

@@ -28,7 +28,7 @@ Rig::Rig(const Ref<cHearthixDeviceSocket>& socket, const Ref<cMySensors>& driver
     : port(Ref<WatchedPort>::make()) {
     std::array<int, 2> ends{};
     require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data()) == 0,
-            "there are sockets left");
+            "the system can create a socket pair");
     host_ = ends[0];
     socket->adopt(ends[1]);
     present = kStart;
@@ -43,7 +43,8 @@ Rig::Rig(const Ref<cHearthixDeviceSocket>& socket, const Ref<cMySensors>& driver
 }
 
 Rig::~Rig() {
-    // A child with the number of its node, modulo 256, is an entry of its own table: a cycle of references.
+    // A child number with the low byte 255 gives the address of the node itself. Such an endpoint is an entry
+    // of its own table, which is a cycle of references.
     for (Integer i = 0; i < mySensors::AddressIndex->Count(); ++i)
         mySensors::AddressIndex->ValueAt(i).objectAs<cMSEndpoint>()->subUnits = nullptr;
     mySensors::AddressIndex = nullptr;
@@ -61,7 +62,7 @@ Rig::~Rig() {
 
 void Rig::hostWrites(std::string_view bytes) const {
     const ssize_t written = send(host_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    require(written == static_cast<ssize_t>(bytes.size()), "the driver has read what came before");
+    require(written == static_cast<ssize_t>(bytes.size()), "the driver has read the earlier bytes");
 }
 
 void Rig::hostReads() {
@@ -74,7 +75,8 @@ void Rig::hostReads() {
         if (more)
             received_.append(buffer.data(), static_cast<std::size_t>(got));
     }
-    require(HearthixSupport::HearthixSocket->unsentBytes() == 0, "a host that reads gets everything");
+    require(HearthixSupport::HearthixSocket->unsentBytes() == 0,
+            "the driver has sent everything to a host that reads");
 }
 
 void Rig::serve() {
@@ -86,7 +88,7 @@ test::Packets Rig::packetsToHost() {
     hostReads();
     test::Packets packets = test::packetsIn(received_);
     for (const test::Packet& packet : packets)
-        require(test::isWhole(packet), "a packet to the host is as long as it says");
+        require(test::isWhole(packet), "the length in a packet to the host is its size");
     return packets;
 }
 

@@ -1,5 +1,6 @@
-// Shared by the stream targets: the driver's objects as after the start, one end of a socket pair instead of
-// the host, a watched port instead of the gateway's, and a clock that moves only when a target moves it.
+// The test bed of the stream targets: the driver's objects in their state after start-up, one end of a socket
+// pair instead of the host, a watched port instead of the gateway's, and a clock that moves only when a
+// target moves it.
 //
 // Each run has its own Rig. The destructor resets every global of the driver to its value in a new process,
 // so that runs do not depend on each other.

@@ -48,7 +48,7 @@ void checkNumber(std::string_view input) {
         require(number == std::strtod(decimal.c_str(), nullptr), "Val");
     }
     require(ValInteger(text) == integer, "ValInteger");
-    require(IsNumeric(Format(number, takeField(input))), "a number by any mask is a number");
+    require(IsNumeric(Format(number, takeField(input))), "a number formatted by any mask is numeric");
     require(std::isinf(number) || Val(Str(number)) == number, "a double reads back");
     require(std::fabs(number) >= 9.2e18 || static_cast<double>(integer) == std::trunc(number),
             "an integer is truncated toward zero");

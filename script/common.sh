@@ -1,4 +1,5 @@
-# Shared by the other scripts; not a command. Changes to the project's folder, and defines how scripts report progress.
+# Included by the other scripts; not a command. Changes to the project's folder, and defines how scripts report
+# progress.
 set -eu
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -37,7 +38,7 @@ number() {
 }
 
 # counted TOTAL WHAT PREFIX COMMAND...: runs the command and counts the lines of its output that begin with the prefix.
-# Shows each on a terminal, otherwise every tenth part. Fails when the command fails.
+# Reports each line on a terminal, otherwise every tenth part. Fails when the command fails.
 counted() {
     total=$1; what=$2; prefix=$3; shift 3
     failure=$(mktemp)

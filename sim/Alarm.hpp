@@ -12,7 +12,7 @@ class Alarm : public Timer {
 public:
     std::function<void()> action;
 
-    // Calls the action once, so many milliseconds from now. Replaces an earlier setting.
+    // Calls the action once, after so many milliseconds. Replaces an earlier setting.
     void setIn(Integer milliseconds) {
         setPeriod(milliseconds < 0 ? 0 : milliseconds);
         setMode(kModeSingle);

@@ -13,7 +13,7 @@ namespace hearthix::sim {
 
 namespace {
 
-// The host's own program, when it is started here; what it prints goes to standard error.
+// The program of the host, if the check starts it. Its output goes to standard error.
 Ref<ChildProcess> startHost(const std::vector<String>& words) {
     auto host = Ref<ChildProcess>::make();
     host->printed = [](const String& line) { PrintError(line); };
@@ -35,7 +35,7 @@ void checkStarts(const CheckSettings& settings, HostCheck& check) {
         host = startHost(settings.words);
     check.play(starts);
     if (host)
-        host->ended = nullptr; // from now on it may
+        host->ended = nullptr; // from now on it may end
     check.letHostQuit();
 }
 

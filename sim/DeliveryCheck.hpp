@@ -5,9 +5,9 @@
 // different units may arrive in any order. A value is lost when a later one of its unit arrives first, or
 // when it has not arrived by the end.
 //
-// A driver that ends may lose what is in flight: the values that the gateway sent after the latest one that
-// has arrived, of any unit, and the commands that have not reached the gateway. Values sent before that one
-// stay missing.
+// A driver that ends may lose the messages in flight: the values that the gateway sent after the latest one
+// that has arrived, of any unit, and the commands that have not reached the gateway. Values sent before that
+// one stay missing.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
@@ -28,26 +28,26 @@ public:
     // A packet at the host; only values of units count.
     void arrived(const cHearthixCommand& packet);
 
-    // A command to a unit, by the host's word for it, and a line at the gateway.
+    // A command to a unit, with the host's word for it; and a line that the gateway received.
     void commanded(const String& word, const String& address, const String& value);
     void obeyed(const String& line);
 
-    // Starts with a new driver: counts what is missing as lost in flight with the driver before.
+    // Starts with a new driver: counts what is missing as lost in flight when the previous driver ended.
     void beginAnew();
     // The number of units that do not show the value and battery level that the gateway sent last to this
     // driver.
     Integer disagreements(const HostModel& model) const;
 
     Integer commandsMissing() const noexcept { return static_cast<Integer>(commands_.size()); }
-    // Set lines at the gateway that no command here explains.
+    // The number of set lines at the gateway that no command has caused.
     Integer commandsUnexpected() const noexcept { return commandsUnexpected_; }
     Integer commandsInFlight() const noexcept { return commandsInFlight_; }
     Integer expected() const noexcept { return expected_; }
     Integer delivered() const noexcept { return delivered_; }
     Integer unexpected() const noexcept { return unexpected_; }
-    // Lost with a driver that has ended.
+    // Messages that were lost when a driver ended.
     Integer inFlight() const noexcept { return inFlight_; }
-    // Sent and not arrived yet, lost values included, without those in flight.
+    // Messages that were sent and have not arrived, including lost values, without those lost in flight.
     Integer missing() const noexcept { return expected_ - delivered_ - inFlight_; }
 
 private:

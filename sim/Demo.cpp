@@ -1,4 +1,4 @@
-// The subcommand "demo": host and gateway in this process, the driver between them as a child.
+// The subcommand "demo": runs a host and a gateway in this process, and the driver as a child between them.
 #include "runtime/text/Numbers.hpp"
 #include "sim/HostCommands.hpp"
 #include "sim/MeshFile.hpp"
@@ -21,7 +21,7 @@ public:
     Demo(const Settings& settings, Session& session);
 
     void run();
-    // What was delivered and what was lost.
+    // The numbers of delivered and lost messages, as text.
     String summary() const;
     bool succeeded() const;
 
@@ -32,7 +32,7 @@ private:
     HostCommands commands_;
     Alarm commandDue_;
     Alarm endDue_;
-    String driversEnd_; // a sentence if it has ended by itself
+    String driversEnd_; // a sentence if the driver has ended by itself
 };
 
 GatewaySettings gatewaySettings(GatewaySettings settings) {

@@ -19,7 +19,7 @@ constexpr Integer kPatienceMilliseconds = 10'000;
 constexpr const char* kEndOfArguments = "\x04";
 constexpr const char* kDieByKill = "kill";
 
-// The end of the program that the check talks to.
+// The started program's end of the connection to the check.
 class Control : public TCPSocket {
 public:
     explicit Control(const String& greeting) : greeting_(greeting) {}
@@ -35,7 +35,7 @@ private:
 
 } // namespace
 
-// A program that was started, seen from the check.
+// The check's end of the connection to a started program.
 class DriverStarts::Child : public TCPSocket {
 public:
     String arguments;

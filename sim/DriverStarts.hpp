@@ -1,7 +1,7 @@
-// The starts of a program that a host takes for the driver.
+// The starts of a program that a host starts as its driver.
 //
-// The program is a small script that becomes "hearthix-sim check-host". It sends the host's arguments to the
-// check that is under way, and ends when and how the check asks it to; the check itself plays the driver.
+// The program is a small script that becomes "hearthix-sim check-host". It sends the arguments from the host
+// to the running check, and ends when and how the check requests. The check itself acts as the driver.
 #pragma once
 
 #include "runtime/events/TCPSocket.hpp"
@@ -25,16 +25,16 @@ public:
     // Writes the program to this path; raises Failure when that is impossible.
     void writeProgram(const String& path);
 
-    // Moves on to the next start, if there is one.
+    // Selects the next start. Returns false if there is none yet.
     bool takeNext();
-    // Of the start that was taken last. The host's address and the connection ID are what the host has given
-    // to the program.
+    // These describe the latest start. The address of the host and the connection ID are arguments from the
+    // host.
     SocketAddress host() const { return {argument(1), ValInteger(argument(2))}; }
     String connectionId() const { return argument(3); }
     clocks::Nanoseconds startedAt() const;
     clocks::Nanoseconds endedAt() const;
     bool isRunning() const;
-    // Makes the program end, and waits for that.
+    // Makes the program end, and waits until it has ended.
     void end(DriverEnd how);
 
 private:

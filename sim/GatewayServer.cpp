@@ -294,7 +294,7 @@ void GatewayServer::flushPieces() {
         pieceDue_.setIn(kPieceMilliseconds);
 }
 
-// Has too few fields to be a message.
+// A message has more fields.
 String GatewayServer::junkLine() {
     String line;
     Integer separators = 4;

@@ -46,16 +46,16 @@ public:
     // Raises Failure when the port or the file cannot be opened.
     void open();
     void close();
-    // Stops the reports while it is on; questions of the driver are still answered.
+    // While this is on, nodes send no reports. Requests of the driver are still answered.
     void hush(bool on);
 
-    // The mishaps of the settings, to be switched on and off.
+    // Switches the mishaps of the settings on and off.
     void setFragment(bool on) { settings_.fragment = on; }
     void setJunk(double percent) { settings_.junk = percent; }
     void setSilent(bool on) { silent_ = on; }
     void drop();
 
-    // How a driver reaches it: one word for a serial line, address and port for TCP.
+    // The driver's arguments for this gateway: one word for a serial line, address and port for TCP.
     std::vector<String> transport() const;
     String where() const;
     bool hasDriver() const noexcept { return connection_ != nullptr; }
@@ -100,7 +100,7 @@ private:
     Ref<ListeningSocket> listener_;
     Ref<Connection> accepted_;
     Ref<PseudoTerminal> terminal_;
-    StreamDevice* connection_ = nullptr; // one of the two above
+    StreamDevice* connection_ = nullptr; // one of the two members above
     bool silent_ = false;
     bool hushed_ = false;
     Integer connectedAt_ = 0; // milliseconds of the monotonic clock

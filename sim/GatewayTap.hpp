@@ -1,8 +1,8 @@
 // Connects a driver to its gateway, passes the bytes on as they arrive, and records every line.
 //
-// The driver connects to the same kind of device: a pseudo-terminal in place of a serial port (socket://
-// included), a loopback port in place of an address. The tap opens the gateway when the driver opens its
-// device, and closes one side when the other closes.
+// The driver connects to the same kind of device: a pseudo-terminal for a serial port (also for socket://), a
+// loopback port for an address. The tap opens the gateway when the driver opens its device, and closes one
+// side when the other closes.
 #pragma once
 
 #include "runtime/events/Serial.hpp"

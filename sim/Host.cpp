@@ -23,10 +23,10 @@ constexpr Integer kLongestPauseMilliseconds = 60'000;
 // The driver drains its links for about a second when it ends.
 constexpr int kPatienceMilliseconds = 3000;
 constexpr const char* kForController = "64";
-// The end of the log line that the driver sends when both of its links are open.
+// The end of the log line that the driver sends when both its links are open.
 constexpr std::string_view kReadyEnd = " ready.";
 
-// The driver beside this program, or else the one in PATH.
+// The driver in this program's folder, or otherwise the one in PATH.
 String defaultDriver() {
     const auto beside = Ref<FolderItem>::make(ownExecutable())->Parent()->Child("hearthix-mysensors");
     return beside->Exists() ? beside->ShellPath() : String("hearthix-mysensors");
@@ -242,7 +242,7 @@ void Host::trace(const char* direction, const cHearthixCommand& packet) {
         view_.note("trace", concat(direction, " ", line));
 }
 
-// Refuses a file that is no list of units, because it would be overwritten.
+// Refuses a file that is not a list of units, because it would be overwritten.
 void Host::loadUnits() {
     if (settings_.unitsFile.empty())
         return;

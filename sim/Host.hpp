@@ -71,13 +71,14 @@ public:
     void stall(bool on) { server_.stall(on); }
     void dropLink() { server_.drop("dropped, as requested"); }
     void setTransport(const std::vector<String>& transport) { settings_.transport = transport; }
-    // No more values are shown.
+    // Stops showing values.
     void hush() { hushed_ = true; }
     // Whether the driver got a command to end.
     bool hasClosedDriver() const noexcept { return closed_; }
-    // What the driver printed last, without its stack dump; empty if it printed nothing.
+    // The driver's latest output, without its stack dump; empty if it printed nothing.
     const String& lastWords() const noexcept { return lastWords_; }
-    // A clause for a message about the driver's end: what it printed, or else its last log line.
+    // A clause for a message about the driver's end: its latest output, or its latest log line if there is
+    // none.
     String reasonOfEnd() const;
     // For the title of a screen: fields with two blanks between them, the least important one last.
     String status() const;
@@ -85,7 +86,7 @@ public:
     // Every packet of the driver, after the host has handled it.
     std::function<void(const cHearthixCommand& packet)> observed;
     std::function<void()> driverConnected;
-    // It has connected, become ready, or sent all commands to the gateway.
+    // Called when the driver has connected, has become ready, or has sent all commands to the gateway.
     std::function<void()> driverProgressed;
     std::function<void(int status)> driverEnded;
 
@@ -114,7 +115,7 @@ private:
     Alarm restartSoon_;
     String connectedId_;
     bool ready_ = false;
-    Integer orderPings_ = 0; // pings behind commands whose answers have not arrived
+    Integer orderPings_ = 0; // pings after commands; their answers have not arrived
     bool closing_ = false;
     bool closed_ = false;
     bool hushed_ = false;

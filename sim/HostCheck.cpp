@@ -13,7 +13,7 @@ namespace {
 
 constexpr Integer kConnectMilliseconds = 15'000;
 constexpr Integer kFirstStartMilliseconds = 600'000;
-// A minute, and time to start the program on a busy machine.
+// The longest permitted pause of a minute, and time to start the program on a busy machine.
 constexpr Integer kRestartMilliseconds = 70'000;
 constexpr Integer kDrainMilliseconds = 1000;
 constexpr Integer kPingMilliseconds = 200;
@@ -21,7 +21,7 @@ constexpr Integer kPingMilliseconds = 200;
 constexpr clocks::Nanoseconds kNotice = 300 * clocks::kMillisecond;
 constexpr clocks::Nanoseconds kMuch = 2 * clocks::kSecond;
 
-// So that no host fills the memory.
+// Limits the memory that a host can fill.
 constexpr std::size_t kMostEvents = 100'000;
 
 bool isForUnit(const String& word) {
@@ -36,7 +36,7 @@ bool isForDriver(const String& word) {
 
 HostCheck::HostCheck(Verdicts& verdicts, const HostOperator& person) : verdicts_(verdicts), person_(person) {
     ensureVocabulary();
-    // Slow enough to see whether the host waits for it.
+    // The answer is delayed, which shows whether the host waits for it.
     answer_.action = [this] {
         for (; pings_ > 0; --pings_) {
             link_->send({{"mcmd", "PSrp"}});
@@ -72,13 +72,13 @@ void HostCheck::connectTo(const SocketAddress& host, const String& connectionId)
 void HostCheck::play(DriverStarts& starts) {
     struct Act {
         const char* name;
-        void (HostCheck::*perform)(); // none for a driver that ends before it connects
+        void (HostCheck::*perform)(); // null for a driver that ends before it connects
         bool losesLink;
         DriverEnd end;
     };
     static constexpr std::array<Act, 9> kActs{
         {{"lost its link", &HostCheck::session, true, DriverEnd::status0},
-         {"heard nothing from its gateway", &HostCheck::earlyCommand, false, DriverEnd::status0},
+         {"received nothing from its gateway", &HostCheck::earlyCommand, false, DriverEnd::status0},
          {"ended with status 1", &HostCheck::becomeReady, false, DriverEnd::status1},
          {"was killed", &HostCheck::becomeReady, false, DriverEnd::killed},
          {"ended with status 0", &HostCheck::becomeReady, false, DriverEnd::status0},
@@ -111,15 +111,15 @@ void HostCheck::play(DriverStarts& starts) {
     }
 }
 
-// Gives up when the host has started none in time; that breaks a rule, unless the host wanted the driver to
-// end.
+// Returns false if the host has not started a driver in time. That breaks a rule, unless the host had asked
+// the driver to end.
 bool HostCheck::awaitStart(DriverStarts& starts, const char* lastEnd) {
     const clocks::Nanoseconds endedAt = lastEnd != nullptr ? starts.endedAt() : 0;
     const Integer limit = lastEnd != nullptr ? kRestartMilliseconds : kFirstStartMilliseconds;
     if (!waitUntil([&starts] { return starts.takeNext(); }, limit)) {
         if (lastEnd == nullptr)
-            throw Failure{
-                "no host has started the program in ten minutes; let a host start it as its driver"};
+            throw Failure{"no host has started the program within ten minutes; configure it as the driver of "
+                          "your host"};
         if (!askedToEnd_)
             verdicts_.broken(Rule::restart, {},
                              concat("no start within 70 seconds after a driver ", lastEnd));
@@ -130,7 +130,7 @@ bool HostCheck::awaitStart(DriverStarts& starts, const char* lastEnd) {
     return true;
 }
 
-// The last four pauses follow drivers that ended at once. A host may have begun to grow them before that.
+// The last four pauses follow drivers that ended at once. A host may have made its pauses longer before that.
 void HostCheck::judgePauses() {
     const clocks::Nanoseconds first = pauses_.front(), early = pauses_[pauses_.size() - 3],
                               late = pauses_.back();

@@ -1,8 +1,9 @@
-// Plays the driver to a host, in all that can happen to one, and judges what the host does.
+// Acts as the driver for a host, reproduces the events of a driver's life, and judges the reactions of the
+// host.
 //
-// Either the check connects to the host by itself, twice, or it plays each driver that the host starts, until
-// drivers have ended in every way in which they can end. HostCheck.cpp has the course of the check,
-// HostCheckActs.cpp what happens on a link.
+// The check either connects to the host by itself, twice, or acts as each driver that the host starts, until
+// a driver has ended in each possible way. HostCheck.cpp implements the sequence of the check,
+// HostCheckActs.cpp the conversation on a link.
 #pragma once
 
 #include "sim/DriverStarts.hpp"
@@ -19,19 +20,19 @@ class HostCheck {
 public:
     HostCheck(Verdicts& verdicts, const HostOperator& person);
 
-    // Connects by itself; raises Failure when nobody listens.
+    // Connects to the host. Raises Failure if the host does not listen.
     void connectTo(const SocketAddress& host, const String& connectionId);
-    // Takes part in the host's starts.
+    // Acts as each driver that the host starts.
     void play(DriverStarts& starts);
-    // Afterwards, with the link still there: has the host end the driver.
+    // Call it afterwards, while the link is still open. Requests that the host end the driver.
     void letHostQuit();
 
 private:
-    // A packet of the host, or the answer to its ping.
+    // A packet from the host, or the answer to its ping.
     struct Event {
         String word;
         String bytes;
-        Integer read = 0; // the number of the read that brought it
+        Integer read = 0; // the number of the read that completed it
         String address = {};
         String value = {};
         clocks::Nanoseconds at = clocks::monotonic();
@@ -45,7 +46,7 @@ private:
     void obey(const Event& event);
     void receiveList(const cHearthixCommand& packet);
     void note(const Event& event);
-    // The first event of the kind from this one on; null when there is none.
+    // The first such event at or after an index; null if there is none.
     const Event* find(const String& word, const String& address, std::size_t from) const;
 
     // Acts. Each begins on a new link.
@@ -74,12 +75,12 @@ private:
     bool ready_ = false;
     bool askedToEnd_ = false;
     Alarm answer_;
-    int pings_ = 0; // not answered yet
+    int pings_ = 0; // pings without an answer yet
     std::vector<Event> events_;
     bool expectsLongList_ = false;
     std::optional<String> list_; // the answer to the latest request
     String listPacket_;
-    std::vector<String> listed_;  // the addresses of the list
+    std::vector<String> listed_;  // the addresses in the list
     std::vector<String> created_; // the addresses of the units, without those of the long list
     std::vector<clocks::Nanoseconds> pauses_;
 };

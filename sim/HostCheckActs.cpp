@@ -1,4 +1,4 @@
-// What the checked host is given to do on a link, and what it should make of it.
+// The conversation with the checked host on a link, and the judgement of its reactions.
 #include "document/CXML.hpp"
 #include "mysensors/Vocabulary.hpp"
 #include "runtime/values/Exceptions.hpp"
@@ -16,9 +16,9 @@ constexpr std::size_t kLongText = 255;
 
 constexpr Integer kStartMilliseconds = 1000; // between the connection and the ready line
 constexpr Integer kAnswerMilliseconds = 10'000;
-constexpr Integer kSettleMilliseconds = 1000; // for what should not come
-constexpr Integer kMostShows = 10;            // a script may look before the host has written
-// Commands with a longer pause between them can't be swapped.
+constexpr Integer kSettleMilliseconds = 1000; // wait for packets that the host must not send
+constexpr Integer kMostShows = 10;            // the host may not have stored the value yet
+// The driver cannot reorder commands with a longer pause between them.
 constexpr clocks::Nanoseconds kRightAfter = clocks::kSecond;
 
 constexpr const char* kSwitch = "0C01.STATUS";
@@ -28,11 +28,11 @@ constexpr const char* kText = "0C04.VAR1";
 constexpr const char* kNumber = "21.50";
 constexpr const char* kWords = "Küche  süd: 21,5 °C";
 
-// Of an address: the digits of node and child, and where the kind of value begins.
+// The number of digits for node and child in an address, and the offset of the suffix.
 constexpr Integer kRootDigits = 4;
 constexpr std::size_t kSuffix = 5;
 
-// The long list: so many units exceed a packet if the host adds their names to it.
+// The long list: with the names of the units it exceeds a packet.
 constexpr Integer kFirstNode = 0x20;
 constexpr Integer kNodes = 200;
 constexpr Integer kLastNode = kFirstNode + kNodes - 1;
@@ -53,8 +53,8 @@ bool contains(const std::vector<String>& texts, std::string_view wanted) {
                        [wanted](const String& each) { return each.view() == wanted; });
 }
 
-// Nil unless the text is what the reader of a document would write, apart from byte order and order of
-// entries.
+// The document in a text. Nil unless it is complete, that is, unless it is as long as the same document after
+// writing.
 Ref<CXML> documentIn(const String& text) {
     const auto document = Ref<CXML>::make();
     try {
@@ -69,7 +69,7 @@ Ref<CXML> documentIn(const String& text) {
 
 } // namespace
 
-// What follows a list that exceeds a packet is no packet.
+// The bytes after a list that exceeds a packet cannot be split into packets.
 void HostCheck::receiveList(const cHearthixCommand& packet) {
     list_ = packet.GetMulti("DATA");
     listPacket_ = packet.RawCommonCommand;
@@ -83,11 +83,10 @@ void HostCheck::becomeReady() {
     link_->log(kReady);
 }
 
-// The others are judged at the end of the part that shows them.
 void HostCheck::session() {
     for (const Integer level : {1, 2, 4})
         link_->log(concat("Log line of level ", Str(level)), level);
-    link_->log(longText(), 4); // cut to the longest line
+    link_->log(longText(), 4); // the driver cuts it to the longest line
     becomeReady();
     createUnits();
     judgeList();
@@ -103,7 +102,7 @@ void HostCheck::session() {
     expectsLongList_ = false;
 }
 
-// A host may refuse the command, but a person may not have done it.
+// A host that refuses the command keeps the rule. Without a command from a person the rule is not judged.
 void HostCheck::earlyCommand() {
     const std::size_t from = events_.size();
     const bool isDone =
@@ -123,7 +122,8 @@ void HostCheck::letHostQuit() {
     link_->end();
 }
 
-// As the driver does, and then as an obeying node's report makes it do: 1 is reported as "OFF".
+// Sends the log line of the driver, then the value that the node reports after it has obeyed: 1 is reported
+// as "OFF".
 void HostCheck::obey(const Event& event) {
     const auto number = [&event](std::size_t at) {
         return Str(ValInteger(concat("&h", event.address.cut(at, 2))));
@@ -158,7 +158,7 @@ void HostCheck::sendValue(const String& address, const String& value) {
                  {"Batt", "0"}});
 }
 
-// Of every kind, and with every kind of text that a node can send.
+// Creates units of every kind, with every kind of text that a node can send.
 void HostCheck::createUnits() {
     created_ = {kSwitch, kDimmer, kSensor, kText, "0D01.VAR1", "0D02.VAR1", "0D03.VAR1", "0DFE.UNKN099"};
     const String names[] = {
@@ -180,11 +180,10 @@ void HostCheck::createUnits() {
             sendValue(created_[i], values[i]);
         link_->send({{"mcmd", "NoOp"}, {"addr", created_[i]}, {"Batt", "80"}});
     }
-    createUnit(kSwitch, "(0C01) STATUS"); // the host keeps the unit that exists
+    createUnit(kSwitch, "(0C01) STATUS"); // the unit exists, and the host keeps it
 }
 
-// A thousand values in a second, each of a unit that is created for it, and one more of a known unit for each
-// node.
+// Sends a thousand values in a second, each for a new unit, and another value of a known unit for each node.
 void HostCheck::sendManyValues() {
     for (Integer node = kFirstNode; node <= kLastNode && !link_->hasEnded(); ++node) {
         for (Integer child = 0; child < kChildren; ++child) {
@@ -196,7 +195,7 @@ void HostCheck::sendManyValues() {
     }
 }
 
-// Whether the answer came; it must come on the first link.
+// Returns whether the first link received the answer, on whatever link it was requested.
 bool HostCheck::requestList(ProbeLink& link) {
     list_.reset();
     link.send({{"mcmd", "getUnits"}});
@@ -228,7 +227,7 @@ bool HostCheck::judgeDocument() {
     return true;
 }
 
-// An address that is missing was changed if the list has an unknown one of the same node and child instead.
+// A missing address counts as changed if the list contains an unknown address of the same node and child.
 void HostCheck::judgeList() {
     if (!judgeDocument())
         return;
@@ -252,7 +251,7 @@ void HostCheck::judgeList() {
 void HostCheck::judgeLongList() {
     if (!judgeDocument())
         return;
-    Dictionary roots; // a change of the rest of an address is another rule's affair
+    Dictionary roots; // another rule judges the rest of an address
     for (const String& each : listed_)
         roots.SetValue(LeftB(each, kRootDigits), true);
     Integer units = 0, nodes = 0;
@@ -269,7 +268,7 @@ void HostCheck::judgeLongList() {
         verdicts_.broken(Rule::noLoss, {},
                          concat("of 1,000 units on 200 nodes, created in one second, the list contains ",
                                 Str(units), " on ", Str(nodes)));
-    // Of a person this would ask too much.
+    // Only a script can check so many units.
     for (Integer node = kFirstNode;
          person_.isScript() && node <= kLastNode && !verdicts_.isBroken(Rule::noLoss); node += kSample)
         judgeShown(Rule::noLoss, nodeOf(node, node % kChildren), Str(node));
@@ -285,8 +284,7 @@ void HostCheck::judgeSet(const String& value) {
     const Event& set = *find("SetValue", kText, from);
     verdicts_.kept(Rule::values);
     if (set.value.view() != value.view())
-        verdicts_.broken(Rule::values, set.bytes,
-                         concat("the host sent ", set.value, " in place of ", value));
+        verdicts_.broken(Rule::values, set.bytes, concat("the host sent ", set.value, " instead of ", value));
 }
 
 void HostCheck::judgeShown(Rule rule, const String& address, const String& value) {
@@ -302,10 +300,11 @@ void HostCheck::judgeShown(Rule rule, const String& address, const String& value
         return;
     verdicts_.kept(rule);
     if (shown->view() != value.view())
-        verdicts_.broken(rule, *shown, concat(address, " shows ", *shown, " in place of ", value));
+        verdicts_.broken(rule, *shown, concat(address, " shows ", *shown, " instead of ", value));
 }
 
-// Both commands must come in one read, with a ping behind them, or the second one after the answer to a ping.
+// Either both commands and a ping after them must arrive in one read, or the second command must arrive after
+// the answer to a ping.
 void HostCheck::judgeOrder() {
     const std::size_t from = events_.size();
     if (link_->hasEnded() ||
@@ -355,9 +354,11 @@ void HostCheck::judgeSecondLink() {
     if (link_->hasEnded())
         verdicts_.broken(Rule::secondLink, {}, "the first link ended");
     else if (!isFirstAnswered)
-        verdicts_.broken(Rule::secondLink, {}, "the first link got no answer, or the second one got it");
+        verdicts_.broken(Rule::secondLink, {},
+                         "the first link received no answer, or the second one received it");
     else if (list_)
-        verdicts_.broken(Rule::secondLink, listPacket_, "the first link got the answer to the second one");
+        verdicts_.broken(Rule::secondLink, listPacket_,
+                         "the first link received the answer for the second one");
 }
 
 } // namespace hearthix::sim

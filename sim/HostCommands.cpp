@@ -11,7 +11,7 @@ namespace hearthix::sim {
 
 namespace {
 
-// The length of a common message is one byte, and its other fields need eleven.
+// The length of a common message is stored in one byte, and its other fields need eleven bytes.
 constexpr std::size_t kMostRaw = 244;
 constexpr std::size_t kMostWaiting = 100'000;
 

@@ -14,10 +14,11 @@ class HostCommands {
 public:
     HostCommands(Host& host, std::function<void()> quit);
 
-    // Carries out a line, or reports in the log what is wrong with it. A command that needs a driver waits
-    // for it, and the commands after it wait, too. On a terminal, commands that need no driver never wait.
+    // Carries out a line, or reports in the log why it is wrong. A command that needs a driver waits for it,
+    // and the commands after it wait, too. On a terminal, commands that need no driver never wait.
     void run(const String& line);
-    // Why not all lines were carried out, for the end of a run; empty if all were, or if a person typed them.
+    // The reason why some lines were not carried out, for the end of a run. Empty if all were, or if a person
+    // typed them.
     String failure() const;
 
 private:
@@ -26,7 +27,7 @@ private:
     struct Entry {
         const char* name;
         const char* arguments;
-        std::size_t count; // of arguments
+        std::size_t count; // number of arguments
         void (HostCommands::*action)(const Words& words, const String& line);
         Needs needs;
     };

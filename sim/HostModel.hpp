@@ -1,4 +1,4 @@
-// The units of a host: the driver creates and changes them; they are never removed.
+// The units of a host. The driver creates and changes them. They are never removed.
 //
 // Addresses ignore case. The answer to the driver's "getUnits" and the units file are the same document: a
 // container "unit" for each unit, with the values Address, Name, Value, Battery, List, Dimmable and ReadOnly.
@@ -22,9 +22,9 @@ struct HostUnit : Object {
     String list;
     bool dimmable = false;
     bool readOnly = false;
-    // Whether a level other than 0 has come: the driver sends 0 for units without a battery.
+    // Whether a level other than 0 was received. The driver sends 0 for units without a battery.
     bool hasBattery = false;
-    std::vector<double> recent;        // its last values, as far as they are numbers; the newest is the last
+    std::vector<double> recent;        // the latest values that are numbers; the newest is the last one
     clocks::Nanoseconds changedAt = 0; // of the monotonic clock; 0 for a unit that was only loaded
 };
 
@@ -36,7 +36,7 @@ public:
     static constexpr std::size_t kRecentValues = 32;
 
     enum class Change {
-        none,    // the command is about no unit, or changes nothing
+        none,    // the command does not concern a unit, or changes nothing
         created, // a new unit
         kept,    // a unit to be created that exists already
         value,
@@ -49,7 +49,7 @@ public:
     void hearLog(const String& line);
     // The unit's name if a user gave it one; otherwise the name of its node, or the driver's default.
     String nameOf(const HostUnit& unit) const;
-    // Nil when there is none.
+    // Returns nil if there is no such unit.
     Ref<HostUnit> find(const String& address) const;
     // In the order of their creation.
     const std::vector<Ref<HostUnit>>& units() const noexcept { return units_; }

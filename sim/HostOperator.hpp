@@ -1,8 +1,8 @@
-// The person who acts at a host while it is checked, or the script that does so in place of a person.
+// The person who operates the host during a check, or a script that replaces the person.
 //
-// A person reads a request on standard error, and answers on standard input. A script gets each request as
-// its arguments, such as "set 0C04.VAR1 text"; its output is the answer, and a status other than 0 means that
-// it could not do it.
+// A person reads a request on standard error and answers on standard input. A script receives each request as
+// its arguments, such as "set 0C04.VAR1 text". Its output is the answer. An exit status other than 0 means
+// that it could not carry out the request.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -14,12 +14,12 @@ namespace hearthix::sim {
 
 class HostOperator {
 public:
-    // Without a script's path it is a person.
+    // An empty path means a person.
     explicit HostOperator(const String& script) : script_(script) {}
 
     bool isScript() const noexcept { return !script_.empty(); }
-    // The first line of the answer; nothing if it can't be done, or wasn't done within a minute. Events run
-    // meanwhile.
+    // Returns the first line of the answer, or nothing if the request was not carried out within a minute.
+    // Runs events meanwhile.
     std::optional<String> ask(const std::vector<String>& request, const String& sentence) const;
 
 private:

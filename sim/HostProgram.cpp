@@ -18,7 +18,7 @@ namespace {
 // Time for the driver's last packets to arrive.
 constexpr Integer kFarewellMilliseconds = 200;
 
-// The serial ports that the machine has, for the end of a sentence.
+// The serial ports of the machine, for the end of a sentence.
 String presentPorts() {
     std::set<std::string> paths;
     for (const auto& [folder, prefix] :
@@ -78,7 +78,7 @@ HostRun::HostRun(const Settings& settings)
     farewell_.action = [this] { session_.end(); };
 }
 
-// Whether the value that this unit has just got ends the run.
+// Whether the new value of this unit ends the run.
 bool HostRun::isAwaited(const String& address) const {
     if (settings_.count > 0 && values_ >= settings_.count)
         return true;

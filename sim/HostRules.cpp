@@ -23,9 +23,9 @@ struct Description {
 
 constexpr std::array<Description, kRuleCount> kDescriptions{
     {{"whole-packets", "Each packet arrives in one piece.",
-      "It can examine the first piece again and again, and never reads on."},
+      "It can examine the first piece repeatedly and read nothing more."},
      {"lengths", "The lengths of packets and values are right, and never 0.",
-      "It examines the same bytes without end, or cuts the stream in the wrong places."},
+      "It examines the same bytes without end, or splits the stream at wrong positions."},
      {"packet-types", "Packets begin with \"J\", \"X\", \"Y\", \"N\" or \"M\".",
       "It logs \"mySensors: Received malformed packet from host\" and discards the packet."},
      {"bit-64", "Common messages have bit 64 in their flags.", "It ends with status 1."},
@@ -34,22 +34,23 @@ constexpr std::array<Description, kRuleCount> kDescriptions{
      {"command-order", "Commands whose order matters are separated by an answered ping.",
       "It can pass the commands to the gateway in the wrong order."},
      {"units-answer", "\"getUnits\" is answered by \"setUnits\" within 10 seconds.",
-      "It gives the node that asked for an ID no answer."},
+      "It does not answer the node that asked for an ID."},
      {"units-document", "The list of units is a complete Kbdb document.",
       "It can give a new node an ID that is in use."},
      {"units-size", "The packet with the list of units has at most 65,535 bytes.",
-      "It takes the end of the list for packets."},
+      "It reads the end of the list as packets."},
      {"units-complete", "The list contains every unit that the driver has created.",
       "It can give a new node an ID that is in use."},
      {"units-addresses", "The list contains the addresses as the driver has sent them.",
-      "It can take the address for that of another node."},
+      "It can assign the unit to the wrong node."},
      {"values", "Values have the same bytes at both ends.", "It does not notice."},
      {"no-loss", "No packet is lost at 1,000 values per second.", "It does not notice."},
      {"second-link", "A second link with another connection ID leaves the first one alone.",
-      "It gets no answers, or those to another driver."},
-     {"restart", "A driver that ends by itself is started again.", "It is gone, and the mesh with it."},
+      "It receives no answers, or the answers for another driver."},
+     {"restart", "A driver that ends by itself is started again.",
+      "It no longer runs, so the host loses the mesh."},
      {"restart-pause", "The pauses between restarts grow, up to a minute.",
-      "It is started again and again, and keeps the machine busy; or its users wait too long."}}};
+      "Its repeated starts keep the machine busy, or its users wait too long."}}};
 
 String hexOf(std::string_view bytes) {
     String text;

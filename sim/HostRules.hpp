@@ -1,6 +1,6 @@
-// The rules that check-host judges a host by, and what it has seen of each.
+// The rules by which check-host judges a host, and its findings for each rule.
 //
-// docs/host-link.md explains the rules under the same names to authors of hosts.
+// docs/host-link.md explains the rules for authors of hosts, under the same names.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -34,14 +34,14 @@ inline constexpr std::size_t kRuleCount = 17;
 
 class Verdicts {
 public:
-    // The host had the occasion to break the rule. It counts as kept unless the rule is broken another time.
+    // Records that the host could have broken the rule and did not. One violation outweighs all of these.
     void kept(Rule rule) { entry(rule).seen = true; }
-    // The bytes that show it, if any, and what happened, as a sentence without its full stop.
+    // Records a violation: the bytes that show it, if any, and a sentence without a full stop.
     void broken(Rule rule, std::string_view bytes, const String& what);
 
     bool isBroken(Rule rule) { return !entry(rule).findings.empty(); }
 
-    // The whole report, on standard output.
+    // Prints the report to standard output.
     void print() const;
     void printJson() const;
     // 0 if all rules were kept, 3 if some were broken, 4 if some were not seen.

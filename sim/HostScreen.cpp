@@ -17,7 +17,7 @@ constexpr Integer kAgeMilliseconds = 1000;
 constexpr std::size_t kLogKept = 1000;
 // Title, heading, rule and prompt.
 constexpr int kFixedRows = 4;
-// The least rows of the table or the log when the other one could fill the screen.
+// The minimum number of rows of the table and of the log when the other one could fill the screen.
 constexpr int kLeastRows = 6;
 constexpr int kTimeWidth = 8;
 constexpr int kKindWidth = 8;
@@ -27,15 +27,15 @@ constexpr int kAll = 1'000'000;
 
 constexpr const char* kHint = "a command, or: arrows select  / filter  < > sort  ! reverse  Tab log  ? keys";
 constexpr const char* kUnitHint =
-    "Space switches the unit  Enter sets it  Ctrl-R asks its node  Esc leaves it";
-const std::vector<std::string> kKeys{"Up, Down         select a unit; Esc leaves it",
+    "Space switches the unit  Enter sets it  Ctrl-R asks its node  Esc deselects";
+const std::vector<std::string> kKeys{"Up, Down         select a unit; Esc deselects it",
                                      "Space, Enter     switch the selected unit; set it",
                                      "Ctrl-R           ask the node of the selected unit for its value",
                                      "PgUp, PgDn       scroll the table or the log; Home, End: to its ends",
-                                     "Tab              on to the log, the command line, the table",
+                                     "Tab              go to the log, the command line, the table",
                                      "< >              sort by the next column; ! reverses",
                                      "/text            only the units that show this; Esc: all",
-                                     "?                these keys; any key leaves them",
+                                     "?                this list of keys; any key closes it",
                                      "",
                                      "any other text   a command for the host; help lists them",
                                      "Up, Down         there: earlier commands; Ctrl-P, Ctrl-N everywhere",
@@ -53,7 +53,7 @@ int inColumns(std::string_view ascii) {
     return static_cast<int>(ascii.size());
 }
 
-// Removes whole fields at the end until the rest fits: a number that is cut off would be wrong.
+// Removes whole fields at the end until the rest fits, because a number that is cut off would be wrong.
 std::string_view fitting(std::string_view fields, int columns) {
     while (inColumns(fields) > columns && fields.rfind("  ") != std::string_view::npos)
         fields = fields.substr(0, fields.rfind("  "));
@@ -72,7 +72,7 @@ void HostScreen::watch(const HostModel& model) {
     model_ = &model;
 }
 
-// Old lines that the user has scrolled back to stay in view.
+// If the user has scrolled back, the same lines stay visible.
 void HostScreen::note(const String& kind, const String& text) {
     LogLine line{std::string(clockText(false).view()), std::string(kind.view()), {}};
     const std::string whole = printable(text);
@@ -204,7 +204,7 @@ void HostScreen::scroll(const terminal::Key& key) {
                                        : scrollTable(move.rows);
 }
 
-// To the unit above or below; to the first one in view if the selected one is not.
+// Selects the unit above or below, or the first visible unit if the selected one is not visible.
 void HostScreen::select(int step) {
     const auto units = model_ != nullptr ? table_.units(*model_) : std::vector<const HostUnit*>();
     const int last = static_cast<int>(units.size()) - 1;
@@ -248,7 +248,7 @@ void HostScreen::beginSetting() {
     pane_ = Pane::line;
 }
 
-// The next frame limits it to what there is.
+// The next frame limits it to the existing lines.
 void HostScreen::scrollTable(int rows) {
     firstUnit_ = std::clamp(firstUnit_ + rows, 0, kAll);
 }

@@ -1,8 +1,9 @@
-// The live screen: the units, the log below them, and a command line at the bottom.
+// The live screen, with the units, the log below them, and a command line at the bottom.
 //
-// Arrow keys and the like belong to one of the three, which Tab changes. Typed characters always go to the
-// command line. A frame is drawn for each key, at most ten times a second for other changes, and once a
-// second for the ages. At the end the terminal gets its earlier settings back, and the last frame is printed.
+// Arrow keys and other cursor keys control the one of the three that has the focus. Tab moves the focus.
+// Typed characters always go to the command line. A frame is drawn for each key, at most ten times a second
+// for other changes, and once a second for the ages. At the end the terminal gets its earlier settings back,
+// and the last frame is printed.
 #pragma once
 
 #include "sim/Alarm.hpp"
@@ -28,7 +29,7 @@ public:
     void unitChanged(const HostUnit& unit, HostModel::Change change) override;
     // Shows the next page of units.
     void showUnits(const HostModel& model) override;
-    // Shows the lines in place of table and log until a key is pressed.
+    // Shows the lines instead of table and log until a key is pressed.
     void showHelp(const std::vector<std::string>& lines) override;
     // Handles all keys that have been pressed.
     void readKeys();
@@ -77,7 +78,7 @@ private:
     TypedLine filter_;
     Pane pane_ = Pane::table;
     String selected_;               // the address of a unit; empty for none
-    std::vector<std::string> page_; // in place of table and log; empty for none
+    std::vector<std::string> page_; // shown instead of table and log; empty for none
     int tableRows_ = 1;             // in the last frame, like logRows_
     int logRows_ = 1;
     int firstUnit_ = 0;

@@ -34,7 +34,7 @@ public:
     // Sends the packets in one write. They are discarded when there is no driver.
     void send(std::initializer_list<Ref<cHearthixCommand>> packets);
     void drop(const String& reason);
-    // Nothing is read while it is on.
+    // While this is on, the host reads nothing.
     void stall(bool on) { stalled_ = on; }
 
 private:

@@ -17,7 +17,7 @@ constexpr clocks::Nanoseconds kStaleAfter = 600'000'000'000;
 constexpr double kLowBattery = 20;
 constexpr double kNone = std::numeric_limits<double>::infinity();
 
-// A number or kNone, then a text, then the address.
+// The sort key: a number or kNone, then a text, then the address.
 using SortKey = std::tuple<double, std::string, std::string>;
 
 std::string lower(const String& text) {
@@ -70,7 +70,7 @@ std::string sparkLine(const HostUnit& unit, std::size_t columns) {
     return line;
 }
 
-// A wide screen gives more space to names, and leaves the rest empty: no value needs it.
+// On a wide screen names get more columns. The rest stays empty, because values do not need it.
 std::array<HostTable::Heading, HostTable::columns> HostTable::headings(int width) {
     constexpr int kWidestName = 48;
     constexpr int kWidestValue = 40;

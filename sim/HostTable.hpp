@@ -9,7 +9,7 @@
 
 namespace hearthix::sim {
 
-// Whether nothing has come for ten minutes.
+// Whether no value has arrived for ten minutes.
 bool isStale(const HostUnit& unit);
 bool isBatteryLow(const HostUnit& unit);
 // The unit's last values as a row of blocks, the newest at the right; the heights span their range.
@@ -24,7 +24,7 @@ public:
 
     Column sortedBy() const noexcept { return sortedBy_; }
     bool isReversed() const noexcept { return isReversed_; }
-    // Sorts by the next column, or with -1 by the one before.
+    // Sorts by the next column, or with -1 by the previous one.
     void sortBy(int step);
     void reverse() noexcept { isReversed_ = !isReversed_; }
 

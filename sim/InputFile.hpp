@@ -1,4 +1,4 @@
-// Files that the program is given to read.
+// Files that are named on the command line.
 #pragma once
 
 #include "runtime/text/String.hpp"

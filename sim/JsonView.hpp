@@ -1,8 +1,8 @@
-// For scripts: one JSON object for each event, on a line of its own, in ASCII.
+// For scripts: prints one JSON object per event and line, in ASCII.
 //
 // Each has "time", in UTC, and "kind". Events of a unit have "address", "name", "value" and "battery", null
-// before the first one; "battery" is a number, "value" a text, as the driver sent it. All others have "text",
-// and a line of the driver's log its "level".
+// before the first one; "battery" is a number, "value" a text, as the driver sent it. All other events have
+// "text". Those for lines of the driver's log also have "level".
 #pragma once
 
 #include "sim/HostView.hpp"

@@ -19,7 +19,7 @@ constexpr Integer kAskAgainMilliseconds = 5000;
 constexpr Integer kHighestId = 254;
 constexpr const char* kLibraryVersion = "2.3.2";
 
-// Internal messages beside those that the driver acts on.
+// Internal messages that the driver ignores.
 constexpr Integer kGiveId = 4;
 constexpr Integer kReboot = 13;
 

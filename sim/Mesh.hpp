@@ -43,7 +43,7 @@ struct MeshNode {
 
     bool started = false;
     Integer batteryDue = 0;
-    Integer askDue = 0; // of a node without an ID
+    Integer askDue = 0; // when a node without an ID asks for one
 };
 
 struct MeshCounts {
@@ -64,7 +64,7 @@ public:
     void restart(Integer now);
     // The lines that the nodes send by themselves up to now.
     std::vector<String> due(Integer now);
-    // When due returns something next; INT64_MAX for never.
+    // The time at which due will next return lines; INT64_MAX for never.
     Integer nextDue() const;
     // The answer of the mesh to a line from the controller.
     std::vector<String> answer(const String& text, Integer now);

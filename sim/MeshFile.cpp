@@ -18,11 +18,11 @@ namespace hearthix::sim {
 const char* const kMeshExample = R"(A mesh file is written in TOML:
 
   [[node]]
-  id = 10                   # 1 to 254; without one it asks the controller
+  id = 10                   # 1 to 254; a node without an ID asks the controller
   name = "Roof room"
-  battery = 95              # per cent, falling; without one it is on the mains
+  battery = 95              # per cent, falling; a node without this has mains power
   battery-every = 60        # seconds
-  asks = ["config", "time"] # at its start
+  asks = ["config", "time"] # what it asks for when it starts
   child = [
     {id = 0, type = "TEMP", low = 15.0, high = 25.0, every = 2},
     {id = 1, type = "VAR1", text = "day rate"},

@@ -1,9 +1,9 @@
 // The description of a mesh in a TOML file, and the standard mesh.
 //
-// kMeshExample shows all that a file may contain. Optional are a node's "id" (without one it asks the
-// controller), "battery", "battery-every" (60) and "asks", and a child's "every" (5). A child with "low" and
-// "high" is a sensor, with as many decimals as "low" has; one with "text" always reports that text; STATUS or
-// PERCENT without these obeys and reports back, like a switch or a dimmer.
+// kMeshExample shows everything that a file may contain. These keys are optional: a node's "id" (without it
+// the node asks the controller), "battery", "battery-every" (60) and "asks", and a child's "every" (5). A
+// child with "low" and "high" is a sensor, with as many decimals as "low" has; one with "text" always reports
+// that text; STATUS or PERCENT without these obeys and reports back, like a switch or a dimmer.
 #pragma once
 
 #include "sim/Mesh.hpp"

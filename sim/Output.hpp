@@ -1,4 +1,4 @@
-// Standard output. What cannot be written is lost; the caller asks for that at the end.
+// Standard output. Text that cannot be written is lost; the caller checks for that at the end.
 #pragma once
 
 #include <string_view>

@@ -1,5 +1,5 @@
-// The length of a packet, decoded without the driver's own code, so that a fault there does not go unnoticed.
-// The stand-in host, the tests and the fuzz targets use it.
+// The length of a packet, decoded without the driver's own code, so that a fault in that code is noticed. The
+// stand-in host, the tests and the fuzz targets use it.
 #pragma once
 
 #include <cstddef>

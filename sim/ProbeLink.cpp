@@ -9,7 +9,8 @@ namespace {
 
 constexpr Integer kTickMilliseconds = 5;
 constexpr int kGiveUpTicks = 1000;
-// What makes a pause. A long packet may pause while the system copies it, if the sender loses the processor.
+// The number of ticks without data that count as a pause. For a long packet it is higher: the sender may lose
+// the processor while the system copies the packet.
 constexpr int kPauseTicks = 2;
 constexpr int kLongPauseTicks = 10;
 constexpr std::size_t kShortPacket = 4096;
@@ -117,10 +118,10 @@ void ProbeLink::noteQuiet() {
     }
     if (quietTicks_ >= kGiveUpTicks)
         giveUp(looksWhole(buffer_) ? Rule::lengths : Rule::wholePackets,
-               concat("after ", count(buffer_.size()), " bytes the rest of the packet did not come"));
+               concat("after ", count(buffer_.size()), " bytes the rest of the packet did not arrive"));
 }
 
-// Always false.
+// Always returns false.
 bool ProbeLink::giveUp(Rule rule, const String& what) {
     verdicts_.broken(rule, buffer_, what);
     givenUp_ = true;
@@ -128,7 +129,7 @@ bool ProbeLink::giveUp(Rule rule, const String& what) {
     return false;
 }
 
-// False when there is nothing more to take at present.
+// Removes a packet from the buffer and judges it. Returns false if no complete packet is left.
 bool ProbeLink::takePacket() {
     const bool multi = isMulti(buffer_), isLog = isOneOf("L", buffer_);
     const bool isKnown = multi || isLog || isOneOf(kCommonTypes, buffer_);
@@ -137,7 +138,7 @@ bool ProbeLink::takePacket() {
     const std::size_t length = multi ? number(buffer_, 1, true) : buffer_.byteAt(1);
     if (length < (multi ? kMultiHeader : isKnown && !isLog ? kCommonSize : 2U))
         return giveUp(isKnown ? Rule::lengths : Rule::packetTypes,
-                      concat("the packet says that it has ", count(length), " bytes"));
+                      concat("the length in the packet is ", count(length), " bytes"));
     if (buffer_.size() < length)
         return false;
     const String bytes = buffer_.cut(0, length);
@@ -158,11 +159,11 @@ bool ProbeLink::takePacket() {
 bool ProbeLink::takeCommon(const String& bytes) {
     cHearthixCommand packet;
     packet.InitFromCommonMessage(bytes);
-    // The last byte of these is part of a number.
+    // The last byte of such a packet is part of a number and not a carriage return.
     const bool hasOpenEnd = packet.Header == "M" || packet.InterfaceType == "P";
     if (!hasOpenEnd && bytes.byteAt(bytes.size() - 1) != kCarriageReturn)
-        return giveUp(Rule::lengths, concat("after the ", count(bytes.size()),
-                                            " bytes of its length the packet has no end"));
+        return giveUp(Rule::lengths, concat("the packet does not end after the ", count(bytes.size()),
+                                            " bytes of its length"));
     if (!packet.fCCM)
         verdicts_.broken(Rule::bit64, bytes, "bit 64 of the flags is not set");
     received(packet, reads_);

@@ -1,11 +1,12 @@
 // The driver's end of the host link, for check-host: it judges every byte that a host sends.
 //
-// It cuts the stream into packets as docs/host-link.md describes them, reports what breaks a rule about
-// packets to the verdicts, and passes the packets on. Where the stream can't be followed any more it closes
-// the link.
+// It cuts the stream into packets as docs/host-link.md describes, records in the verdicts each packet that
+// breaks a rule, and passes the packets on. It closes the link if the stream cannot be split into packets any
+// more.
 //
-// A packet in pieces shows as a pause inside it. Only a pause in which this process ran and found nothing
-// counts: a busy machine must not look like a careless host. Pieces without such a pause look like one piece.
+// A packet in pieces is recognised by a pause inside it. A pause counts only if this process ran meanwhile
+// and received nothing, so that a busy machine is not mistaken for a faulty host. Pieces without such a pause
+// are not recognised.
 #pragma once
 
 #include "hostlink/cHearthixCommand.hpp"
@@ -25,19 +26,19 @@ class ProbeLink : public TCPSocket {
 public:
     explicit ProbeLink(Verdicts& verdicts);
 
-    // A packet, and the number of the read that brought its last byte.
+    // Receives a packet, and the number of the read that returned its last byte.
     std::function<void(const cHearthixCommand& packet, Integer read)> received;
 
     // Connects, and introduces itself with this connection ID.
     void open(const SocketAddress& host, const String& connectionId);
     // Whether the link has failed, or was closed by either end.
     bool hasEnded() const noexcept { return ended_; }
-    // Whether it has ended because the host's bytes could not be followed any more.
+    // Whether the link was closed because the host's bytes could not be split into packets.
     bool hasGivenUp() const noexcept { return givenUp_; }
-    // Closes the link; what was sent leaves first.
+    // Sends the buffered packets, then closes the link.
     void end();
 
-    // One packet each, which leaves at once.
+    // Each call sends one packet at once.
     void send(const std::vector<std::pair<const char*, String>>& entries);
     void log(const String& text, Integer level = 2);
 
@@ -57,8 +58,8 @@ private:
     Alarm tick_;
     int quietTicks_ = 0;
     clocks::Nanoseconds lastByteAt_ = 0;
-    clocks::Nanoseconds pause_ = 0; // the longest one inside the packet that has begun
-    std::size_t pauseAfter_ = 0;    // so many of its bytes
+    clocks::Nanoseconds pause_ = 0; // the longest one inside the current packet
+    std::size_t pauseAfter_ = 0;    // the number of its bytes before that pause
     Integer reads_ = 0;
     bool ended_ = false;
     bool givenUp_ = false;

@@ -22,7 +22,8 @@ std::vector<RecordedLine> parseRecording(const String& text, const String& name)
     RecordingReader reader{std::string(name.view())};
     reader.line = [&](const TracedLine& line) {
         const Integer untimed = static_cast<Integer>(lines.size()) * kUntimedMilliseconds;
-        // The times of a recording of ours count from its start, all others from some day or clock.
+        // In this program's own format, times count from the start of the recording. In other formats they
+        // count from another moment.
         start = start < 0 && reader.countsFromStart() ? 0 : start;
         start = start < 0 ? line.at : start;
         lines.push_back({line.at < 0 ? untimed : line.at - start, line.toDriver, String(line.text)});
@@ -42,7 +43,7 @@ void Recorder::open(const String& path) {
         throw Failure{concat("cannot write ", path, "; name a file that can be written with --record FILE")};
 }
 
-// Each line is in the file at once: the end of a recording is where it is needed most.
+// Each line is written at once, so that the last lines before a failure are not lost.
 void Recorder::note(const RecordedLine& line) {
     if (file_.is_open())
         file_ << recordedText(line).view() << '\n' << std::flush;

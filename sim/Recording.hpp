@@ -1,7 +1,8 @@
-// What went over a gateway's line, with the time, as a text file: for looking at, and for playing again.
+// A text file with the lines between a gateway and the driver and their times. It can be inspected and
+// replayed.
 //
 // A line of the file is the time in milliseconds from the start of the connection, the direction (">" from
-// the gateway to the driver, "<" from the driver), and the line as it was, without its line feed:
+// the gateway to the driver, "<" from the driver), and the unchanged line, without its line feed:
 //
 //        512 > 10;0;1;0;0;15.0
 //        530 < 0;0;3;0;2;
@@ -21,16 +22,16 @@ struct RecordedLine {
 };
 
 String recordedText(const RecordedLine& line);
-// Any format of RecordingReader. Lines without a time follow one another within 10 milliseconds. Raises
-// Failure with the line's number for what is no recording. The name is for the message.
+// Reads any format of RecordingReader. Lines without a time follow one another within 10 milliseconds. If the
+// text is not a recording, raises Failure with the number of the line. The name is for the message.
 std::vector<RecordedLine> parseRecording(const String& text, const String& name);
 std::vector<RecordedLine> loadRecording(const String& path);
 
 class Recorder {
 public:
-    // Starts an empty file; raises Failure when there can be none.
+    // Creates an empty file. Raises Failure if that is impossible.
     void open(const String& path);
-    // Nothing happens before open.
+    // Does nothing before open.
     void note(const RecordedLine& line);
 
 private:

@@ -15,7 +15,7 @@ Rig::Rig(const GatewaySettings& gatewaySettings, std::vector<MeshNode> nodes,
     gateway.sent = [this](const String& line) { check.sent(line); };
     gateway.received = [this](const String& line) { check.obeyed(line); };
     host.observed = [this](const cHearthixCommand& packet) { check.arrived(packet); };
-    // The previous driver is certainly gone by now.
+    // The previous driver has ended before the next one connects.
     host.driverConnected = [this] { check.beginAnew(); };
 }
 
@@ -33,8 +33,8 @@ void Rig::close() {
     gateway.close();
 }
 
-// A unit shows what its node has said last, so the next command always changes something: the host reads 0 as
-// on.
+// A unit shows the latest value of its node. The host shows 0 as ON, and the command "ON" sends 1, so the
+// command with the shown word always changes the value.
 void Rig::commandNext() {
     const std::vector<Ref<HostUnit>>& units = host.model().units();
     for (std::size_t i = 0; i < units.size() && host.hasReadyDriver() && gateway.hasDriver(); ++i) {

@@ -1,7 +1,7 @@
-// Host and gateway in this process, the driver between them as a child, and the check of what came through.
+// Runs a host and a gateway in this process and the driver as a child between them, and checks what arrives.
 //
-// It starts the driver and does nothing else by itself: whoever runs it tells it when to command a unit, and
-// the view, which must outlive it, hears the rest.
+// It starts the driver; the owner decides when to command a unit. Events are reported to the view, which must
+// outlive this object.
 #pragma once
 
 #include "sim/DeliveryCheck.hpp"
@@ -17,13 +17,13 @@ public:
     Rig(const GatewaySettings& gatewaySettings, std::vector<MeshNode> nodes, const HostSettings& hostSettings,
         HostView& view);
 
-    // Raises Failure when a port or the driver can't be had.
+    // Raises Failure if a port is unavailable or the driver cannot be started.
     void start();
     void close();
-    // Goes round the units that can be commanded; does nothing while no driver is ready.
+    // Commands the next unit, in turn, of those that can be commanded. Does nothing while no driver is ready.
     void commandNext();
-    // Nothing new is begun; what is under way gets time to arrive, as long as something does. False when not
-    // all of it comes.
+    // Stops the reports of the gateway and waits until everything that was sent has arrived. Gives up, and
+    // returns false, if nothing arrives for so many milliseconds or the driver has gone.
     bool settle(int milliseconds);
 
     GatewayServer gateway;

@@ -1,5 +1,5 @@
-// What the subcommands have in common: a view on the terminal or on a pipe, typed commands, and an end at a
-// signal or at a command.
+// The common part of the subcommands: a view on the terminal or on a pipe, typed commands, and the end by a
+// signal or a command.
 #pragma once
 
 #include "sim/HostScreen.hpp"
@@ -14,7 +14,7 @@ namespace hearthix::sim {
 
 class Session {
 public:
-    // A screen needs a terminal at both ends, and more than a dumb one; otherwise the view is plain lines.
+    // Chooses a screen if input and output are a terminal that can move its cursor, otherwise plain lines.
     enum class Shows { screen, lines, json };
     explicit Session(Shows shows);
     ~Session();
@@ -28,7 +28,7 @@ public:
 
     // The title of the screen.
     std::function<String()> status;
-    // A line that was typed.
+    // Called for each line that was typed.
     std::function<void(const String& line)> entered;
 
 private:
@@ -37,7 +37,7 @@ private:
     bool ended_ = false;
     Ref<SignalWatch> signals_;
     std::unique_ptr<HostView> view_;
-    HostScreen* screen_ = nullptr; // the view, when it is one
+    HostScreen* screen_ = nullptr; // the view if it is a screen, otherwise null
     Ref<ConsoleInput> input_;
 };
 

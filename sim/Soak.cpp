@@ -1,4 +1,4 @@
-// The subcommand "soak": the demo's mesh at high speed, and mishaps that come and go.
+// The subcommand "soak": the mesh of the demo at high speed, with mishaps that begin and end.
 #include "runtime/process/ConsoleApplication.hpp"
 #include "runtime/text/Numbers.hpp"
 #include "runtime/values/Clock.hpp"
@@ -28,7 +28,7 @@ constexpr int kSettleMilliseconds = 60'000;
 constexpr double kShortSilence = 12;       // the driver asks after ten seconds, and ends after twenty
 constexpr Integer kMemoryGrowth = 8 << 10; // KiB
 
-// Keeps the last lines for the case that something goes wrong.
+// Keeps the latest lines of the log. They are printed if the soak fails.
 class LastNotes : public HostView {
 public:
     void note(const String& kind, const String& text) override {
@@ -49,7 +49,7 @@ private:
     std::deque<String> lines_;
 };
 
-// What a process holds; nothing of one that is gone.
+// The memory and the number of open files of a process; 0 if there is no such process.
 struct Holding {
     Integer kibibytes = 0;
     Integer files = 0;
@@ -79,8 +79,8 @@ private:
         const char* name;
         void (Soak::*begin)();
         int endsWith = kDriverGoesOn; // the driver's exit status
-        double leastRun = 0;          // too long for a run of fewer seconds
-        double lasts = 0;             // seconds, when it isn't a phase
+        double leastRun = 0;          // omitted in a run of fewer seconds
+        double lasts = 0;             // seconds; 0 for the length of a phase
     };
     static constexpr int kDriverGoesOn = -1;
     static const std::array<Mishap, 10> kMishaps;
@@ -114,11 +114,11 @@ private:
     Alarm commandDue_;
     clocks::Nanoseconds start_ = clocks::monotonic();
     Integer mishaps_ = 0;
-    Integer ends_ = 0; // of drivers
+    Integer ends_ = 0; // number of drivers that ended
     int expectedEnd_ = kDriverGoesOn;
     bool interrupted_ = false;
     Integer watchedDriver_ = 0;
-    Holding driverBefore_{"none"}; // when it had settled for the first time
+    Holding driverBefore_{"none"}; // after its first phase
     Holding selfBefore_{"none"};
     String failure_;
 };
@@ -174,14 +174,14 @@ void Soak::fail(const String& reason) {
 void Soak::run() {
     rig_.start();
     if (!pumpUntil([this] { return rig_.host.hasReadyDriver(); }))
-        fail("the driver does not become ready");
+        fail("the driver did not become ready");
     commandDue_.setSeconds(kCommandSeconds);
     for (std::size_t turn = 0; failure_.empty() && !interrupted_; ++turn) {
         const bool firstRound = turn < kMishaps.size();
         if (!firstRound && elapsed() > seconds_)
             break;
         const Mishap& mishap = kMishaps[turn % kMishaps.size()];
-        // The last third is left to one driver, for its memory to be watched.
+        // In the last third no driver is ended, so that a growth of its memory is seen.
         const bool late = !firstRound && elapsed() > seconds_ * 2 / 3;
         if (seconds_ >= mishap.leastRun && !(late && mishap.endsWith != kDriverGoesOn))
             perform(mishap);
@@ -212,10 +212,10 @@ void Soak::awaitNewDriver(const Mishap& mishap) {
     const Integer before = ends_;
     (this->*mishap.begin)();
     if (!pumpUntil([this, before] { return ends_ > before; }))
-        fail(concat("the driver does not end: ", mishap.name));
+        fail(concat("the driver did not end: ", mishap.name));
     expectedEnd_ = kDriverGoesOn;
     if (!pumpUntil([this] { return rig_.host.hasReadyDriver() && rig_.gateway.hasDriver(); }))
-        fail("the driver does not become ready again");
+        fail("the driver did not become ready again");
 }
 
 void Soak::allAtOnce() {
@@ -247,7 +247,7 @@ bool Soak::pumpUntil(const std::function<bool()>& condition) {
     return interrupted_ || condition();
 }
 
-// Everything must have arrived now, but for what an ended driver has taken with it.
+// Everything must have arrived by now, except what was in flight when a driver ended.
 void Soak::settle(const char* name) {
     if (!failure_.empty() || interrupted_)
         return;

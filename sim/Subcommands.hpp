@@ -1,4 +1,4 @@
-// The subcommands. Each returns the exit status, and raises Failure for what it cannot do.
+// The subcommands. Each returns the exit status, and raises Failure if it cannot do its task.
 #pragma once
 
 #include "sim/GatewayServer.hpp"
@@ -8,7 +8,7 @@
 
 namespace hearthix::sim {
 
-// Of check-host. Either it connects to a host, or it writes a program for the host to start.
+// The settings of check-host. It either connects to a host, or writes a program that the host starts.
 struct CheckSettings {
     SocketAddress host;
     String connectionId = "SIM";
@@ -31,14 +31,14 @@ struct Settings {
     String untilAddress; // the unit whose value ends it; empty for none
     std::optional<String> untilValue;
     String inspectFile = "-"; // the recording to be described; "-" for standard input
-    bool follow = false;      // goes on while that grows
+    bool follow = false;      // continues while the file grows
 };
 
 int runDemo(const Settings& settings);
 int runSoak(const Settings& settings);
 int runHost(const Settings& settings);
 int runGateway(const Settings& settings);
-int runInspect(const Settings& settings);   // 3 when something is wrong with the mesh
+int runInspect(const Settings& settings);   // 3 if the mesh has a problem
 int runCheckHost(const Settings& settings); // 3 when a rule was broken, 4 when one was not seen
 int runTypes(const Settings& settings);
 

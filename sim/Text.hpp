@@ -23,8 +23,8 @@ std::string paddedLeft(std::string_view text, std::size_t columns);
 // The words of a line; a word in double quotes can contain blanks.
 std::vector<String> wordsOf(std::string_view line);
 
-// How a program has ended, behind "has ended": "with status 1", or "by signal 9 (Killed)" for 128 and a
-// signal's number.
+// How a program has ended, for a sentence with "has ended": "with status 1", or "by signal 9 (Killed)" for
+// 128 and a signal's number.
 String endingText(int status);
 
 // The local time of day, "09:05:02", or with milliseconds, "09:05:02.117".

@@ -6,7 +6,7 @@
 
 namespace hearthix::sim {
 
-// Until the condition holds, or for so many milliseconds; returns whether it holds.
+// Waits until the condition is true, at most so many milliseconds. Returns whether it is true.
 template <class Condition>
 bool waitUntil(const Condition& condition, Integer milliseconds) {
     constexpr Integer kTurnMilliseconds = 5;

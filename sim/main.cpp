@@ -1,4 +1,4 @@
-// hearthix-sim: a stand-in host and a stand-in gateway, to see and try the driver without the real ones.
+// hearthix-sim: a stand-in host and a stand-in gateway, to try the driver without the real ones.
 //
 // This file reads the command line into the settings of the subcommands.
 #include "runtime/process/Console.hpp"
@@ -73,7 +73,7 @@ void addFor(CLI::App& app, Settings& settings) {
 void addPlayOptions(CLI::App& app, Settings& settings) {
     addFor(app, settings);
     text(app, "--driver", "PATH", settings.host.driver,
-         "the driver; by default the one beside this program,\nor else in PATH");
+         "the driver; by default the one in the folder of this\nprogram, or otherwise in PATH");
     app.add_flag("--pty", settings.gateway.usePseudoTerminal,
                  "connect them by a serial line, a pseudo-terminal,\ninstead of TCP");
 }
@@ -93,7 +93,7 @@ CLI::Option* addMesh(CLI::App& app, Settings& settings) {
 
 CLI::Option* addRate(CLI::App& app, Settings& settings) {
     return number(app, "--rate", "N", 0.1, kMostPerSecond, settings.gateway.rate,
-                  "send N reports a second instead of the mesh's schedule");
+                  "send N reports a second instead of following the\nschedule of the mesh");
 }
 
 void describeDemo(CLI::App& app, Settings& settings) {
@@ -120,9 +120,10 @@ void describeSoak(CLI::App& app, Settings& settings) {
 void describeHost(CLI::App& app, Settings& settings) {
     HostSettings& host = settings.host;
     address(app, "--listen", "ADDRESS:PORT", host.listen,
-            "where drivers connect, 127.0.0.1:20300 by default;\nport 0 takes a free one");
-    text(app, "--driver", "PATH", host.driver,
-         "start this driver; by default the one beside this\nprogram or in PATH, when a gateway is named");
+            "where drivers connect, 127.0.0.1:20300 by default;\nport 0 selects a free one");
+    text(
+        app, "--driver", "PATH", host.driver,
+        "start this driver; by default, if a gateway is\nnamed, the one in this program's folder or in PATH");
     const auto serial = [&host](const std::string& name) { host.transport = {textOf(name)}; };
     CLI::Option* line = app.add_option_function<std::string>(
         "--serial", serial,
@@ -167,7 +168,7 @@ void describeHost(CLI::App& app, Settings& settings) {
     });
     app.footer("On a terminal the units are shown live. It ends with its driver, unless --restart is given.\n"
                "The exit status is 1 when the driver ended by itself, when the time was over before the\n"
-               "values for --count or --until came, or when a line on standard input was no command.\n"
+               "values for --count or --until came, or when a line on standard input was not a command.\n"
                "Commands wait until the driver is ready, and reach the gateway in their order.\n"
                "Commands, one per line on standard input; help lists them:\n"
                "  on ADDRESS, off ADDRESS, set ADDRESS VALUE, query ADDRESS, ping, debug on|off,\n"
@@ -177,20 +178,21 @@ void describeHost(CLI::App& app, Settings& settings) {
 void describeGateway(CLI::App& app, Settings& settings) {
     GatewaySettings& gateway = settings.gateway;
     CLI::Option* tcp = address(app, "--tcp", "ADDRESS:PORT", gateway.listen,
-                               "listen here, 127.0.0.1:5003 by default; port 0 takes\na free one");
+                               "listen here, 127.0.0.1:5003 by default; port 0 selects\na free one");
     app.add_flag("--pty", gateway.usePseudoTerminal,
-                 "be a serial line, a pseudo-terminal; its path is\nprinted")
+                 "provide a serial line, a pseudo-terminal; its path is\nprinted")
         ->excludes(tcp);
     const auto greets = [&gateway](std::int64_t times) { gateway.greet = times > 0; };
     app.add_flag_function(
         "--greet,!--no-greet", greets,
-        "report that the gateway is ready as soon as a driver\nconnects, or do not, the default "
-        "on TCP, where it would\nend a driver that was started with IP");
+        "whether the gateway reports that it is ready as soon\nas a driver connects; by default not on "
+        "TCP, where this\nwould end a driver that was started with IP");
     CLI::Option* mesh = addMesh(app, settings);
     CLI::Option* rate = addRate(app, settings);
     number(app, "--silent-after", "SECONDS", 0.1, kLongest, gateway.silentAfter,
-           "send nothing any more so long after a connection");
-    number(app, "--drop-after", "SECONDS", 0.1, kLongest, gateway.dropAfter, "end the connection then");
+           "stop sending so long after a connection was opened");
+    number(app, "--drop-after", "SECONDS", 0.1, kLongest, gateway.dropAfter,
+           "end the connection so long after it was opened");
     text(app, "--record", "FILE", gateway.recordFile, "record every line with its direction and time");
     text(app, "--replay", "FILE", settings.replayFile, "send the lines of such a file at their times")
         ->excludes(mesh)
@@ -202,19 +204,19 @@ void describeInspect(CLI::App& app, Settings& settings) {
     const auto file = [&settings](const std::string& name) { settings.inspectFile = textOf(name); };
     app.add_option_function<std::string>("FILE", file, "the recording; - or nothing for standard input");
     app.add_flag("--follow", settings.follow,
-                 "go on while the file grows, print findings as they\nshow, and the description at Ctrl-C");
+                 "continue while the file grows, print each finding at\nonce, and the description at Ctrl-C");
     app.add_flag("--json", settings.json, "print one JSON object, for scripts");
     app.footer("It reads what hearthix-sim host --record writes, trace-both files of ser2net, logs of tio\n"
                "with timestamps, and bare lines. The exit status is 0 without findings and 3 with some.");
 }
 
-// What the words mean depends on the way in which the check reaches its host.
+// The meaning of the words depends on how the check reaches its host.
 void describeCheckHost(CLI::App& app, Settings& settings) {
     CheckSettings& check = settings.check;
     text(app, "--driver", "PATH", check.program,
-         "write a program to PATH, for the host to start as its\ndriver, and take part in those starts");
+         "write a program to PATH, which the host must start as\nits driver, and check these starts");
     text(app, "--answers", "SCRIPT", check.answers,
-         "have this shell script act at the host, in place of a\nperson");
+         "let this shell script operate the host, instead of a\nperson");
     app.add_flag("--json", settings.json, "print the report as JSON");
     auto words = std::make_shared<std::vector<std::string>>();
     app.add_option("words", *words, "the host's address, and the connection ID, SIM by\ndefault")
@@ -248,14 +250,14 @@ struct Subcommand {
 
 constexpr std::array<Subcommand, 7> kSubcommands{
     {{"demo", "Shows a host, a gateway and the driver between them in one terminal.", describeDemo, runDemo},
-     {"host", "Stands in for the home-automation host: keeps a driver's units, and commands them.",
+     {"host", "Replaces the home-automation host: stores a driver's units and sends commands to them.",
       describeHost, runHost},
-     {"gateway", "Stands in for a MySensors gateway with a mesh of nodes.", describeGateway, runGateway},
+     {"gateway", "Replaces a MySensors gateway with a mesh of nodes.", describeGateway, runGateway},
      {"soak", "Runs the demo at high speed under mishaps, and reports whether anything was lost.",
       describeSoak, runSoak},
      {"inspect", "Describes the mesh that a recording shows, and reports its problems.", describeInspect,
       runInspect},
-     {"check-host", "Plays the driver to a host, and reports which rules of the host link it keeps.",
+     {"check-host", "Acts as the driver for a host, and reports which rules of the host link it keeps.",
       describeCheckHost, runCheckHost},
      {"types", "Lists the variable types that the driver knows.", describeTypes, runTypes}}};
 
@@ -265,7 +267,7 @@ int complain(const String& sentence, int status) {
     return status;
 }
 
-// A reader that has seen enough is no failure; any other loss of output is.
+// A reader that closes its pipe early is not a failure. Any other loss of output is.
 int finish(int status) {
     const int loss = outputLoss();
     if (loss == 0 || loss == EPIPE)

@@ -44,7 +44,7 @@ public:
     std::string run();
 
 private:
-    // A driver.
+    // The connection of a driver.
     class Link : public TCPSocket {
     public:
         explicit Link(Bridge& bridge) : bridge_(bridge) {}
@@ -67,7 +67,7 @@ private:
     Ref<Link> driver_;
     Ref<MqttBroker> broker_ = Ref<MqttBroker>::make();
     sim::Alarm silence_;
-    bool heard_ = false; // whether a message has ever come
+    bool heard_ = false; // whether any message was received
 };
 
 Bridge::Bridge(const Request& request) : request_(request) {
@@ -96,7 +96,7 @@ void Bridge::accept(int descriptor) {
     link->adopt(descriptor);
     if (driver_ || !broker_->isConnected()) {
         report(driver_ ? "a second driver was refused, because one is connected"
-                       : "a driver was refused, because the broker is away");
+                       : "a driver was refused, because there is no connection to the broker");
         return link->Close();
     }
     driver_ = link;
@@ -118,7 +118,7 @@ void Bridge::reportSilence() const {
                request_.in + "/...");
 }
 
-// What a person can read of a line.
+// The printable form of a line, for messages.
 std::string printable(std::string line) {
     constexpr std::size_t kLongest = 80;
     line.resize(std::min(line.size(), kLongest));
@@ -162,7 +162,7 @@ void Bridge::toGateway(const std::string& line) {
     static const std::regex kFields("([0-9]{1,3}(?:;[0-9]{1,3}){3};-?[0-9]{1,3})(?:;|$)");
     std::smatch match;
     if (!std::regex_search(line, match, kFields, std::regex_constants::match_continuous))
-        return report("a line of the driver was dropped, because it is no MySensors message: " +
+        return report("a line of the driver was dropped, because it is not a MySensors message: " +
                       printable(line));
     std::string topic = match[1];
     std::replace(topic.begin(), topic.end(), ';', '/');
@@ -218,7 +218,8 @@ void describeBroker(CLI::App& app, BrokerSettings& broker, std::string& password
 void describe(CLI::App& app, Request& request) {
     app.set_help_flag("--help", "print this help");
     app.set_version_flag("--version", "hearthix-gateway-mqtt " HEARTHIX_VERSION, "print the version");
-    app.add_option("PORT", request.port, "listen for the driver on this port of 127.0.0.1; 0 for a free one")
+    app.add_option("PORT", request.port,
+                   "listen for the driver on this port of 127.0.0.1; 0 selects a free port")
         ->check(CLI::Range(0, 65535))
         ->required()
         ->option_text(" ");
@@ -258,7 +259,7 @@ public:
     GatewayMqtt(int count, const char* const* words) : count_(count), words_(words) {}
 
     Integer Event_Run(const Array<String>&) override {
-        CLI::App app("Lets the driver use a MySensors gateway that speaks MQTT.", "hearthix-gateway-mqtt");
+        CLI::App app("Connects the driver to a MySensors gateway that uses MQTT.", "hearthix-gateway-mqtt");
         Request request;
         describe(app, request);
         try {

@@ -27,7 +27,7 @@ struct KbdbCensus {
     std::size_t deepest = 0; // 1 for a root without children
 };
 
-// Reads all bytes, at any depth of nesting, without memory of its own. The census counts what precedes the
+// Reads all bytes, at any depth of nesting, without allocating memory. The census counts what precedes the
 // fault.
 std::optional<KbdbFault> findKbdbFault(std::string_view bytes, KbdbCensus& census);
 

@@ -56,13 +56,13 @@ String readFile(const std::string& path) {
     if (error)
         throw KbdbFailure(
             path + ": can't be reached: " + error.message() +
-            ". Look at its name and at the rights of its folders; \"kbdb new\" makes a new one.");
+            ". Check its name and the permissions of its folders; \"kbdb new\" makes a new file.");
     // Reading a pipe or a device could block forever.
     if (!fs::is_regular_file(status))
         throw KbdbFailure(path + ": not a regular file. Name a document file, or - to read from a pipe.");
     const auto stream = BinaryStream::Open(fileAt(fs::canonical(path)), false);
     if (stream.isNil())
-        throw KbdbFailure(path + ": can't be opened: " + systemReason() + ". Look at its rights.");
+        throw KbdbFailure(path + ": can't be opened: " + systemReason() + ". Check its permissions.");
     String bytes = stream->Read(stream->Length());
     if (static_cast<Integer>(bytes.size()) != stream->Length())
         throw KbdbFailure(path + ": byte " + std::to_string(bytes.size()) +
@@ -81,7 +81,7 @@ void save(const fs::path& path, const CXML& document) {
     keepLog();
     try {
         if (!document.SaveToFile(fileAt(path)))
-            throw KbdbFailure(lastLogged + ". The file is as it was; move that into place by hand.");
+            throw KbdbFailure(lastLogged + ". The file is unchanged; replace it by hand.");
     } catch (const RuntimeException&) {
         throw KbdbFailure(lastLogged +
                           ". Nothing was written; look for space on the disk and at the rights.");

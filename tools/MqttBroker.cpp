@@ -127,7 +127,7 @@ void MqttBroker::connected(int code) {
     if (connected_)
         mosquitto_subscribe(client_, nullptr, filter_.c_str(), qos_);
     if (started_ && connected_)
-        noted("the broker is back");
+        noted("connected to the broker again");
     else if (started_ && !isRepeated)
         noted("the broker refuses the connection: " + reason(code));
 }
@@ -151,7 +151,7 @@ void MqttBroker::publish(const std::string& topic, const std::string& payload) {
     int message = 0;
     std::string loss;
     if (!connected_)
-        loss = "the broker is away";
+        loss = "there is no connection to the broker";
     else if (unacknowledged_.size() >= kMostUnacknowledged)
         loss = "the broker acknowledges no commands";
     else if (const int error =

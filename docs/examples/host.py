@@ -31,7 +31,7 @@ def packet(**entries):
     return b"J" + struct.pack("<H", len(body) + 4) + b"\x80" + body
 
 
-def send(to, packets):  # in one piece, whichever thread sends
+def send(to, packets):  # in one piece, from any thread
     with sending:
         to.sendall(packets)
 
@@ -39,7 +39,7 @@ def send(to, packets):  # in one piece, whichever thread sends
 def unit_list():
     def text(value):
         return struct.pack("<I", len(value)) + value
-    # A packet holds some 1,400 of these units. The driver needs the highest node: one unit of each will do.
+    # A packet can contain about 1,400 of these units. The driver needs only one unit of each node.
     addresses = units if len(units) < 1400 else {address[:2]: address for address in units}.values()
     listed = (b"O" + text(b"unit") + b"KbdbAL  V" + text(b"Address") + text(address) + b"E" for address in addresses)
     return b"KbdbAL  " + b"".join(listed) + b"E"

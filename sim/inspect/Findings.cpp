@@ -119,7 +119,7 @@ std::string unitOf(Integer node, Integer child, Integer type) {
     return std::string(unitAddress(node, child, type).view());
 }
 
-// What a finding is about.
+// The line, node, child or unit that a finding concerns.
 struct Subject {
     Integer line = 0, node = -1, child = -1;
     std::string address = {};
@@ -151,7 +151,7 @@ private:
                           subject.child, subject.address});
     }
 
-    // A driver is at the other end, and asks a silent gateway for its version.
+    // Whether the recording shows a driver, which asks a silent gateway for its version.
     bool hasDriver() const { return recording_.hasDirections() || mesh_.driverLines.versions > 0; }
     bool isMixed() const { return mesh_.isLoose && mesh_.fromDriver > 0; }
     bool isWrongSpeed() const;
@@ -171,7 +171,7 @@ private:
     std::vector<Finding> found_;
 };
 
-// A few strange bytes are noise, and what comes before the first message may be from a boot loader.
+// A few strange bytes are noise, and the bytes before the first message may come from a boot loader.
 bool Finder::isWrongSpeed() const {
     constexpr Integer kLongestBoot = 1000;
     constexpr Integer kFewest = 20;
@@ -181,7 +181,7 @@ bool Finder::isWrongSpeed() const {
 }
 
 void Finder::findOnLine() {
-    constexpr Integer kPatience = 12'000; // the time of the driver's question, and more for its answer
+    constexpr Integer kPatience = 12'000; // when the driver asks, plus time for the answer
     constexpr Integer kEnd = 22'000;
     const auto& silences = mesh_.silences;
     if (isWrongSpeed())
@@ -202,14 +202,14 @@ void Finder::findOnLine() {
 void Finder::findInNode(Integer id, const Node& node) {
     findSharedId(id, node);
     findSilence(id, node);
-    // A radio link that loses less than one in fifty is a good one.
+    // A radio link that loses less than one in fifty transmissions is good.
     if (node.failed * 50 >= std::max<Integer>(node.sent, 1))
         add(sendFailed, {0, id}, node.failed, node.sent, id);
     if (node.lostParents > 0)
         add(parentLost, {0, id}, id, times(node.lostParents));
 }
 
-// Only a node that reports regularly can be missed.
+// Only a node that reports regularly can be found silent.
 void Finder::findSilence(Integer id, const Node& node) {
     constexpr Integer kFewest = 4;
     constexpr Integer kShortest = 30'000;
@@ -292,7 +292,8 @@ void Finder::findAboutIds() {
     }
 }
 
-// Asks the driver's own rule again and again, each time without the units of the highest node.
+// Calls the driver's own function repeatedly, each time without the units of the highest node, until it finds
+// a free ID.
 void Finder::findBlockers() {
     constexpr Integer kHighestPlain = 253;
     std::map<Integer, std::set<std::string>> units = unitsByNode();
@@ -328,7 +329,7 @@ std::map<Integer, std::set<std::string>> Finder::unitsByNode() const {
     return units;
 }
 
-// A recording that mixes the bytes of both sides has broken lines of its own.
+// If a recording mixes the bytes of both directions, the mixing itself breaks some lines.
 void Finder::findGarbledLines() {
     constexpr Integer kMixedPercent = 2;
     std::set<std::string> good;

@@ -1,4 +1,4 @@
-// What is wrong with a mesh, as far as its recording shows it, and what to do about it.
+// The problems of a mesh that its recording shows, and their remedies.
 #pragma once
 
 #include "sim/inspect/MeshModel.hpp"
@@ -11,9 +11,9 @@ namespace hearthix::sim {
 
 struct FindingKind {
     const char* name;
-    const char* text; // with names in braces for what is filled in
+    const char* text; // names in braces are replaced by values
     const char* remedy;
-    bool isFinal; // only the end of a recording shows it
+    bool isFinal; // found only at the end of a recording
 };
 
 // All kinds of findings, in the order in which they are reported. docs/inspect.md has the same table.
@@ -22,8 +22,8 @@ std::span<const FindingKind> findingKinds();
 struct Finding {
     const FindingKind* kind;
     std::string text;
-    Integer line = 0;  // of the file; 0 for none
-    Integer node = -1; // -1 for none
+    Integer line = 0;  // number in the file; 0 for none
+    Integer node = -1; // -1 for none, like child
     Integer child = -1;
     std::string address; // of a unit or of a child; empty for none
 };

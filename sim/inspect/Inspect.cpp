@@ -34,7 +34,7 @@ private:
     FollowedInput input_;
     Ref<SignalWatch> signals_ = Ref<SignalWatch>::make();
     bool ended_ = false;
-    bool hasFormat_ = false; // printed it
+    bool hasFormat_ = false; // the format was printed
     RecordingReader recording_;
     MeshModel mesh_;
     std::set<std::tuple<const FindingKind*, Integer, std::string>> printed_;

@@ -15,18 +15,18 @@ namespace hearthix::sim {
 namespace {
 
 constexpr Integer kGateway = 0;
-constexpr Integer kNoId = 255; // by which a node without an ID sends
+constexpr Integer kNoId = 255; // the address of a node without an ID
 constexpr std::size_t kMostStatements = 8;
 constexpr Integer kMostVariables = 20'000;
 constexpr std::size_t kMostLogTexts = 5;
-constexpr Integer kNear = 3; // lines between junk and what may come from it
+constexpr Integer kNear = 3; // at most so many lines between junk and a value that it may have garbled
 constexpr Integer kStartMilliseconds = 5000;
-constexpr Integer kAskMilliseconds = 10'000; // of silence, after which the driver asks
-constexpr Integer kEndMilliseconds = 20'000; // after which it ends
+constexpr Integer kAskMilliseconds = 10'000; // of silence, then the driver asks for the version
+constexpr Integer kEndMilliseconds = 20'000; // of silence, then the driver ends
 constexpr Integer kAnswerMilliseconds = 2000;
 constexpr Integer kRepeatMilliseconds = 3000;
 
-// Internal messages beside those that the driver acts on.
+// Internal messages that the driver ignores.
 enum InternalType : Integer { kIdResponse = 4, kHeartbeat = 22, kAboutToSleep = 32, kAwake = 33 };
 
 bool hasSixFields(std::string_view text) {
@@ -39,7 +39,7 @@ bool hasSixFields(std::string_view text) {
     return true;
 }
 
-// Whether a line is as a gateway writes it: numbers of up to three digits, and each in its range.
+// Whether a line has the form that a gateway writes: numbers of up to three digits, each in its range.
 bool isSound(std::string_view text, const cMSCommand& command) {
     constexpr std::ptrdiff_t kTwoMessages = 10; // separators
     std::string_view rest = text;
@@ -155,7 +155,7 @@ void MeshModel::addFromGateway(const TracedLine& line, std::string_view text) {
 void MeshModel::measureSilence(const TracedLine& line) {
     const Integer before = std::exchange(gatewayAt_, line.at);
     const Integer asked = std::exchange(askedAt_, -1);
-    // The driver's clock and the recording's differ a little.
+    // The times of a recording are not exact.
     const Integer gap = line.at - before - line.inexactness;
     if (before < 0 || gap <= kAskMilliseconds)
         return;
@@ -306,7 +306,7 @@ void MeshModel::addInternal(Node& node, const TracedLine& line, const cMSCommand
     }
 }
 
-// A gateway starts when its line is opened, and may say so twice.
+// A gateway starts when its line is opened, and may report that twice.
 void MeshModel::addStart(const TracedLine& line) {
     ++starts;
     const bool isOpening = line.at >= 0 && line.at - openedAt_ < kStartMilliseconds && starts == 1;
@@ -334,7 +334,7 @@ void MeshModel::addLog(Node& node, const cMSCommand& command) {
         }
         break;
     case RadioEvent::Kind::search:
-        // A node that starts searches, too, and presents itself then.
+        // A starting node also searches for a parent. It presents itself afterwards.
         if (const auto found = nodes.find(event.node);
             hasOther && found != nodes.end() && found->second.messages > 0)
             found->second.isSearching = true;
@@ -374,7 +374,7 @@ void MeshModel::addFromDriver(const TracedLine& line, std::string_view text) {
     }
 }
 
-// A node that has got no answer asks again within seconds, and gets the same ID.
+// A node that received no answer asks again within seconds and may get the same ID.
 void MeshModel::addAssignment(const TracedLine& line, const cMSCommand& command) {
     openIdRequests = 0;
     const Integer id = ValInteger(command.PayLoad);

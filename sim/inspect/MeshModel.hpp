@@ -1,8 +1,8 @@
-// What a recording shows of a mesh: its nodes with their children and values, and what went wrong on the
+// The content of a recording: the nodes of the mesh with their children and values, and the faults on the
 // line.
 //
-// It knows what the driver does with each line. Lines from the gateway and from the driver go into add, in
-// their order. Memory is bounded: numbers that no node can have make no entries, and texts are cut.
+// It interprets each line as the driver does. Pass the lines from the gateway and from the driver to add, in
+// their order. Memory is bounded: impossible node numbers create no entries, and texts are cut.
 #pragma once
 
 #include "mysensors/cMSCommand.hpp"
@@ -16,14 +16,15 @@
 
 namespace hearthix::sim {
 
-// What a node says of itself: the different texts, and whether an earlier one came back after another.
+// One property that a node reports about itself: its different texts, and whether an earlier text returned.
 struct Statement {
     std::vector<std::string> texts;
     std::size_t latest = 0; // index of the last one
     bool cameBack = false;
 
     void note(std::string_view text);
-    // Whether more than one node says so. A new sketch has other texts, too, and never the old ones again.
+    // Whether several nodes seem to report it. A new sketch also changes the text, but never back to an
+    // earlier one.
     bool isOfTwo(bool hasNewSketch) const { return cameBack || (texts.size() > 1 && !hasNewSketch); }
     std::string text() const { return texts.empty() ? std::string() : texts[latest]; }
 };
@@ -37,7 +38,7 @@ struct Variable {
     std::optional<double> lowest; // of the values that are numbers
     std::optional<double> highest;
     bool isNearJunk = false;
-    bool isMeasured = false; // a type that nodes report by themselves
+    bool isMeasured = false; // of a type that nodes report without a command
     Integer commands = 0;    // set messages and requests of the host
     Integer echoes = 0;      // of these, confirmed by an echo
     Integer answers = 0;     // of these, followed by a value
@@ -55,7 +56,7 @@ struct Child {
     bool hasValue() const;
 };
 
-// The times between the reports of a node that reports by itself, from one second on.
+// The intervals between the reports of a node. Intervals below one second are ignored.
 struct Rhythm {
     Integer count = 0, sum = 0, longest = 0;
     Integer last = -1;
@@ -82,11 +83,11 @@ struct Node {
     bool hasUnit() const;
 };
 
-// A line that the driver accepts although it is no message that a mesh can send.
+// A line that the driver accepts although no mesh can send it.
 struct DamagedLine {
     Integer number = 0;
     std::string text;
-    std::string address; // of the unit that the driver makes for it; empty for none
+    std::string address; // of the unit that the driver creates for it; empty for none
 };
 
 // An ID that the driver has assigned.
@@ -94,7 +95,7 @@ struct Assignment {
     Integer times = 0;
     Integer first = 0, latest = 0; // lines
     Integer at = -1;
-    Integer child = -1; // by which the request and its answer belong together
+    Integer child = -1; // equal in a request and its answer
     bool isInUse = false;
 };
 
@@ -104,9 +105,9 @@ public:
 
     MeshModel();
     void add(const TracedLine& line);
-    // A program opened the gateway's line: what was before is another session.
+    // A program has opened the gateway's line, which starts a new session.
     void opened();
-    // The silence before the end, which no line of the gateway ends. A line of the driver may.
+    // Milliseconds from the last line of the gateway to the end of the recording.
     Integer silenceAtEnd() const { return gatewayAt_ < 0 ? 0 : lastAt - gatewayAt_; }
 
     std::map<Integer, Node> nodes; // 0 is the gateway
@@ -114,26 +115,26 @@ public:
     Integer firstAt = -1, lastAt = -1;
     bool isLoose = false;
     Integer good = 0;                          // lines from the gateway that are messages
-    Integer malformed = 0, firstMalformed = 0; // those that the driver does not accept
-    std::string malformedText;                 // the first of them
+    Integer malformed = 0, firstMalformed = 0; // lines that the driver does not accept
+    std::string malformedText;                 // the first of these lines
     Integer bytes = 0, nuls = 0, junk = 0;     // from the gateway; NULs are junk, too
-    Integer junkAtStart = 0;                   // of the junk, before the first message
+    Integer junkAtStart = 0;                   // junk before the first message
     std::vector<DamagedLine> damaged;
     Integer damagedCount = 0;
     Integer starts = 0, restarts = 0, firstRestart = 0; // of the gateway
     Integer logLines = 0, radioLines = 0, unknownRadioLines = 0, radioFailures = 0;
-    std::vector<std::string> logTexts; // the first ones that are not from the radio
+    std::vector<std::string> logTexts; // the first log texts that are not from the radio
     struct {
         Integer over10 = 0, over20 = 0, longest = 0, longestLine = 0;
-        Integer late = 0; // of up to 20 s, those that a prompt answer to the driver did not end
+        Integer late = 0; // up to 20 s, and not ended by a prompt answer to the driver
     } silences;
     struct {
         Integer versions = 0, times = 0, configurations = 0, others = 0;
     } driverLines;
     std::map<Integer, Assignment> assignments;
     Integer idRequests = 0, openIdRequests = 0, lastIdRequest = 0;
-    std::map<std::string, Integer> fatalBatteries; // addresses of children, and lines
-    Integer dropped = 0;                           // values of types that were too many to keep
+    std::map<std::string, Integer> fatalBatteries; // the first line by address of the child
+    Integer dropped = 0; // values that were not stored, because there were too many types
 
 private:
     void addFromGateway(const TracedLine& line, std::string_view text);
@@ -153,14 +154,14 @@ private:
 
     Integer variables_ = 0;
     Integer junkLine_ = -100;
-    std::vector<std::pair<Integer, Variable*>> newest_; // the last new variables and their lines
+    std::vector<std::pair<Integer, Variable*>> newest_; // the latest new variables, with their lines
     Integer openedAt_ = -1;
-    bool nodesSpoke_ = false; // since the gateway's last start
+    bool nodesSpoke_ = false; // since the latest start of the gateway
     Integer gatewayAt_ = -1;
-    Integer askedAt_ = -1; // the driver's question after that
+    Integer askedAt_ = -1; // when the driver asked after that
 };
 
-// A text of at most so many bytes, with dots behind when it was cut.
+// At most so many bytes of a text, followed by dots if it was cut.
 std::string shortened(std::string_view text, std::size_t longest = 60);
 
 } // namespace hearthix::sim

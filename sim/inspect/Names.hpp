@@ -1,4 +1,4 @@
-// What people call types and addresses, as far as the driver's own vocabulary does not say it.
+// Names of types and addresses for people that the driver's own vocabulary does not contain.
 #pragma once
 
 #include "runtime/text/String.hpp"

@@ -14,12 +14,12 @@ using Kind = RadioEvent::Kind;
 constexpr Integer kGateway = 0;
 
 struct Pattern {
-    bool isError; // it has a "!" ahead
+    bool isError; // begins with "!"
     std::string_view start;
     Kind kind;
 };
 
-// "TSP" is what 2.0 and 2.1 write for "TSF" and "TSM". The first that fits counts.
+// MySensors 2.0 and 2.1 write "TSP" instead of "TSF" and "TSM". The first matching pattern counts.
 constexpr std::array kPatterns{Pattern{true, "TSM:INIT", Kind::radioFailed},
                                Pattern{true, "TSP:INIT", Kind::radioFailed},
                                Pattern{false, "TSM:FAIL:CNT", Kind::radioFailed},
@@ -38,8 +38,8 @@ constexpr std::array kPatterns{Pattern{true, "TSM:INIT", Kind::radioFailed},
                                Pattern{false, "TSF:MSG:FPAR REQ", Kind::search},
                                Pattern{false, "TSP:MSG:FPAR REQ", Kind::search}};
 
-// Of "SENDER-LAST-NEXT-DESTINATION": the transmission is from the last one to the next one, and the end that
-// is not the gateway has the trouble.
+// A route is "SENDER-LAST-NEXT-DESTINATION". The transmission is from LAST to NEXT. Returns the one of these
+// that is not the gateway.
 Integer otherEnd(std::string_view route) {
     std::array<Integer, 4> stops{};
     for (Integer& stop : stops) {
@@ -52,7 +52,7 @@ Integer otherEnd(std::string_view route) {
 } // namespace
 
 RadioEvent radioEventOf(std::string_view text) {
-    // Milliseconds since its start come first, in some versions.
+    // In some versions the text begins with the milliseconds since the start.
     std::string_view rest = text;
     takeDigits(rest);
     if (rest.size() < text.size() && rest.starts_with(' '))

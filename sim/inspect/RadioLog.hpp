@@ -1,4 +1,4 @@
-// The lines that MySensors' radio code writes to its log, of which a controller sees the gateway's.
+// The lines of the radio log of MySensors. A controller receives those that the gateway writes.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -16,7 +16,7 @@ struct RadioEvent {
         failed,     // sent without an acknowledgement
         search,     // a node asks for a parent
         parentLost, // the node that writes the log has lost its parent
-        radioFailed // the radio of the node that writes the log does not work
+        radioFailed // of the node that writes the log
     };
     Kind kind = Kind::none;
     Integer node = -1; // the other end of a transmission, or the node that searches

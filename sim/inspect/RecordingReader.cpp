@@ -13,7 +13,7 @@ namespace hearthix::sim {
 
 namespace {
 
-constexpr std::size_t kLongestLine = 262'144; // host --record cuts lines at a quarter of that
+constexpr std::size_t kLongestLine = 262'144; // host --record cuts lines at a quarter of this length
 constexpr std::size_t kLongestHead = kLongestLine;
 constexpr Integer kHeadLines = 20;
 constexpr Integer kSecond = 1000;
@@ -27,7 +27,7 @@ constexpr const char* kAnyForm =
     "a recording of hearthix-sim host --record, a trace-both file of ser2net, a log of tio with timestamps, "
     "or bare lines such as 10;0;1;0;0;21.5";
 
-// Whether a text starts like the pattern, in which 0 is any digit.
+// Whether a text starts with the pattern, where 0 means any digit.
 bool startsLike(std::string_view text, std::string_view pattern) {
     if (text.size() < pattern.size())
         return false;
@@ -61,7 +61,7 @@ constexpr std::string_view kTraceTime = "0000/00/00 00:00:00 ";
 constexpr std::string_view kClockStamp = "[00:00:00.000] ";
 constexpr std::string_view kDateStamp = "[0000-00-00T00:00:00.000] ";
 
-// Where a stamp of tio starts in a line; npos when there is none.
+// The offset of a timestamp of tio in a line; npos if there is none.
 std::size_t stampIn(std::string_view text) {
     for (std::size_t at = text.find('['); at != std::string_view::npos; at = text.find('[', at + 1))
         if (startsLike(text.substr(at), kClockStamp) || startsLike(text.substr(at), kDateStamp))
@@ -69,7 +69,7 @@ std::size_t stampIn(std::string_view text) {
     return std::string_view::npos;
 }
 
-// Where ser2net's own line starts, which may follow the beginning of another line.
+// The offset of a line of ser2net itself, which may follow the beginning of another line.
 std::size_t traceEventIn(std::string_view text) {
     for (const std::string_view word : {"OPEN (", "CLOSE "})
         if (const std::size_t at = text.find(word);
@@ -92,7 +92,8 @@ bool isMessage(std::string_view text) {
     return fields == 5;
 }
 
-// Bytes at a wrong speed: few values, many of them outside of text. Other binary files have more values.
+// Whether the bytes come from a line at a wrong speed: they have few different values, many of which are not
+// text. Other binary files have more values.
 bool isSerialJunk(std::string_view bytes) {
     constexpr std::size_t kMostValues = 80;
     std::bitset<256> values;
@@ -105,7 +106,7 @@ bool isSerialJunk(std::string_view bytes) {
     return strange * 4 > bytes.size() && values.count() <= kMostValues;
 }
 
-// Terminals' escape sequences, which a program that shows the lines may add.
+// Removes escape sequences for terminals, which a program that shows the lines may add.
 void dropEscapes(std::string& text) {
     std::size_t start = text.find("\x1b[");
     while (start != std::string::npos) {
@@ -115,7 +116,7 @@ void dropEscapes(std::string& text) {
     }
 }
 
-// What only the driver sends, for recordings without directions.
+// Whether only the driver sends such a line. For recordings without directions.
 bool isFromDriver(std::string_view text) {
     std::array<std::string_view, 5> fields;
     for (std::string_view& field : fields) {
@@ -211,7 +212,7 @@ RecordingReader::Format RecordingReader::framedFormatOf(std::string_view text) {
     return Format::unknown;
 }
 
-// A first line may be the end of a line that was cut, and bare lines may follow a gateway's start messages.
+// The first line may be incomplete, and bare lines may follow the start messages of a gateway.
 RecordingReader::Format RecordingReader::formatOfHead(bool isComplete) const {
     std::string head = head_;
     dropEscapes(head);
@@ -333,7 +334,7 @@ void RecordingReader::handleBare(std::string_view text, bool isCut) {
     handleEvent(text.substr(event));
 }
 
-// A line of ser2net's own.
+// Handles a line of ser2net itself.
 void RecordingReader::handleEvent(std::string_view text) {
     if (text.find(" OPEN (") == std::string_view::npos)
         return;
@@ -370,8 +371,8 @@ void RecordingReader::emit(std::string_view text, bool toDriver, bool isCut) {
           format_ == Format::bare});
 }
 
-// Times of day go back at midnight; tio's 24hour-delta counts each from the one before, which shows as soon
-// as one is less than its predecessor.
+// Times of day go back at midnight. In tio's format 24hour-delta each time counts from the previous line; the
+// first time that is less than its predecessor shows this format.
 void RecordingReader::setTime(const Frame& frame) {
     if (frame.stamp < 0)
         return;

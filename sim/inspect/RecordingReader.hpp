@@ -1,4 +1,4 @@
-// Reads what was recorded of a gateway's line, in any of these formats, as a stream of bytes:
+// Reads a recording of a gateway's line as a stream of bytes, in one of these formats:
 //
 //   hearthix-sim host --record       512 > 10;0;1;0;0;15.0         time and direction
 //   ser2net trace-both, hexdump      [2026/11/26 03:35:28 ]term 31 30 3b 32  |10;2|
@@ -26,7 +26,7 @@ struct TracedLine {
     Integer at = -1;         // milliseconds on the recording's clock, which never goes back; -1 for no time
     Integer inexactness = 0; // of the time
     bool toDriver = false;   // from the gateway; otherwise from the driver
-    bool isFirst = false;    // in its direction since the line was opened; its beginning may be missing
+    bool isFirst = false;    // the first in its direction after the opening; its start may be missing
     bool isCut = false;      // its end is missing
     bool isLoose = false;    // the recording has no directions, and may mix the bytes of both
 };
@@ -39,14 +39,14 @@ public:
     std::function<void(const TracedLine&)> line; // must be set before feed
     std::function<void()> opened;                // a program opened the line; may stay unset
 
-    // Both raise Failure, with the line's number and what was expected there, for what is no recording.
+    // Both raise Failure if the bytes are not a recording, with the line's number and the expected formats.
     void feed(std::string_view bytes);
     void finish();
 
     const char* format() const;
     Integer lines() const noexcept { return number_; }
     bool hasDirections() const noexcept;
-    // Its times are milliseconds since its beginning.
+    // Whether times are milliseconds since the beginning of the recording.
     bool countsFromStart() const noexcept { return format_ == Format::record; }
     // A time of this recording for people.
     std::string timeText(Integer at) const;
@@ -71,18 +71,18 @@ private:
     [[noreturn]] void refuse(Integer number, const char* expected) const;
 
     std::string name_;
-    std::string head_;                  // until the format is known
-    std::string unended_;               // the beginning of a line
-    std::array<std::string, 2> halves_; // of a hexdump: the beginning of a line from the driver and to it
+    std::string head_;                        // until the format is known
+    std::string unended_;                     // the beginning of a line
+    std::array<std::string, 2> halves_;       // hexdump: the incomplete lines from the driver and to it
     std::array<bool, 2> isFirst_{true, true}; // no line yet in that direction
     Format format_ = Format::unknown;
-    bool isTrace_ = false; // bare lines with ser2net's own between them
+    bool isTrace_ = false; // bare lines with lines of ser2net between them
     bool isDated_ = false;
     bool countsFromBefore_ = false; // tio's 24hour-delta
     Integer number_ = 0;
     Integer at_ = -1;
     Integer stamp_ = -1; // the last time as it was written
-    Integer shift_ = 0;  // from there to the recording's clock
+    Integer shift_ = 0;  // to be added for the recording's clock
     Integer resolution_ = 1;
 };
 

@@ -1,4 +1,4 @@
-// The description of a mesh: for people, at most 80 columns wide, and for scripts. docs/inspect.md has both.
+// The description of a mesh, as text of at most 80 columns and as JSON. docs/inspect.md shows both.
 #pragma once
 
 #include "sim/inspect/Findings.hpp"

@@ -16,7 +16,7 @@ std::string counted(Integer count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-// Wrapped, with the lines that follow indented by two more.
+// Adds a wrapped text. Its further lines are indented by two more columns.
 void addLine(std::string& report, std::size_t indent, const std::string& text) {
     const std::string clean = printable(text);
     std::string_view rest = clean;
@@ -67,7 +67,7 @@ std::string valueText(const Variable& variable) {
 
 std::string unitText(Integer node, Integer child, Integer type) {
     if (type < 0)
-        return "without a name"; // what the driver sends to a unit whose type it cannot name
+        return "without a name"; // commands for a unit of an unknown type have the type -1
     std::string text(unitAddress(node, child, type).view());
     if (!isNamedType(type))
         text += " (" + protocolName(type) + ")";

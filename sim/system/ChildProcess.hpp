@@ -1,5 +1,5 @@
-// A Process as a source of events. What the program prints, on standard output and standard error alike,
-// arrives line by line. A child that still runs when its object is destroyed is ended.
+// A Process as a source of events. The output of the program, from standard output and standard error,
+// arrives line by line. The destructor ends a program that is still running.
 #pragma once
 
 #include "runtime/events/StreamDevice.hpp"
@@ -16,14 +16,15 @@ class ChildProcess : public StreamDevice {
 public:
     ~ChildProcess() override { Stop(); }
 
-    // A path, or a name that PATH leads to; the arguments without it. False leaves the reason in
-    // LastErrorCode.
+    // The program is a path, or a name that is looked up in PATH. It is not part of the arguments. If this
+    // returns false, LastErrorCode is the reason.
     bool Start(const String& path, const std::vector<String>& arguments);
     bool isRunning() const noexcept { return process_.id() > 0; }
     Integer pid() const noexcept { return process_.id(); }
-    // Asks the program to end, kills it after two seconds, and waits for its end. No event runs meanwhile.
+    // Requests that the program end, kills it after two seconds, and waits for its end. Runs no events
+    // meanwhile.
     void Stop();
-    // Ends the program at once, without asking; ended is called as usual.
+    // Kills the program. ended is called as usual.
     void Kill() const { process_.signal(SIGKILL); }
 
     // Both may stay unset.
@@ -39,7 +40,7 @@ protected:
     void failed() override;
 
 private:
-    // The end of a program's output comes shortly before its end.
+    // The output of a program ends shortly before the program itself.
     class Reaper : public Timer {
     public:
         explicit Reaper(ChildProcess& child) : child_(child) {}

@@ -29,7 +29,7 @@ void ConsoleInput::serve(bool readable, bool) {
     if (!readable)
         return;
     if (ready) {
-        // What is readable without holding a byte is at its end.
+        // A readable input that contains no byte is at its end.
         int waiting = 0;
         const bool hasMore = ioctl(STDIN_FILENO, FIONREAD, &waiting) == 0 && waiting > 0;
         hasMore ? ready() : finish();

@@ -1,7 +1,8 @@
-// Standard input as a source of events. Bytes are handed on as they come: lines are the reader's affair.
+// Standard input as a source of events. Passes the bytes on as they arrive; the receiver splits them into
+// lines.
 //
-// The descriptor is shared with whoever started the program, so it stays in blocking mode; it is read once
-// each time that the system says there is something.
+// The process that started this program uses the same descriptor, so it stays in blocking mode. It is read
+// once each time that the system reports it as readable.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
@@ -15,16 +16,16 @@ class ConsoleInput : public EventSource {
 public:
     ~ConsoleInput() override { Close(); }
 
-    // Whether a person types it, as far as one can tell.
+    // Whether standard input is a terminal, so that probably a person types.
     static bool isTerminal();
     void Open();
     void Close();
 
-    // One of them has to be set by the time that events run. Where ready is, nothing is read here: a program
-    // that draws on a terminal takes the keys from there, too.
+    // One of these must be set before events run. If ready is set, this class reads nothing, because a
+    // program that draws on a terminal reads the keys itself.
     std::function<void(std::string_view bytes)> received;
     std::function<void()> ready;
-    // At the end of the input, which is closed by then. May stay unset.
+    // Called at the end of the input, after it was closed. May stay unset.
     std::function<void()> ended;
 
 private:

@@ -1,4 +1,4 @@
-// A file, a pipe or standard input, read from its beginning to its end, or further while it grows.
+// Reads a file, a pipe or standard input from its beginning to its end, or continues while it grows.
 #pragma once
 
 #include "runtime/text/String.hpp"
@@ -17,10 +17,11 @@ public:
     FollowedInput& operator=(const FollowedInput&) = delete;
     ~FollowedInput();
 
-    // "-" is standard input. False, with a reason, for what cannot be read, folders and devices included.
+    // "-" means standard input. Returns false, with a reason, if the input cannot be read or is a folder or a
+    // device.
     bool open(const String& path, bool follow);
     const String& reason() const noexcept { return reason_; }
-    // Waits a moment at most. A followed file is never at its end; it fails when it becomes shorter.
+    // Waits at most a moment. A followed file never ends; reading fails if it becomes shorter.
     State read();
     // The bytes of the last read, valid until the next one.
     std::string_view bytes() const noexcept { return {buffer_.data(), size_}; }

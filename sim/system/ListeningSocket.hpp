@@ -1,5 +1,5 @@
-// A TCP socket that waits for connections. While the process or the system has no descriptor left,
-// connections wait in the system's queue, and it looks for a free one ten times a second.
+// A TCP socket that waits for connections. While no descriptor is free, connections wait in the system's
+// queue, and the socket tries again ten times a second.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
@@ -14,22 +14,22 @@ class ListeningSocket : public EventSource {
 public:
     ~ListeningSocket() override { Close(); }
 
-    // Listens on an IPv4 address; port 0 lets the system choose. False when the system refuses; LastError
-    // then tells why in words.
+    // Listens on an IPv4 address; port 0 lets the system choose. Returns false if the system refuses.
+    // LastError is then the reason in words.
     bool Listen(const String& address, Integer port);
     void Close();
     // The port in use, 0 when not listening.
     Integer Port() const noexcept { return port_; }
     const String& LastError() const noexcept { return lastError_; }
 
-    // Gets the descriptor of each new connection, non-blocking, to keep or to close. Has to be set by the
-    // time that events run.
+    // Receives the descriptor of each new connection, non-blocking, and owns it. Must be set before events
+    // run.
     std::function<void(int descriptor)> accepted;
 
 private:
     class Pause : public Timer {
     public:
-        // When it is over there is nothing to do: the loop asks wantsRead again.
+        // Does nothing when it fires, because the loop then calls wantsRead again.
         void Event_Action() override {}
     };
 

@@ -1,8 +1,9 @@
-// A program that this one starts and ends: the only place that does so. It needs neither the event loop nor
-// any other code of the driver; ChildProcess adds events, tests and measurements use it as it is.
+// A program that this process starts and ends. All programs are started here. The class needs neither the
+// event loop nor other code of the driver. ChildProcess adds events; tests and measurements use this class
+// directly.
 //
-// The program's standard input is empty, and signals have their default actions. It is in a process group of
-// its own: Ctrl-C at the terminal reaches only the program that started it, which then ends it in good order.
+// The program's standard input is empty, and signals have their default actions. It has its own process
+// group, so that Ctrl-C at the terminal reaches only this process, which then ends the program.
 #pragma once
 
 #include <chrono>
@@ -21,8 +22,8 @@ public:
     Process& operator=(const Process&) = delete;
     ~Process() { stop(std::chrono::milliseconds(0)); }
 
-    // Words are the path of the program, or a name that PATH leads to, and its arguments. The descriptors
-    // become its standard output and its standard error. Returns 0, or the number of the error.
+    // The words are the path of the program, or a name that is looked up in PATH, and its arguments. The
+    // descriptors become its standard output and its standard error. Returns 0, or the number of the error.
     int start(const std::vector<std::string>& words, int output, int errors);
     // 0 while no program runs.
     pid_t id() const noexcept { return id_; }
@@ -31,7 +32,8 @@ public:
     // The exit status or the negated number of the signal that ended the program. Nothing while it still runs
     // after the given time; the object forgets a program that has ended.
     std::optional<int> wait(std::chrono::milliseconds limit);
-    // Asks the program to end, kills it when it has not ended after the given time, and waits for its end.
+    // Requests that the program end, kills it if it has not ended after the given time, and waits for its
+    // end.
     void stop(std::chrono::milliseconds limit);
 
 private:

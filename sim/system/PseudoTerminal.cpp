@@ -17,8 +17,8 @@ namespace hearthix {
 
 namespace {
 
-// Raw from the start, so that nothing is echoed before the opener has made its own settings; and closed once,
-// for only then does the system tell whether somebody has it open.
+// Sets raw mode, so that nothing is echoed before the other program has made its settings. The device must
+// have been opened and closed once: only then does the system report whether it is open.
 bool prepare(const char* path) {
     const int other = open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (other < 0)
@@ -31,7 +31,7 @@ bool prepare(const char* path) {
     return done;
 }
 
-// The system would keep it for the next opener.
+// The system would keep these bytes for the next program that opens the device.
 void discardUnread(const char* path) {
     const int other = open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (other < 0)

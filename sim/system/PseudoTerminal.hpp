@@ -1,8 +1,8 @@
 // A pseudo-terminal: a serial line that another program opens by its path, with this end as the device.
 //
-// It outlives the programs that open it, one after the other. A pseudo-terminal doesn't tell when its other
-// end is opened, so while nobody has it open it is asked, twenty times a second. What is written then is
-// dropped, as on a cable that leads nowhere, and so is what an opener left unread.
+// Several programs can open it, one after the other. The system does not report when the other end is opened,
+// so while it is closed this class checks twenty times a second. Bytes that are written meanwhile are
+// discarded, and so are bytes that a program has not read before it closed the device.
 #pragma once
 
 #include "runtime/events/StreamDevice.hpp"
@@ -16,14 +16,14 @@ class PseudoTerminal : public StreamDevice {
 public:
     ~PseudoTerminal() override { HangUp(); }
 
-    // Makes a new one, raw. False leaves the reason in LastErrorCode.
+    // Creates a pseudo-terminal in raw mode. If this returns false, LastErrorCode is the reason.
     bool Open();
-    // Ends it, for whoever has it open too.
+    // Destroys it, also for a program that has it open.
     void HangUp();
-    // The device to open; empty while there is none.
+    // The path of the device; empty while there is none.
     const String& path() const noexcept { return path_; }
 
-    // All three have to be set by the time that events run.
+    // All three must be set before events run.
     std::function<void()> opened;
     std::function<void()> arrived;
     std::function<void()> closed;

@@ -1,5 +1,5 @@
-// Signals as a source of events: while a watch is open, its signals interrupt nothing and arrive in the event
-// loop. Programs started meanwhile by ChildProcess get all signals as usual.
+// Signals as a source of events. While a watch is open, its signals do not interrupt the process and arrive
+// in the event loop. Programs that ChildProcess starts meanwhile receive all signals as usual.
 #pragma once
 
 #include "runtime/events/EventSource.hpp"
@@ -15,11 +15,11 @@ class SignalWatch : public EventSource {
 public:
     ~SignalWatch() override { Close(); }
 
-    // False when the system refuses; the signals then do what they always do.
+    // Returns false if the system refuses. The signals then keep their usual effect.
     bool Open(std::initializer_list<int> signals);
     void Close();
 
-    // Has to be set by the time that events run.
+    // Must be set before events run.
     std::function<void(int signal)> caught;
 
 private:

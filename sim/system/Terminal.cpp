@@ -16,7 +16,7 @@ namespace hearthix::terminal {
 namespace {
 
 constexpr int kEscapeMilliseconds = 25;
-// For a character and the marks upon it.
+// Space for a character and its combining marks.
 constexpr std::size_t kMostBytesColumn = 32;
 
 bool wantsColours() {

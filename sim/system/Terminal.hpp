@@ -1,4 +1,4 @@
-// The terminal that the program was started from, for programs that draw on it, by ncurses.
+// Draws with ncurses on the terminal from which the program was started.
 #pragma once
 
 #include <optional>
@@ -9,27 +9,27 @@
 
 namespace hearthix::terminal {
 
-// Whether there is a terminal at both ends, of a kind that takes more than lines of text.
+// Whether standard input and output are a terminal that can do more than print lines.
 bool canDraw();
 // Whether standard output is a pipe that nobody reads any more.
 bool isOutputGone();
-// Has the C library tell UTF-8 characters and their columns. False where it can't.
+// Makes the C library recognise UTF-8 characters and their widths. Returns false if it cannot.
 bool useUtf8();
 
-// Colours of a text, beside the attributes of ncurses. Each is none where there are no colours, or where
-// NO_COLOR asks for none.
+// Colours of a text, in addition to the attributes of ncurses. They have no effect if the terminal has no
+// colours or NO_COLOR is set.
 enum class Colour : short { red = COLOR_RED, green = COLOR_GREEN, yellow = COLOR_YELLOW, cyan = COLOR_CYAN };
 
 struct Key {
     wint_t code = 0;      // a character, or one of ncurses' KEY_ codes
-    bool isNamed = false; // whether it is the latter
+    bool isNamed = false; // whether code is a KEY_ code
     bool is(int name) const noexcept { return isNamed && code == static_cast<wint_t>(name); }
     bool is(char character) const noexcept { return !isNamed && code == static_cast<wint_t>(character); }
 };
 
-// While it lives, the terminal is ncurses' own: each key reaches the program at once, and none is echoed.
-// What stood on it last is printed when it goes, but for the bottom row, where one types. One at a time;
-// canDraw must have said yes.
+// While this object exists, ncurses controls the terminal: each key reaches the program at once and is not
+// echoed. The destructor prints the last screen except its bottom row, the command line. Only one object may
+// exist at a time, and canDraw must have returned true.
 class Screen {
 public:
     Screen();
@@ -37,12 +37,12 @@ public:
     Screen& operator=(const Screen&) = delete;
     ~Screen();
 
-    // Takes on the size that the terminal has now.
+    // Adopts the current size of the terminal.
     void resize();
-    // Nothing when no key waits.
+    // Returns nothing if no key was pressed.
     std::optional<Key> key();
     attr_t look(Colour colour) const;
-    // A text in a cell of one row. What doesn't fit, or stands outside of the screen, is cut off.
+    // Prints a text in a cell of one row. Text that does not fit into the cell or the screen is cut off.
     void put(int row, int column, int width, std::string_view text, attr_t look = A_NORMAL) const;
 
 private:

@@ -42,7 +42,8 @@ void readHeader(BinaryStream& stream) {
     if (stream.Read(4) != kKbdbMagic || stream.ReadUInt8() > kVersion)
         throw RuntimeException();
     const std::uint8_t byteOrder = stream.ReadUInt8();
-    // The order belongs to the stream: the mark of a child also applies to the rest of its parent.
+    // The byte order is a property of the stream, so the mark of a child also applies to the rest of its
+    // parent.
     if (byteOrder == kBigEndianMark)
         stream.LittleEndian = false;
     else if (byteOrder == kLittleEndianMark)

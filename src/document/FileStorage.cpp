@@ -1,6 +1,6 @@
-// Documents in files. The old content of a file is touched only when the new one is complete on the disk.
-// A symbolic link stands for the file that it leads to: that one is made or replaced, and the link stays. A
-// replaced file keeps its owner and permissions.
+// Documents in files. The old content of a file is touched only when the new one is complete on the disk. If
+// the path is a symbolic link, its target is created or replaced, and the link stays. A replaced file keeps
+// its owner and permissions.
 #include "document/CXML.hpp"
 #include "runtime/files/NewFile.hpp"
 #include "runtime/text/Numbers.hpp"
@@ -65,6 +65,7 @@ void CXML::loadFromFile(const Ref<FolderItem>& file, const Ref<CXML>&) {
     try {
         LoadFromBinaryStream(memory);
     } catch (const RuntimeException& error) {
+        // "KDBD" (sic)
         WriteLog(concat("unable to load KDBD file: ", file->Name(), " with message: ", error.Message));
     }
     memory->Close();

@@ -1,4 +1,5 @@
-// The walk over the nodes below a document, with a stack of its own: no operation on a document recurses.
+// Walks over the nodes below a document. It uses an explicit stack, because no operation on a document may
+// recurse.
 #pragma once
 
 #include "document/CXML.hpp"

@@ -66,8 +66,8 @@ namespace mySensors {
 
 // Every endpoint by its root address. No entry is ever removed, and only enter adds one.
 //
-// Optimised: a second table finds an endpoint by its two numbers. Every value needs two look-ups, and those
-// by address would cost half as much again as the rest of its way.
+// Optimised: a second table finds an endpoint by its two numbers. Every value needs two look-ups. With the
+// address as the key they would increase the cost of a value by half.
 class AddressTable : public Dictionary {
 public:
     void enter(const Ref<cMSEndpoint>& endpoint);

@@ -22,7 +22,7 @@ Array<Integer> usedIds(const CXML& units) {
 }
 
 // The scan does not stop at the first free ID, so the highest one wins. That is usually 254, which means that
-// no ID is left. Hosts and nodes expect this.
+// no ID is left. Hosts and nodes rely on this.
 Integer highestFreeId(const Array<Integer>& used, Integer fallback) {
     Integer free = fallback;
     for (Integer id = 1; id <= kHighestId; ++id) {

@@ -71,9 +71,8 @@ String cHearthixCommand::GetCommandCodeDescription() const {
         const String text = lookUp(kController, Command);
         return text.empty() ? "Unknown CCM code" : text;
     }
-    // All codes of security sensors are empty, so an empty command equals the first one, and the texts of the
-    // others
-    // ("Alarm Condition", "MOTION", "no motion") are never used.
+    // All codes of security sensors are empty, so an empty command equals the first one. The texts of the
+    // other codes ("Alarm Condition", "MOTION", "no motion") are never used.
     if (Command == objCommandSupport::kCommSecurityMinSafe)
         return "Safe Condition";
     const String text = lookUp(kUnit, Command);

@@ -36,8 +36,8 @@ void cHearthixDeviceSocket::SendLog(const String& message, Integer level) {
     Write(concat("L", ChrB(LenB(body) + 2), body));
 }
 
-// An incomplete common message does not end the loop, which then never ends: the host must deliver each
-// common message in one piece.
+// An incomplete common message keeps this loop running without end, so the host must deliver each common
+// message in one piece.
 void cHearthixDeviceSocket::Event_DataAvailable() {
     constexpr std::size_t kLeastMultipacket = 5; // fewer bytes are always read as a common message
     Buffer += ReadAll();

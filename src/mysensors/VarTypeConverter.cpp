@@ -33,7 +33,7 @@ void mySensors::createVarTypeConverter() {
     Integer number = 0;
     for (const char* suffix : kSuffixes)
         varTypeConverter->SetValue(number++, suffix);
-    // Replaces the protocol's own name, because hosts know this one.
+    // Replaces the name from the protocol, because hosts expect this one.
     varTypeConverter->SetValue(kFan, "FAN");
 
     for (const Variant& key : varTypeConverter->Keys())

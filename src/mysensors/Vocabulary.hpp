@@ -1,4 +1,4 @@
-// The numbers of the MySensors serial API: their names for people, and what they mean for the host's units.
+// The numbers of the MySensors serial API: their names for people, and their meaning for the host's units.
 #pragma once
 
 #include "runtime/text/String.hpp"

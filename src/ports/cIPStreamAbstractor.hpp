@@ -1,4 +1,4 @@
-// A gateway behind a TCP connection.
+// A gateway that is reached over a TCP connection.
 //
 // The constructor waits until it is connected, for at most 600 ticks, and runs events meanwhile. A gateway
 // that sends data or fails during that time raises NilObjectException, because the port has no receiver yet.

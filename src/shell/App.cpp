@@ -91,7 +91,7 @@ void App::openGateway(const Array<String>& arguments) const {
             Ref<cSerialPortAbstractor>::make(transport, &HearthixSupport::serveHostOnly);
         return;
     }
-    // Counted from the end, because hosts may insert arguments of their own.
+    // Counted from the end, because hosts may insert other arguments.
     const String& address = arguments[arguments.Ubound() - 1];
     const Integer port = ValInteger(arguments[arguments.Ubound()]);
     logDetail(concat("mySensors making IP connection to (", address, ") port (", Str(port), ")"));

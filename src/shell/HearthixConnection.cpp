@@ -77,7 +77,8 @@ void HearthixSupport::serveHostOnly() {
 
 void HearthixSupport::handleWaitingCommands() {
     while (!waiting.empty()) {
-        // The command may handle another one from the host, which must then run after all that are waiting.
+        // While this command runs, another one may arrive from the host. It must run after all commands that
+        // are waiting.
         const Ref<cHearthixCommand> next = waiting.front();
         waiting.erase(waiting.begin());
         CommandSupportModule::HandleIncomingCommand(next);

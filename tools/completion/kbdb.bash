@@ -1,7 +1,7 @@
 # Completion of kbdb for bash.
 
-# The paths of values: the keys of the root and, by their addresses, those of the units. Keys with bytes that
-# the dump does not show as they are stay out.
+# The paths of values: the keys of the root and, by their addresses, those of the units. Keys with bytes that the dump
+# does not print unchanged are omitted.
 _kbdb_paths() {
     kbdb show "$1" 2>/dev/null | awk '
         function end() { for (i = 1; i <= n; i++) print address "/" keys[i]; n = 0; address = "" }
@@ -18,8 +18,8 @@ _kbdb_addresses() {
     kbdb units "$1" 2>/dev/null | sed -n '/^units: /q; s/^\([^ (][^ ]*\).*/\1/p'
 }
 
-# Offers the lines of standard input that begin with $1. They come out of a file and may hold anything, so the
-# shell never gets to expand them.
+# Offers the lines of standard input that begin with $1. They come from a file and may contain anything, so the shell
+# must never expand them.
 _kbdb_offer() {
     local line
     while IFS= read -r line; do

@@ -25,7 +25,7 @@ hearthix.experts = { wrong }
 
 local function isMulti(buffer, at) return buffer(at, 1):string():upper() == "J" end
 
--- The entries of a multipacket; returns its summary.
+-- Adds the entries of a multipacket to the tree; returns the summary of the packet.
 local function entries(packet, tree)
     local little, at, summary = packet(3, 1):uint() >= 128, 4, {}
     while at < packet:len() do
@@ -73,13 +73,13 @@ local function common(packet, tree)
     return "command " .. packet(8, 1):string()
 end
 
--- Whether the opening line begins here, as far as it has come; no packet begins with these two letters.
+-- Whether the received bytes are the start of the opening line. No packet begins with these two letters.
 local function isOpening(buffer, at)
     local count = math.min(buffer:len() - at, #opening)
     return count > 1 and buffer(at, count):string() == opening:sub(1, count)
 end
 
--- The length of what begins here; nil while too few bytes have come to know it.
+-- The length of the packet or line that begins here; nil while too few bytes have arrived to determine it.
 local function lengthAt(buffer, at)
     if isOpening(buffer, at) then
         for i = at + 1, buffer:len() - 1 do
@@ -131,7 +131,7 @@ function hearthix.dissector(buffer, pinfo, root)
         table.insert(summaries, summary)
         at = at + length
     end
-    -- A reassembled packet and those behind it come in two calls, whose summaries Wireshark joins.
+    -- Wireshark passes a reassembled packet and the packets after it in two calls, and joins their summaries.
     if #summaries > 0 then pinfo.cols.info = "[" .. table.concat(summaries, "][") .. "]" end
     return buffer:len()
 end

@@ -8,8 +8,8 @@
 // pass share the budget of the latest turn. So a backlog stays in the system and does not delay other
 // devices, even if each command waits for a slow serial line. A turn also reads the rest of a packet that has
 // begun (missingBytes). A Poll within kDrainedTime after a read that found nothing does not read again,
-// because code that logs polls three times. Past kMostNested levels of an event inside itself, Poll only
-// writes, to limit the stack.
+// because code that logs polls three times. Inside kMostNested nested data events, Poll only writes, to limit
+// the stack.
 //
 // Failure. The device first delivers, in turns, the bytes that arrived before the failure. Then it closes and
 // runs the error event once, never inside a data event.

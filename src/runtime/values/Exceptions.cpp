@@ -15,7 +15,7 @@ namespace hearthix {
 namespace {
 
 String describeFrame(void* address) {
-    // The return address may belong to the next function already. The call itself is right before it.
+    // The return address may already belong to the next function. The call itself is just before it.
     const void* call = static_cast<const char*>(address) - 1;
     Dl_info info{};
     const bool isKnown = dladdr(call, &info) != 0;

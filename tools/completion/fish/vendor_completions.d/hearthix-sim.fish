@@ -1,4 +1,4 @@
-# What may follow is what the program's own help lists: of the subcommand, once there is one. Files may always.
+# Offers the words that the program's help lists, or that of the subcommand if one is given, and files.
 function __hearthix_tool_words
     set -l words (commandline -opc)
     $words[1] (string match -r '^[a-z].*' -- $words[2]) --help 2>/dev/null |
