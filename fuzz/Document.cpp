@@ -1,10 +1,14 @@
-// Fuzz target: reads arbitrary bytes as a document, then writes, clones, dumps, changes and releases it.
+// Fuzz target: reads arbitrary bytes as a document, then writes, clones, dumps, changes and releases it. Its
+// values are also the inputs of the functions for numbers and texts.
 #include "document/CXML.hpp"
 #include "fuzz/Require.hpp"
+#include "runtime/text/Numbers.hpp"
+#include "runtime/text/StringFunctions.hpp"
 #include "runtime/values/Exceptions.hpp"
 #include "shell/log/Log.hpp"
 #include "tools/KbdbCheck.hpp"
 
+#include <cmath>
 #include <string_view>
 #include <vector>
 
@@ -46,6 +50,12 @@ void checkTypes(const CXML& node, const String& key) {
     copy->setEncryptedStringValue(key, text);
     require(copy->GetStringValue(key, "other").view() == text.view(), "a wrapped text is kept");
     copy->SetFile(key, node.GetFile(key));
+    const double number = Val(text);
+    require(std::isinf(number) || Val(Str(number)) == number, "a double reads back");
+    require(ValInteger(text) == toInteger(number), "an integer is the truncated number");
+    const Array<String> fields = Split(text, key);
+    require(CountFields(text, key) == fields.Ubound() + 1, "the fields are counted");
+    require(Join(fields, key) == text, "the fields are joined again");
 }
 
 void run(const String& bytes) {

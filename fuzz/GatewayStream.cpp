@@ -5,7 +5,6 @@
 // is the watchdog's alarm, and "0" to "5" are packets from the host, which the driver reads with its next
 // poll. After each step a piece of the stream arrives. The byte value of the step is the size of the piece.
 #include "fuzz/Rig.hpp"
-#include "gateway/cPingTimer.hpp"
 #include "shell/CommandDispatch.hpp"
 
 #include <algorithm>
@@ -79,7 +78,7 @@ void run(const Input& input) {
     } catch (const KeyNotFoundException&) {
         require(isOrphansBattery(driver->last), "only the battery level of a child ends the driver");
     }
-    rig.packetsToHost();
+    rig.requireWholePackets();
 }
 
 } // namespace

@@ -112,7 +112,7 @@ void runInput(const Input& input) {
     } catch (const NilObjectException&) {
         require(hasNoEntries(present.handling), "only a packet without entries ends the driver");
     }
-    rig.packetsToHost();
+    rig.requireWholePackets();
 }
 
 } // namespace

@@ -68,6 +68,8 @@ TEST(HostLink, CommandsToTheDriver) {
 
 TEST(HostLink, APacketInTwoPiecesWaitsForItsRest) {
     Conversation talk;
+    talk.host.say(multipacket({})); // a header alone counts as a common message
+    EXPECT_EQ(talk.host.next(), kMalformed);
     for (std::size_t place = 5; place < kPing.size(); ++place) {
         talk.host.say(kPing + kPing.substr(0, place));
         EXPECT_EQ(talk.host.next(), kAnswer);
@@ -75,13 +77,6 @@ TEST(HostLink, APacketInTwoPiecesWaitsForItsRest) {
         EXPECT_EQ(talk.host.next(), log("Gateway Message: #")) << place;
         EXPECT_EQ(talk.hostSends(kPing.substr(place) + kPing), effects({kAnswer, kAnswer})) << place;
     }
-}
-
-TEST(HostLink, ABareHeaderCountsAsACommonMessage) {
-    Conversation talk;
-    talk.host.say(multipacket({}));
-    EXPECT_EQ(talk.host.next(), kMalformed);
-    EXPECT_EQ(talk.hostSends(kPing), effects({kAnswer}));
 }
 
 TEST(HostLink, LongLinesAreCut) {

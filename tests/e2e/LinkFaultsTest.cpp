@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <future>
-#include <numeric>
 #include <set>
 #include <thread>
 
@@ -148,62 +146,11 @@ TEST(StalledLink, OfANetworkGatewayKeepsCommandsUntilThereAreTooMany) {
     EXPECT_EQ(talk.driver.end().status, 0);
 }
 
-TEST(StalledLink, OfASerialGatewayIsWaitedFor) {
-    Conversation talk(Transport::serial);
-    talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
-    const Packet logged = sendLargeCommand(talk, 'a');
-    EXPECT_EQ(talk.host.next(), logged); // before the line, for which the device has no space
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // now the driver waits for the line to leave
-    sendLargeCommand(talk, 'a');
-    EXPECT_FALSE(talk.host.hasNews(std::chrono::seconds(2)));
-    for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(talk.gateway.hearUntil("\n"), largeLine('a'));
-    EXPECT_EQ(talk.hostSends(""), effects({logged}));
-}
-
-TEST(StalledLink, OfAHostThatNeverReadsEndsTheDriver) {
-    Conversation talk(Transport::tcp, {}, 4096);
-    // Far more than the ceiling of 64 MiB, because the driver still reads in its last second.
-    EXPECT_THROW(for (int i = 0; i < 22'000; ++i) talk.gateway.say(largeLine('x') + "\n"),
-                 std::runtime_error);
-    const Ending ending = talk.driver.end();
-    EXPECT_EQ(std::tie(ending.status, ending.output, ending.errors), std::tuple(0, kPipeError, ""));
-}
-
-TEST(NoMoreFiles, IsAFailureToConnect) {
-#if defined(HEARTHIX_SANITIZED) || defined(HEARTHIX_COVERAGE)
-    GTEST_SKIP() << "an instrumented program opens files of its own";
-#endif
-    if (isForeignDriver())
-        GTEST_SKIP() << "an emulator opens files of its own";
-    // Closes the descriptors that this test inherited and leaves one, for the host's link.
-    const std::vector<std::string> fourFiles{
-        "sh", "-c", R"(exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n 4; exec "$0" "$@")"};
-    for (const Transport transport : {Transport::tcp, Transport::serial}) {
-        FakeHost host;
-        FakeGateway gateway(transport);
-        DriverProcess driver(gateway.arguments(host.port()), fourFiles);
-        host.accept();
-        const bool isSerial = transport == Transport::serial;
-        const std::string unopened = "mySensors: unable to open the port named: ";
-        EXPECT_EQ(host.untilEnd(), isSerial ? Packets{log(unopened + gateway.device(), 4)} : Packets{});
-        const Ending ending = driver.end();
-        EXPECT_EQ(ending.status, isSerial ? 0 : 1);
-        EXPECT_EQ(ending.output.substr(0, 19), isSerial ? "" : "stack trace begin\n\n");
-        const char* words = isSerial ? "Too many open files" : "NilObjectException";
-        EXPECT_NE(ending.errors.find(words), std::string::npos) << ending.errors;
-    }
-}
-
 TEST(SerialLine, ThatCannotBeOpenedEndsTheDriver) {
     const Conversation owner(Transport::serial);
     const Listener full{0, 0};
     const Descriptor queued = full.connect();
-    struct Case {
-        std::string device;
-        const char* what;
-        std::string reason;
-    };
+    using Case = std::tuple<std::string, std::string, std::string>; // device, what fails, reason
     const std::vector<Case> cases{
         {"no such port", "find a serial", "no serial port is named no such port; "},
         {"/dev/null", "find a serial", "no serial port is named /dev/null; "},
@@ -214,16 +161,16 @@ TEST(SerialLine, ThatCannotBeOpenedEndsTheDriver) {
         {"socket://gateway.test:5003", "open the", "Connection timed out; "},
         {"socket://127.0.0.1:" + full.port(), "open the", "Connection timed out; "}};
     allAtOnce(cases, [](const Case& c) {
+        const auto& [device, what, reason] = c;
         FakeHost host;
-        DriverProcess driver({c.device, "127.0.0.1", host.port(), "7"},
+        DriverProcess driver({device, "127.0.0.1", host.port(), "7"},
                              withFaults({"SILENT_RESOLVER=gateway.test"}));
         host.accept();
-        const std::string words = "mySensors: unable to " + std::string(c.what) + " port named: " + c.device;
+        const std::string words = "mySensors: unable to " + what + " port named: " + device;
         EXPECT_EQ(host.untilEnd(), Packets{log(words, 4)}); // and no ready text
         const Ending ending = driver.end();
-        EXPECT_EQ(ending.status, 0) << c.device;
-        EXPECT_EQ(ending.output, "") << c.device;
-        EXPECT_NE(ending.errors.find(c.reason), std::string::npos) << ending.errors;
+        EXPECT_EQ(std::tie(ending.status, ending.output), std::tuple(0, "")) << device;
+        EXPECT_NE(ending.errors.find(reason), std::string::npos) << ending.errors;
     });
 }
 
@@ -251,6 +198,17 @@ TEST(SerialLine, IsOpenedWhileTheHostIsServed) {
     EXPECT_EQ(gateway.hearUntil(";0\n"), "first\n10;3;1;0;24");
 }
 
+TEST(SerialLine, MayGreetBeforeTheHostAnswers) {
+    FakeHost host;
+    FakeGateway gateway(Transport::network);
+    const DriverProcess driver(gateway.arguments(host.port()));
+    gateway.accept();
+    gateway.say("0;255;3;0;14;up\n");
+    host.accept();
+    EXPECT_EQ(host.next(), readyText());
+    EXPECT_EQ(host.next(), log("Gateway Ready: up"));
+}
+
 // The driver is stopped while its peers write, so it finds everything at once.
 TEST(SlowLine, DelaysARequestAndTheEndByFewCommands) {
     Conversation talk(Transport::serial, withFaults({"SLOW_LINE=1"}));
@@ -266,34 +224,13 @@ TEST(SlowLine, DelaysARequestAndTheEndByFewCommands) {
     };
     const auto countCommands = [](const std::string& lines) { return std::ranges::count(lines, '\n'); };
     write(commands, "12;255;3;0;6;\n");
-    EXPECT_LT(countCommands(talk.gateway.hearUntil("12;255;3;0;6;I\n")), 80);
-    talk.hostSends(""); // waits for the rest
+    const auto early = countCommands(talk.gateway.hearUntil("12;255;3;0;6;I\n"));
+    EXPECT_LT(early, 80);
+    EXPECT_EQ(early + countCommands(talk.hostSends("").gateway), 1000); // the driver waits for the line
     write(multipacket({{"mcmd", "close"}}) + commands, "");
     talk.host.until(log("MySensors Plugin shutting down..."));
     EXPECT_LT(countCommands(talk.gateway.hearToEnd()), 300); // 200 ms of the loop, at 1.5 ms each
     EXPECT_EQ(talk.driver.end().status, 0);
-}
-
-// The driver handles as much of a greeting as it receives.
-TEST(SerialLine, ThatEndsInTheGreetingEndsTheDriver) {
-    const std::string greeting = "0;255;3;0;14;up\n";
-    std::vector<std::size_t> places(greeting.size() + 1);
-    std::iota(places.begin(), places.end(), 0);
-    allAtOnce(places, [&greeting](std::size_t bytes) {
-        FakeHost host;
-        FakeGateway gateway(Transport::network);
-        DriverProcess driver(gateway.arguments(host.port()));
-        gateway.accept();
-        gateway.say(greeting.substr(0, bytes));
-        host.accept();
-        EXPECT_EQ(host.next(), readyText());
-        if (bytes == greeting.size()) {
-            EXPECT_EQ(host.next(), log("Gateway Ready: up"));
-        }
-        gateway.reset();
-        EXPECT_EQ(host.untilEnd(), Packets{log("mySensors communication error: 104 - ", 4)}) << bytes;
-        EXPECT_EQ(driver.end().status, 0);
-    });
 }
 
 constexpr int kMany = 100'000;
@@ -360,19 +297,13 @@ TEST(Load, AnEndlessStreamOfCommandsDelaysNothingElse) {
     for (const Transport transport : {Transport::tcp, Transport::serial}) {
         Conversation talk(transport);
         talk.hostSends(multipacket({{"mcmd", "OFF"}, {"addr", "0A03.VAR1"}}));
-        std::string stream, rest;
+        std::string stream;
         for (int i = 0; i < 1000; ++i)
             stream += command;
-        std::atomic<bool> closes = false;
-        const std::jthread host([&](const std::stop_token& over) {
-            while (!over.stop_requested()) {
-                if (rest.empty())
-                    rest = closes.exchange(false) ? multipacket({{"mcmd", "close"}}) + stream : stream;
-                const ssize_t sent =
-                    send(talk.host.descriptor(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-                rest.erase(0, sent > 0 ? static_cast<std::size_t>(sent) : 0);
-                std::this_thread::sleep_for(std::chrono::microseconds(sent > 0 ? 0 : 100));
-            }
+        const std::string close = multipacket({{"mcmd", "close"}});
+        std::jthread host([&](const std::stop_token& over) { // until the driver has ended
+            EXPECT_THROW(for (;;) talk.host.say(over.stop_requested() ? close + stream : stream),
+                         std::runtime_error);
         });
         const std::jthread slowGateway([&](const std::stop_token& over) {
             while (!over.stop_requested()) {
@@ -389,7 +320,7 @@ TEST(Load, AnEndlessStreamOfCommandsDelaysNothingElse) {
 #ifndef HEARTHIX_SANITIZED
         EXPECT_LT(talk.driver.residentBytes(), (isForeignDriver() ? 400U : 40U) << 20);
 #endif
-        closes = true;
+        host.request_stop();
         talk.host.untilEnd();
         EXPECT_EQ(talk.driver.end().status, 0);
     }

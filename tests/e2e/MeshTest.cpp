@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ctime>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -40,12 +39,12 @@ Packet packetOf(const std::string& words) {
     if (word == "SetValue")
         return setValue(unit, rest, battery);
     if (word == "SetDesc")
-        return describe(unit, rest, battery);
+        return multi({{"addr", unit}, {"mcmd", word}, {"DATA", rest}, {"Batt", battery}});
     if (word == "NoOp")
-        return batteryOnly(unit, rest);
+        return multi({{"mcmd", word}, {"addr", unit}, {"Batt", rest}});
     if (word == "NewU")
         return newUnit(root, suffix, rest.empty() || rest == "dimmer", rest.empty() || rest == "contact");
-    return onOff(word, unit, battery);
+    return multi({{"addr", unit}, {"mcmd", word}, {"Batt", battery}});
 }
 
 // Text in which "\0D" is the byte with this hexadecimal number.
@@ -122,50 +121,21 @@ TEST(GatewayLines, AreDescribedInDebugMode) {
     converse("Debug mode describes each message");
 }
 
-TEST(GatewayLines, ATimeRequestIsAnsweredWithTheLocalClock) {
-    Conversation talk(Transport::tcp, {"env", "TZ=XYZ-5:30"});
-    const std::string before = std::to_string(std::time(nullptr) + 19800);
-    const std::string time = between(talk.gatewaySays("12;3;3;0;1;\n").gateway, "12;255;3;0;1;", "\n");
-    EXPECT_GE(time, before);
-    EXPECT_LE(time, std::to_string(std::time(nullptr) + 19800));
-}
-
-Texts unitsOf(int first, int last) {
-    Texts units;
-    constexpr char kDigits[] = "0123456789abcdef";
-    for (int node = first; node <= last; ++node)
-        units.push_back(std::string{kDigits[node >> 4], kDigits[node & 15]} + "03.TEMP");
-    return units;
-}
-
 TEST(NodeIds, FollowTheHostsUnits) {
-    struct Case {
-        const char* name;
-        Texts addresses;
-        int id; // 0 when no ID is free
-    };
-    const Case cases[] = {
-        {"no units", {}, 1},
-        {"highest plus one", {"0203.TEMP", "0103.TEMP", "0104.HUM"}, 3},
-        {"gaps are not filled", {"01FF", "FC00.TEMP"}, 253},
-        {"253 fills the range", {"0100.TEMP", "FD00.TEMP"}, 0},
-        {"254 reuses the highest gap", {"0100.TEMP", "FE00.TEMP"}, 253},
-        {"254 and none free", unitsOf(1, 254), 255},
-        {"254 and 1 alone free", unitsOf(2, 254), 1},
-        {"255 alone", {"FF00.TEMP"}, 0},
-        {"255 and 254", {"FF00.TEMP", "FE00.TEMP", "FD00.TEMP"}, 252},
-        {"255 and none free", unitsOf(1, 255), 256},
-        {"foreign addresses", {"ZZ00.TEMP", "A", "", "lamp"}, 11},
-        {"small letters", {"0b00.temp"}, 12},
-    };
     Conversation talk;
-    for (const Case& c : cases) {
-        EXPECT_EQ(talk.gatewaySays("255;254;3;0;3;\n"), effects({packetOf("getUnits")})) << c.name;
-        const std::string id = std::to_string(c.id);
-        const Effects expected = c.id == 0 ? effects({log("node requests new ID but all slots are full.")})
-                                           : effects({log("responding to node ID request with ID: " + id)},
-                                                     "255;254;3;0;4;" + id + "\n");
-        EXPECT_EQ(talk.hostSends(unitsPacket(c.addresses)), expected) << c.name;
+    for (const auto& [addresses, id] : {std::pair(Texts{}, std::string("1")),
+                                        {{"0203.TEMP", "0103.TEMP", "0104.HUM"}, "3"},
+                                        {{"FD00.TEMP"}, ""},
+                                        {{"0100.TEMP", "FE00.TEMP"}, "253"},
+                                        {{"FF00.TEMP"}, ""},
+                                        {{"FF00.TEMP", "FE00.TEMP", "FD00.TEMP"}, "252"},
+                                        {{"ZZ00.TEMP", "A", "", "lamp"}, "11"},
+                                        {{"0b00.temp"}, "12"}}) {
+        EXPECT_EQ(talk.gatewaySays("255;254;3;0;3;\n"), effects({packetOf("getUnits")})) << id;
+        const Effects expected = id.empty() ? effects({log("node requests new ID but all slots are full.")})
+                                            : effects({log("responding to node ID request with ID: " + id)},
+                                                      "255;254;3;0;4;" + id + "\n");
+        EXPECT_EQ(talk.hostSends(unitsPacket(addresses)), expected) << id;
     }
     EXPECT_EQ(talk.hostSends(unitsPacket(Texts{"0100.TEMP"})), Effects{}) << "nobody asked";
 }
@@ -236,7 +206,7 @@ TEST(MeshPage, DescribesEachVariableType) {
         const Packets warning(isKnown ? 0 : 1, log("unknown variable type: " + row[1]));
         Packets expected{log("creating Hearthix Unit for " + unit),
                          newUnit("0A03", row[2], hasLevel, row[4] == "no"),
-                         hasLevel ? setValue(unit, "1") : onOff("OFF", unit)};
+                         hasLevel ? setValue(unit, "1") : packetOf("OFF " + unit)};
         for (const int place : {2, 1, 1}) // before the value, and twice before the unit
             expected.insert(expected.begin() + place, warning.begin(), warning.end());
         EXPECT_EQ(talk.gatewaySays("10;3;1;0;" + row[1] + ";1\n"), effects(expected)) << unit;

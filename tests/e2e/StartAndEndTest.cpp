@@ -48,21 +48,19 @@ TEST(Start, MissingArgumentsEndInTheStackDump) {
 }
 
 TEST(Start, ArgumentsAreReadLeniently) {
-    struct Case {
-        std::string transport, address, portSuffix, id;
-        std::vector<std::string> extra;
-    };
-    for (const Case& c : {Case{"IP", "127.0.0.1", "", "42", {}}, Case{"ip", "", ".9", "", {}},
-                          Case{"Ip", "localhost", "junk", "a b:c", {"x", "", "1.2.3.4"}}}) {
+    using Case = std::tuple<std::string, std::string, std::string, std::string, std::vector<std::string>>;
+    for (const auto& [transport, address, portSuffix, id, extra] :
+         {Case{"IP", "127.0.0.1", "", "42", {}}, Case{"ip", "", ".9", "", {}},
+          Case{"Ip", "localhost", "junk", "a b:c", {"x", "", "1.2.3.4"}}}) {
         FakeHost host;
         FakeGateway gateway(Transport::tcp);
-        std::vector<std::string> arguments{c.transport, c.address, host.port() + c.portSuffix, c.id};
-        arguments.insert(arguments.end(), c.extra.begin(), c.extra.end());
-        arguments.insert(arguments.end(), {"127.0.0.1", " " + gateway.port() + c.portSuffix});
-        const auto start = std::chrono::steady_clock::now();
+        std::vector<std::string> arguments{transport, address, host.port() + portSuffix, id};
+        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        arguments.insert(arguments.end(), {"127.0.0.1", " " + gateway.port() + portSuffix});
+        const auto start = Clock::now();
         const DriverProcess driver(arguments);
-        EXPECT_EQ(host.accept(), c.id);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+        EXPECT_EQ(host.accept(), id);
+        EXPECT_GE(Clock::now() - start, milliseconds(100));
         gateway.accept();
         EXPECT_EQ(host.next(), readyText());
     }
@@ -72,14 +70,14 @@ TEST(Start, GivesUpOnAHostThatCannotBeReachedAfterFifteenSeconds) {
     FakeHost host;
     const std::string port = host.port();
     host.stopListening();
-    const auto start = std::chrono::steady_clock::now();
+    const auto start = Clock::now();
     DriverProcess refused({"IP", "127.0.0.1", port, "7", "127.0.0.1", "1"});
     DriverProcess unknown({"IP", kNoSuchName, port, "7", "127.0.0.1", "1"});
     DriverProcess unanswered({"IP", "host.test", port, "7", "127.0.0.1", "1"},
                              withFaults({"SILENT_RESOLVER=host.test"}));
     for (DriverProcess* driver : {&refused, &unknown, &unanswered}) {
         const Ending ending = driver->end();
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+        EXPECT_GE(Clock::now() - start, seconds(15));
         EXPECT_EQ(ending.status, 0);
         EXPECT_EQ(ending.output, std::string(driver == &unanswered ? "" : "Hearthix Pipe Error\n\n") +
                                      "mySensors: Timeout waiting for answer from Hearthix\r\n");
@@ -87,19 +85,17 @@ TEST(Start, GivesUpOnAHostThatCannotBeReachedAfterFifteenSeconds) {
 }
 
 TEST(End, FollowsTheHostsCommand) {
-    struct Case {
-        std::string packet;
-        const char* words;
-    };
+    const Packet quit = log("The drugre has been asked to quit. (2)");
     // Q and q are the low-battery form of P, and are read as P.
-    for (const Case& c : {Case{commonMessage('q'), "The drugre has been asked to quit. (2)"},
-                          Case{commonMessage('Q'), "The drugre has been asked to quit. (2)"},
-                          Case{commonMessage('p', 255, 'Y'), "The drugre has been asked to quit. (2)"},
-                          Case{multipacket({{"mcmd", "CLOSE"}}), "MySensors Plugin shutting down..."}}) {
+    for (const auto& [packet, logged] :
+         {std::pair(commonMessage('q'), quit),
+          {commonMessage('Q'), quit},
+          {commonMessage('p', 255, 'Y'), quit},
+          {multipacket({{"mcmd", "CLOSE"}}), log("MySensors Plugin shutting down...")}}) {
         Conversation talk;
         const auto start = Clock::now();
-        talk.host.say(c.packet);
-        EXPECT_EQ(talk.host.next(), log(c.words));
+        talk.host.say(packet);
+        EXPECT_EQ(talk.host.next(), logged);
         EXPECT_EQ(talk.gateway.hearToEnd(), "");
         EXPECT_EQ(talk.host.untilEnd(), Packets{});
         EXPECT_GE(Clock::now() - start, seconds(1));
@@ -145,8 +141,10 @@ const std::string kVersionRequest = "0;0;3;0;2;\n";
 
 TEST(Watchdog, AsksAfterTenSecondsAndEndsAfterTwenty) {
     Conversation talk;
+    talk.hostSends(commonMessage('D'));
     const auto start = Clock::now(); // before the last byte that the driver gets
-    talk.gatewaySays("");
+    talk.gateway.say("0;0;");        // a part of a line is a sign of life
+    talk.host.until(log("requesting version as ping"));
     EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
     EXPECT_GE(Clock::now() - start, kSilence);
     EXPECT_EQ(talk.gateway.hearToEnd(), "");
@@ -154,24 +152,6 @@ TEST(Watchdog, AsksAfterTenSecondsAndEndsAfterTwenty) {
     EXPECT_EQ(talk.host.untilEnd(),
               Packets{log("timeout waiting for ping from mySensors gateway. Restarting connection...")});
     EXPECT_EQ(talk.driver.end().status, 0);
-}
-
-TEST(Watchdog, StartsAgainWithAnyByteAndAcceptsOneVersionAsTheAnswer) {
-    Conversation talk;
-    talk.host.say(commonMessage('D'));
-    EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: ON"));
-    EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
-    EXPECT_EQ(talk.host.next(), log("requesting version as ping"));
-    talk.host.say(commonMessage('D'));
-    EXPECT_EQ(talk.host.next(), log("mySensors debug mode is now: OFF"));
-    const auto start = Clock::now();
-    talk.gateway.say("0;0;"); // part of a line is a sign of life
-    EXPECT_EQ(talk.gateway.hearUntil(kVersionRequest), "");
-    EXPECT_GE(Clock::now() - start, kSilence);
-    EXPECT_EQ(
-        talk.gatewaySays("\n0;0;3;0;2;2.3.2\n0;0;3;0;2;2.3.2\n"),
-        effects({log("stale data in buffer. Throwing away 4 bytes:  30 3B 30 3B", 4),
-                 log("failed to parse Command: ()", 4), log("mySensors gateway reports version: 2.3.2")}));
 }
 
 TEST(Watchdog, OnASerialLineStartsWithTheFirstByte) {
@@ -269,17 +249,35 @@ TEST(StackDump, AnswersAGatewayThatCannotBeUsed) {
     }
 }
 
-class NoMemory : public testing::Test {
+class Exhausted : public testing::Test {
     void SetUp() override {
 #if defined(HEARTHIX_SANITIZED) || defined(HEARTHIX_COVERAGE)
-        GTEST_SKIP() << "an instrumented program uses another allocator";
+        GTEST_SKIP() << "an instrumented program uses another allocator and opens files of its own";
 #endif
         if (isForeignDriver())
             GTEST_SKIP() << "the limit would apply to the emulator, too";
     }
 };
 
-TEST_F(NoMemory, AtTheStartEndsLikeAnyFailure) {
+TEST_F(Exhausted, FilesAreAFailureToConnect) {
+    // Closes the descriptors that this test inherited and leaves one, for the host's link.
+    const std::vector<std::string> fourFiles{
+        "sh", "-c", R"(exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n 4; exec "$0" "$@")"};
+    FakeHost host, other;
+    const FakeGateway network(Transport::tcp), serial(Transport::serial);
+    DriverProcess refused(network.arguments(host.port()), fourFiles);
+    host.accept();
+    expectStackDump(refused, "network", "NilObjectException");
+    DriverProcess unopened(serial.arguments(other.port()), fourFiles);
+    other.accept();
+    EXPECT_EQ(other.untilEnd(),
+              Packets{log("mySensors: unable to open the port named: " + serial.device(), 4)});
+    const Ending ending = unopened.end();
+    EXPECT_EQ(ending.status, 0);
+    EXPECT_NE(ending.errors.find("Too many open files"), std::string::npos) << ending.errors;
+}
+
+TEST_F(Exhausted, MemoryAtTheStartEndsLikeAnyFailure) {
     const FakeHost host;
     const FakeGateway network(Transport::tcp), serial(Transport::serial);
     for (const int count : {0, 10, 20, 30, 50, 100})
@@ -290,7 +288,7 @@ TEST_F(NoMemory, AtTheStartEndsLikeAnyFailure) {
         }
 }
 
-TEST_F(NoMemory, AtWorkEndsWithAMessageAndWholePackets) {
+TEST_F(Exhausted, MemoryAtWorkEndsWithAMessageAndWholePackets) {
     for (const Transport transport : {Transport::tcp, Transport::serial})
         for (const int count : {0, 1, 3, 8, 21, 55, 144}) {
             Conversation talk(transport,
@@ -324,28 +322,25 @@ void expectEndlessTurns(const DriverProcess& driver, const std::string& name) {
 }
 
 TEST(EndlessTurns, FollowPacketsThatConsumeNothing) {
-    struct Case {
-        const char* name;
-        std::string bytes;
-        const char* flood; // the packet that the host gets over and over
-    };
+    // A name, bytes, and the packet that the host gets over and over.
+    using Case = std::tuple<std::string, std::string, std::string>;
     const char* malformed = "log 4: mySensors: Received malformed packet from host";
     const Case cases[] = {
-        {"common message in part", commonMessage('D').substr(0, 9), nullptr},
-        {"header of a multipacket in part", multipacket({{"mcmd", "ping"}}).substr(0, 4), nullptr},
+        {"common message in part", commonMessage('D').substr(0, 9), ""},
+        {"header of a multipacket in part", multipacket({{"mcmd", "ping"}}).substr(0, 4), ""},
         {"length 0", std::string("X\0", 2), malformed},
         {"lone byte", "J", malformed},
         {"multipacket of length 0", std::string("J\0\0\x80xyz", 7), "log 2: invalid address format. "},
     };
-    for (const Case& c : cases) {
+    for (const auto& [name, bytes, flood] : cases) {
         Conversation talk;
-        talk.host.say(c.bytes);
-        expectEndlessTurns(talk.driver, c.name);
+        talk.host.say(bytes);
+        expectEndlessTurns(talk.driver, name);
         talk.gateway.say("0;255;3;0;9;unheard\n");
-        if (c.flood == nullptr)
-            EXPECT_FALSE(talk.host.hasNews(std::chrono::milliseconds(100))) << c.name;
+        if (flood.empty())
+            EXPECT_FALSE(talk.host.hasNews(milliseconds(100))) << name;
         else
-            EXPECT_TRUE(readable(talk.host.next()).starts_with(c.flood)) << c.name;
+            EXPECT_TRUE(readable(talk.host.next()).starts_with(flood)) << name;
     }
 }
 

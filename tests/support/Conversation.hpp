@@ -7,7 +7,9 @@
 #include "tests/support/Packets.hpp"
 #include "tests/support/Stream.hpp"
 
+#include <algorithm>
 #include <cstdlib>
+#include <ostream>
 #include <stdexcept>
 #include <vector>
 
@@ -100,7 +102,12 @@ struct Effects {
     std::string gateway;
     bool operator==(const Effects&) const = default;
 };
-void PrintTo(const Effects& effects, std::ostream* out);
+inline void PrintTo(const Effects& effects, std::ostream* out) {
+    *out << "to the host:";
+    for (const Packet& packet : effects.host)
+        PrintTo(packet, out);
+    *out << "\nto the gateway:\n    " << readable(effects.gateway);
+}
 
 inline Effects effects(Packets host, std::string gateway = {}) {
     return {std::move(host), std::move(gateway)};
@@ -113,13 +120,30 @@ inline Packet readyText() {
 class Conversation {
 public:
     explicit Conversation(Transport transport = Transport::tcp, std::vector<std::string> wrapper = {},
-                          int hostReceiveBuffer = 0);
+                          int hostReceiveBuffer = 0)
+        : host(hostReceiveBuffer), gateway(transport),
+          driver(gateway.arguments(host.port()), std::move(wrapper)) {
+        host.accept();
+        gateway.accept();
+        if (const Packet first = host.next(); first != readyText())
+            throw std::runtime_error("not ready: " + readable(first));
+    }
 
-    Effects gatewaySays(std::string_view lines);
-    Effects hostSends(std::string_view packets);
+    Effects gatewaySays(std::string_view lines) {
+        gateway.say(std::string(lines) + markerLine());
+        Packets packets = packetsUpToMarker(2);
+        host.say(rawData("#\n"));
+        return {std::move(packets), gateway.hearUntil("#\n")};
+    }
+    Effects hostSends(std::string_view packets) {
+        host.say(std::string(packets) + rawData("#\n"));
+        std::string lines = gateway.hearUntil("#\n");
+        gateway.say(markerLine());
+        return {packetsUpToMarker(3), std::move(lines)};
+    }
     // The line that ends a statement. In debug mode it appears in the log, because the driver reads it
     // together with the lines before it.
-    static std::string markerLine();
+    static std::string markerLine() { return "0;255;3;0;9;#\n"; }
 
     FakeHost host;
     FakeGateway gateway;
@@ -128,7 +152,12 @@ public:
     bool debug = false;
 
 private:
-    Packets packetsUpToMarker(std::size_t details);
+    Packets packetsUpToMarker(std::size_t details) {
+        Packets packets = host.until(log("Gateway Message: #"));
+        if (debug)
+            packets.resize(packets.size() - std::min(packets.size(), details));
+        return packets;
+    }
 };
 
 } // namespace hearthix::test

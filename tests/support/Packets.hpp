@@ -29,22 +29,12 @@ std::string commonMessage(char command, unsigned char flags = 64, char header = 
 // A common message with data for the gateway.
 std::string rawData(std::string_view data);
 
-// Packets of the driver: a log line, a value of a unit, its battery level alone, its creation.
+// Packets of the driver: a log line, a value of a unit, its creation.
 Packet log(std::string_view text, char level = 2);
 Packet multi(const Entries& entries);
 inline Packet setValue(const std::string& address, const std::string& value,
                        const std::string& battery = "0") {
     return multi({{"addr", address}, {"mcmd", "SetValue"}, {"Valu", value}, {"Batt", battery}});
-}
-inline Packet onOff(const std::string& word, const std::string& address, const std::string& battery = "0") {
-    return multi({{"addr", address}, {"mcmd", word}, {"Batt", battery}});
-}
-inline Packet describe(const std::string& address, const std::string& text,
-                       const std::string& battery = "0") {
-    return multi({{"addr", address}, {"mcmd", "SetDesc"}, {"DATA", text}, {"Batt", battery}});
-}
-inline Packet batteryOnly(const std::string& address, const std::string& battery) {
-    return multi({{"mcmd", "NoOp"}, {"addr", address}, {"Batt", battery}});
 }
 Packet newUnit(const std::string& root, const std::string& suffix, bool dimmable, bool readOnly);
 
