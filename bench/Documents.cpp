@@ -105,8 +105,7 @@ double cost(const Operation& operation) {
 } // namespace
 
 void measureDocuments(Results& results, int rounds, std::size_t units) {
-    // New memory from the system costs more than everything that is measured here, so the heap keeps released
-    // memory.
+    // New memory from the system costs more than what is measured, so the heap keeps released memory.
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
     const std::string text = textOf(units);

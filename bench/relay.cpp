@@ -1,7 +1,6 @@
-// A minimal program that produces the same output bytes as the driver from the same input bytes. It has two
-// fixed buffers for each peer, allocates nothing, and logs only the line that hosts expect for each command.
-// It supports only set lines of known endpoints and SetValue commands, and does not check its input. It has
-// the same arguments as the driver.
+// A minimal program that turns the same input bytes into the same output bytes as the driver. It has fixed
+// buffers, allocates nothing, supports only set lines of known endpoints and SetValue commands, and does not
+// check its input. It has the same arguments as the driver.
 #include <algorithm>
 #include <array>
 #include <charconv>
