@@ -8,6 +8,7 @@
 #include "shell/log/Log.hpp"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace hearthix {
@@ -22,9 +23,10 @@ constexpr char kChildTag = 'O';
 constexpr char kEndTag = 'E';
 
 void appendText(std::string& bytes, const String& text) {
-    char length[4];
-    encodeNumber(length, sizeof length, text.size(), true);
-    bytes.append(length, sizeof length).append(text.view());
+    constexpr std::size_t kLengthSize = 4;
+    bytes.resize(bytes.size() + kLengthSize);
+    encodeNumber(&bytes.back() - kLengthSize + 1, kLengthSize, text.size(), true);
+    bytes.append(text.view());
 }
 
 // Appends a node up to its first child.
@@ -62,12 +64,17 @@ String readText(BinaryStream& stream, TextEncoding encoding) {
 
 void CXML::SaveToBinaryData(const Ref<BinaryStream>& stream) const {
     stream->LittleEndian = true;
-    // Written in one piece, because the many small pieces would take three times as long.
+    // Written in large pieces, because many small ones would take three times as long.
+    constexpr std::size_t kLargePiece = 65536;
     std::string bytes;
     appendStart(bytes, *this);
     const auto enter = [&](const Ref<CXML>& child, std::int64_t) {
         if (child.isNil())
             return false;
+        if (bytes.size() > kLargePiece) {
+            stream->Write(bytes);
+            bytes.clear();
+        }
         bytes.push_back(kChildTag);
         appendText(bytes, child->Name);
         appendStart(bytes, *child);
@@ -86,9 +93,9 @@ void CXML::LoadFromBinaryStream(const Ref<BinaryStream>& stream) {
         switch (in.ReadUInt8()) {
         case kEndTag: open.pop_back(); break;
         case kValueTag: {
-            const String key = readText(in, Encodings::UTF8);
-            const String value = readText(in, Encodings::UTF8);
-            node.Values->SetValue(key, value);
+            String key = readText(in, Encodings::UTF8);
+            String value = readText(in, Encodings::UTF8);
+            node.Values->SetValue(std::move(key), std::move(value));
             break;
         }
         case kChildTag: {

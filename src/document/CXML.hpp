@@ -12,7 +12,7 @@
 //         or: "O" name length (4) name  the child as a whole document
 #pragma once
 
-#include "runtime/core/Array.hpp"
+#include "document/OneBasedArray.hpp"
 #include "runtime/core/Object.hpp"
 #include "runtime/files/BinaryStream.hpp"
 #include "runtime/files/FolderItem.hpp"
@@ -33,10 +33,10 @@ public:
     CXML();
     ~CXML() override;
 
-    Array<Ref<CXML>> Containers{nullptr}; // element 0 is a placeholder and nil; the children start at 1
+    OneBasedArray<Ref<CXML>> Containers; // element 0 is a placeholder and nil; the children start at 1
     Ref<Dictionary> Values;
-    Array<String> ValueBuffer{String()}; // element 0 is a placeholder
-    String Name;                         // under which the parent finds this node; empty for a root
+    OneBasedArray<String> ValueBuffer; // element 0 is a placeholder
+    String Name;                       // under which the parent finds this node; empty for a root
     bool IsPlistDEP = false;
     Ref<Object> RootPlistDictionaryDEP;
     String LastArrayName;

@@ -41,26 +41,41 @@ void BinaryStream::setPosition(Integer position) {
     position_ = static_cast<std::size_t>(std::clamp<Integer>(position, 0, Length()));
 }
 
+// The next bytes of a string stream, without a copy.
+std::string_view BinaryStream::nextOfText(std::size_t count) {
+    const std::string_view bytes = text_.view().substr(position_, count);
+    position_ += bytes.size();
+    return bytes;
+}
+
 String BinaryStream::Read(Integer count, TextEncoding encoding) {
     if (count <= 0)
         return String(std::string_view(), encoding);
     const auto wanted = static_cast<std::size_t>(count);
-    String bytes;
-    if (file_)
-        bytes = file_->read(position_, wanted);
-    else if (block_)
-        bytes = block_->StringValue(Position(), count);
-    else
-        bytes = text_.cut(position_, wanted);
+    if (!file_ && !block_) {
+        if (text_.encoding() != encoding) // a part of the text gets its tag
+            text_.setEncoding(encoding);
+        return text_.part(nextOfText(wanted));
+    }
+    String bytes = file_ ? file_->read(position_, wanted) : block_->StringValue(Position(), count);
     position_ += bytes.size();
     bytes.setEncoding(encoding);
     return bytes;
 }
 
-std::uint64_t BinaryStream::readNumber(std::size_t width) {
-    const String bytes = Read(static_cast<Integer>(width));
-    return bytes.size() == width ? decodeNumber(bytes, LittleEndian) : 0;
+template <class Number>
+Number BinaryStream::readNumber() {
+    const auto decoded = [this](std::string_view bytes) {
+        return bytes.size() < sizeof(Number)
+                   ? Number{0}
+                   : static_cast<Number>(decodeNumber(bytes.substr(0, sizeof(Number)), LittleEndian));
+    };
+    return file_ || block_ ? decoded(Read(sizeof(Number))) : decoded(nextOfText(sizeof(Number)));
 }
+
+template std::uint8_t BinaryStream::readNumber<std::uint8_t>();
+template std::uint16_t BinaryStream::readNumber<std::uint16_t>();
+template std::uint32_t BinaryStream::readNumber<std::uint32_t>();
 
 void BinaryStream::Write(std::string_view bytes) {
     if (file_)

@@ -36,9 +36,9 @@ public:
     static Ref<BinaryStream> Open(const Ref<FolderItem>& file, bool writable);
 
     String Read(Integer count, TextEncoding encoding = TextEncoding::none);
-    std::uint8_t ReadUInt8() { return static_cast<std::uint8_t>(readNumber(1)); }
-    std::uint16_t ReadUInt16() { return static_cast<std::uint16_t>(readNumber(2)); }
-    std::uint32_t ReadUInt32() { return static_cast<std::uint32_t>(readNumber(4)); }
+    std::uint8_t ReadUInt8() { return readNumber<std::uint8_t>(); }
+    std::uint16_t ReadUInt16() { return readNumber<std::uint16_t>(); }
+    std::uint32_t ReadUInt32() { return readNumber<std::uint32_t>(); }
     void Write(std::string_view bytes);
     void WriteUInt8(std::uint8_t value) { writeNumber(value, 1); }
     void WriteUInt16(std::uint16_t value) { writeNumber(value, 2); }
@@ -56,7 +56,9 @@ public:
     const std::error_code& error() const noexcept { return error_; }
 
 private:
-    std::uint64_t readNumber(std::size_t width);
+    std::string_view nextOfText(std::size_t count);
+    template <class Number>
+    Number readNumber();
     void writeNumber(std::uint64_t value, std::size_t width);
 
     // At most one of the three is in use, and none after Close.

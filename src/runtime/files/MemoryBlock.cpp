@@ -43,8 +43,8 @@ String MemoryBlock::StringValue(Integer offset, Integer length, TextEncoding enc
 }
 
 void MemoryBlock::overwrite(std::size_t offset, std::string_view bytes) {
-    bytes_.resize(std::max(bytes_.size(), offset + bytes.size()));
-    std::copy(bytes.begin(), bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
+    bytes_.resize(std::max(bytes_.size(), offset));
+    bytes_.replace(offset, bytes.size(), bytes);
 }
 
 } // namespace hearthix

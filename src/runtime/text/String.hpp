@@ -51,8 +51,10 @@ public:
         return offset < size() ? static_cast<unsigned char>(view()[offset]) : std::uint8_t{0};
     }
 
-    TextEncoding encoding() const noexcept { return content_.encoding; }
-    void setEncoding(TextEncoding encoding) noexcept { content_.encoding = encoding; }
+    TextEncoding encoding() const noexcept { return static_cast<TextEncoding>(content_.encoding); }
+    void setEncoding(TextEncoding encoding) noexcept {
+        content_.encoding = static_cast<std::uint8_t>(encoding);
+    }
 
     // At most count bytes from offset on; fewer, or none, if the text ends before.
     String cut(std::size_t offset, std::size_t count = SIZE_MAX) const {
@@ -95,8 +97,9 @@ private:
             char small[kSmallCapacity]; // up to this size
             Shared shared;              // above it
         };
+        // In one word, so that a copy right after the creation does not wait for two stores.
         std::uint64_t size : 56;
-        TextEncoding encoding;
+        std::uint64_t encoding : 8;
     };
 
     bool isShared() const noexcept { return size() > kSmallCapacity; }
@@ -107,7 +110,7 @@ private:
     char* allocate(std::size_t size, std::size_t capacity, TextEncoding encoding) {
         char* bytes = size > kSmallCapacity ? allocateBlock(size, capacity) : content_.small;
         content_.size = size & kLargestSize;
-        content_.encoding = encoding;
+        content_.encoding = static_cast<std::uint8_t>(encoding);
         return bytes;
     }
     char* allocateBlock(std::size_t size, std::size_t capacity);

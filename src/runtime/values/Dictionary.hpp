@@ -41,6 +41,8 @@ public:
     // Adds a key that is not in the table. Faster than SetValue, because it does not search.
     template <class KeyLike, class ValueLike>
     void Add(KeyLike&& key, ValueLike&& value) {
+        if (entries_.capacity() == 0)
+            entries_.reserve(kUnindexed);
         entries_.emplace_back(std::forward<KeyLike>(key), std::forward<ValueLike>(value));
         if (entries_.size() > kUnindexed || !index_.empty())
             completeIndex();
