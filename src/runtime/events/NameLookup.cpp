@@ -100,7 +100,7 @@ void NameLookup::startResolver(const std::string& host, const std::string& servi
     answer_ = ends[0];
     const pid_t parent = getpid();
     // Keeps the process ID in use until cancel has waited for the resolver, in case the signal was ignored.
-    std::signal(SIGCHLD, SIG_DFL);
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
     resolver_ = fork();
     if (resolver_ == 0)
         answerTo(ends[1], parent, host, service);

@@ -16,7 +16,7 @@ bool isLessOfOneType(const Value& left, const Value& right) {
     return left < right;
 }
 bool isLessOfOneType(double left, double right) {
-    return std::weak_order(left, right) < 0; // NaN included
+    return std::is_lt(std::weak_order(left, right)); // NaN included
 }
 bool isLessOfOneType(const String& left, const String& right) {
     return isLessIgnoringCase(left, right);
